@@ -1,0 +1,77 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/Export.h"
+#include "platform/NSURL.h"
+#include "platform/Value.h"
+
+namespace korvane {
+
+enum class NSDocumentType { html };
+
+/// Styled text: runs of characters with their attributes, or styled text that came as an HTML
+/// document. Immutable, cheap to copy; any thread may use it.
+class KORVANE_EXPORT NSAttributedString {
+ public:
+  struct Attributes {
+    bool bold = false;
+    bool italic = false;
+    bool underline = false;
+    /// 0xRRGGBB.
+    std::optional<std::uint32_t> color;
+    std::optional<NSURL> link;
+    friend bool operator==(const Attributes&, const Attributes&) = default;
+  };
+  struct Run {
+    std::string text;
+    Attributes attributes;
+  };
+
+  /// Plain text, UTF-8.
+  explicit NSAttributedString(std::string_view text = {});
+  explicit NSAttributedString(std::vector<Run> runs);
+
+  /// The styled text of an HTML document, through the Platform's reader: active content is taken
+  /// out. Nothing when the bytes cannot be read as HTML text at all.
+  static std::optional<NSAttributedString> initWithHTML(const NSData& html);
+
+  /// The characters without their style.
+  const std::string& string() const;
+  /// Number of bytes of string().
+  std::size_t length() const { return string().size(); }
+
+  /// The characters from `location` on, `length` bytes of them, as a document of the type. Raises
+  /// NSException (NSRangeException) for a range outside the text. Nothing when it cannot be
+  /// converted.
+  std::optional<NSData> dataFromRange(std::size_t location, std::size_t length,
+                                      NSDocumentType documentType) const;
+
+ private:
+  struct Content;
+  std::shared_ptr<const Content> content_;
+};
+
+/// What reading an HTML document gives.
+struct KORVANE_EXPORT HTMLText {
+  /// The characters that a reader of the document sees, line breaks as "\n".
+  std::string text;
+  /// The document with its structure and style, without scripts, event handlers and anything that
+  /// would load from elsewhere; complete and valid, UTF-8.
+  std::string html;
+};
+
+/// Reads HTML documents; a service of the Platform. Any thread may call.
+class KORVANE_EXPORT HTMLReader {
+ public:
+  virtual ~HTMLReader() = default;
+  /// Nothing when the bytes cannot be read as HTML.
+  virtual std::optional<HTMLText> read(const NSData& html) = 0;
+};
+
+}  // namespace korvane

@@ -1,0 +1,59 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "platform/Export.h"
+#include "platform/NSError.h"
+#include "platform/NSURL.h"
+#include "platform/Value.h"
+
+namespace korvane {
+
+/// Files and folders; a service of the Platform. Any thread may call.
+///
+/// An operation that fails returns false and puts the failure into `error`; one that succeeds
+/// returns true and leaves `error` as it was, a failure of an earlier call included. Paths are bytes
+/// as the file system has them. What it creates only the user can read (files 0600, folders 0700).
+class KORVANE_EXPORT NSFileManager {
+ public:
+  virtual ~NSFileManager() = default;
+
+  /// The file manager of the installed Platform.
+  static std::shared_ptr<NSFileManager> defaultManager();
+
+  /// The folder that the programs of an application group share, as a file URL with a trailing "/".
+  /// Absent when this program has none. The folder need not exist.
+  virtual std::optional<NSURL> containerURLForSecurityApplicationGroupIdentifier(
+      std::string_view group) = 0;
+
+  /// Removes a file, or a folder with all it holds. A link is removed, never followed. A missing
+  /// item is an error.
+  virtual bool removeItemAtURL(const NSURL& url, std::optional<NSError>& error) = 0;
+
+  /// Creates a folder, with the missing folders above it where asked. An existing folder is an
+  /// error unless intermediate folders were asked for.
+  virtual bool createDirectoryAtURL(const NSURL& url, bool withIntermediateDirectories,
+                                    std::optional<NSError>& error) = 0;
+
+  /// Copies a file, or a folder with all it holds; a symbolic link is copied as what it leads to.
+  /// Fails where the destination exists, and for anything that is neither file, folder nor link to
+  /// one, without ever blocking on it. After a failure there is nothing at the destination.
+  virtual bool copyItemAtPath(std::string_view source, std::string_view destination,
+                              std::optional<NSError>& error) = 0;
+
+  /// Whether anything is at the path, whatever it is; a link that leads nowhere counts too, since
+  /// nothing could be created in its place.
+  virtual bool fileExistsAtPath(std::string_view path) = 0;
+  /// Whether a folder is at the path (links are followed).
+  virtual bool directoryExistsAtPath(std::string_view path) = 0;
+
+  /// Writes data so that the whole of it appears under the path at once, or nothing does. An
+  /// existing file is replaced.
+  virtual bool writeDataAtomically(const NSData& data, std::string_view path,
+                                   std::optional<NSError>& error) = 0;
+};
+
+}  // namespace korvane

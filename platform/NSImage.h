@@ -1,0 +1,74 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <utility>
+
+#include "platform/Export.h"
+#include "platform/Value.h"
+
+namespace korvane {
+
+/// Pixels: rows from the top, each of `stride` bytes, a pixel of `channels` bytes (3: red, green,
+/// blue; 4: and alpha, not premultiplied), in sRGB.
+struct KORVANE_EXPORT Bitmap {
+  std::uint32_t width = 0;
+  std::uint32_t height = 0;
+  std::uint32_t channels = 4;
+  std::size_t stride = 0;
+  std::vector<std::uint8_t> pixels;
+
+  friend bool operator==(const Bitmap&, const Bitmap&) = default;
+};
+
+/// Decodes and encodes images; a service of the Platform. Any thread may call.
+class KORVANE_EXPORT ImageCodec {
+ public:
+  virtual ~ImageCodec() = default;
+  /// The pixels of encoded image data of any format the system knows, turned as its orientation
+  /// mark says. Nothing when it cannot be decoded. An image whose dimensions ask for more memory
+  /// than the codec allows is refused before it is decoded.
+  virtual std::shared_ptr<const Bitmap> decode(const NSData& encoded) = 0;
+  /// Nothing when the bitmap is empty or cannot be encoded.
+  virtual std::optional<NSData> encodePNG(const Bitmap& bitmap) = 0;
+  virtual std::optional<NSData> encodeTIFF(const Bitmap& bitmap) = 0;
+};
+
+/// A decoded picture. Immutable, cheap to copy; any thread may use it.
+class KORVANE_EXPORT NSImage {
+ public:
+  /// The image of encoded data (PNG, JPEG, TIFF, …), nothing when it cannot be decoded.
+  static std::optional<NSImage> initWithData(const NSData& data);
+  /// The image of given pixels; the bitmap must be present.
+  explicit NSImage(std::shared_ptr<const Bitmap> bitmap) : bitmap_(std::move(bitmap)) {}
+
+  /// The image as TIFF data, nothing when it cannot be encoded.
+  std::optional<NSData> TIFFRepresentation() const;
+  const Bitmap& bitmap() const { return *bitmap_; }
+
+  /// Same pixels.
+  friend bool operator==(const NSImage& a, const NSImage& b) {
+    return a.bitmap_ == b.bitmap_ || *a.bitmap_ == *b.bitmap_;
+  }
+
+ private:
+  std::shared_ptr<const Bitmap> bitmap_;
+};
+
+enum class NSBitmapImageFileType : int { TIFF = 0, PNG = 4 };
+
+/// One bitmap form of an image.
+class KORVANE_EXPORT NSBitmapImageRep {
+ public:
+  /// The bitmap of encoded data, nothing when it cannot be decoded.
+  static std::optional<NSBitmapImageRep> imageRepWithData(const NSData& data);
+  /// The bitmap encoded as the file type, nothing when it cannot be.
+  std::optional<NSData> representationUsingType(NSBitmapImageFileType type) const;
+
+ private:
+  explicit NSBitmapImageRep(std::shared_ptr<const Bitmap> bitmap) : bitmap_(std::move(bitmap)) {}
+  std::shared_ptr<const Bitmap> bitmap_;
+};
+
+}  // namespace korvane

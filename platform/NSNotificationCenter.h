@@ -1,0 +1,45 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/Export.h"
+#include "platform/Value.h"
+
+namespace korvane {
+
+/// In-process notifications. Any thread may call.
+class KORVANE_EXPORT NSNotificationCenter {
+ public:
+  /// What an observer gets. `object` points to whatever the notification's definition says.
+  using Callback = std::function<void(std::string_view name, const void* object)>;
+
+  /// The process's centre.
+  static NSNotificationCenter& defaultCenter();
+
+  /// Has `callback` called for every notification of the name. `observer` identifies it to
+  /// removeObserver; it is never dereferenced.
+  void addObserver(const void* observer, std::string_view name, Callback callback);
+  /// Ends every observation of this observer; one that never registered is fine.
+  void removeObserver(const void* observer);
+  /// Calls every observer of the name, in the order of registration, on this thread, before it
+  /// returns. Observers may add and remove observers; that takes effect at the next post.
+  void postNotificationName(std::string_view name, const void* object);
+  /// Number of registrations of an observer.
+  std::size_t observationCount(const void* observer) const;
+
+ private:
+  struct Observation {
+    const void* observer;
+    std::string name;
+    std::shared_ptr<Callback> callback;
+  };
+  mutable std::mutex mutex_;
+  std::vector<Observation> observations_;
+};
+
+}  // namespace korvane

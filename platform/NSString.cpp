@@ -1,0 +1,204 @@
+#include "platform/NSString.h"
+
+#include <charconv>
+#include <cmath>
+#include <limits>
+
+namespace korvane {
+namespace {
+
+struct Character {
+  char32_t code = 0;
+  std::size_t size = 0;  // 0: not UTF-8
+};
+
+// The character that starts at the first byte, by the table of RFC 3629.
+Character firstCharacter(std::string_view text) {
+  const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
+  if (text.empty()) return {};
+  const unsigned char lead = byte(0);
+  if (lead < 0x80) return {lead, 1};
+  if (lead < 0xC2 || lead > 0xF4) return {};
+  const std::size_t size = lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
+  if (text.size() < size) return {};
+  char32_t code = lead & (0xFFU >> (size + 1));
+  for (std::size_t i = 1; i < size; ++i) {
+    if ((byte(i) & 0xC0) != 0x80) return {};
+    code = (code << 6) | (byte(i) & 0x3FU);
+  }
+  static constexpr char32_t kLeast[] = {0, 0, 0x80, 0x800, 0x10000};
+  if (code < kLeast[size] || code > 0x10FFFF || (code >= 0xD800 && code <= 0xDFFF)) return {};
+  return {code, size};
+}
+
+bool isWhitespaceOrNewline(char32_t c) {
+  return (c >= 0x09 && c <= 0x0D) || c == 0x20 || c == 0x85 || c == 0xA0 || c == 0x1680 ||
+         (c >= 0x2000 && c <= 0x200B) || c == 0x2028 || c == 0x2029 || c == 0x202F || c == 0x205F ||
+         c == 0x3000;
+}
+
+std::string_view withoutLeadingWhitespace(std::string_view text) {
+  for (;;) {
+    const Character c = firstCharacter(text);
+    if (c.size == 0 || !isWhitespaceOrNewline(c.code)) return text;
+    text.remove_prefix(c.size);
+  }
+}
+
+bool isDigit(char c) { return c >= '0' && c <= '9'; }
+
+template <class Number>
+Number leadingNumber(std::string_view text) {
+  text = withoutLeadingWhitespace(text);
+  const bool negative = text.starts_with('-');
+  if (negative || text.starts_with('+')) text.remove_prefix(1);
+  // from_chars also knows "inf" and "nan", which are no decimal numbers.
+  if (text.empty() || !(isDigit(text[0]) || text[0] == '.')) return 0;
+  Number value = 0;
+  const auto [end, failure] = std::from_chars(text.data(), text.data() + text.size(), value);
+  if (failure == std::errc::result_out_of_range) {
+    // from_chars leaves the value alone; whether it is too large or too small tells the size of
+    // the number when read wider.
+    long double wide = 0;
+    const auto widened = std::from_chars(text.data(), text.data() + text.size(), wide);
+    const bool large = widened.ec == std::errc() ? std::abs(wide) > 1 : true;
+    value = large ? std::numeric_limits<Number>::infinity() : Number(0);
+  } else if (failure != std::errc()) {
+    return 0;
+  }
+  return negative ? -value : value;
+}
+
+// Where the last component's name begins and ends: trailing slashes belong to no component.
+struct Span {
+  std::size_t begin, end;
+};
+Span lastComponent(std::string_view path) {
+  std::size_t end = path.size();
+  while (end > 1 && path[end - 1] == '/') --end;
+  const std::size_t slash = end == 0 ? std::string_view::npos : path.rfind('/', end - 1);
+  if (end == 1 && path[0] == '/') return {0, 1};
+  return {slash == std::string_view::npos ? 0 : slash + 1, end};
+}
+
+// Position of the "." that starts the extension, npos where there is none.
+std::size_t extensionDot(std::string_view path) {
+  const Span span = lastComponent(path);
+  const std::string_view name = path.substr(span.begin, span.end - span.begin);
+  const std::size_t dot = name.rfind('.');
+  if (dot == std::string_view::npos || dot == 0 || name == "..") return std::string_view::npos;
+  return span.begin + dot;
+}
+
+int hexDigit(char c) {
+  if (isDigit(c)) return c - '0';
+  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
+  return -1;
+}
+
+}  // namespace
+
+std::int64_t integerValue(std::string_view text) {
+  constexpr auto kMax = std::numeric_limits<std::int64_t>::max();
+  constexpr auto kMin = std::numeric_limits<std::int64_t>::min();
+  text = withoutLeadingWhitespace(text);
+  const bool negative = text.starts_with('-');
+  if (negative || text.starts_with('+')) text.remove_prefix(1);
+  std::int64_t value = 0;  // kept negative: that side holds one more
+  for (; !text.empty() && isDigit(text[0]); text.remove_prefix(1)) {
+    if (__builtin_mul_overflow(value, std::int64_t{10}, &value) ||
+        __builtin_sub_overflow(value, std::int64_t{text[0] - '0'}, &value)) {
+      return negative ? kMin : kMax;
+    }
+  }
+  if (negative) return value;
+  return value == kMin ? kMax : -value;
+}
+
+float floatValue(std::string_view text) { return leadingNumber<float>(text); }
+double doubleValue(std::string_view text) { return leadingNumber<double>(text); }
+
+bool boolValue(std::string_view text) {
+  text = withoutLeadingWhitespace(text);
+  if (text.empty()) return false;
+  if (std::string_view("YyTt").find(text[0]) != std::string_view::npos) return true;
+  if (text[0] == '-' || text[0] == '+') text.remove_prefix(1);
+  while (text.starts_with('0')) text.remove_prefix(1);
+  return !text.empty() && text[0] >= '1' && text[0] <= '9';
+}
+
+std::string stringByTrimmingWhitespaceAndNewlines(std::string_view text) {
+  text = withoutLeadingWhitespace(text);
+  while (!text.empty()) {
+    std::size_t start = text.size() - 1;
+    while (start > 0 && text.size() - start < 4 && (text[start] & 0xC0) == 0x80) --start;
+    const std::string_view tail = text.substr(start);
+    const Character c = firstCharacter(tail);
+    if (c.size != tail.size() || !isWhitespaceOrNewline(c.code)) break;
+    text.remove_suffix(tail.size());
+  }
+  return std::string(text);
+}
+
+bool isAbsolutePath(std::string_view path) {
+  return path.starts_with('/') || path.starts_with('~');
+}
+
+std::string lastPathComponent(std::string_view path) {
+  const Span span = lastComponent(path);
+  return std::string(path.substr(span.begin, span.end - span.begin));
+}
+
+std::string pathExtension(std::string_view path) {
+  const std::size_t dot = extensionDot(path);
+  if (dot == std::string_view::npos) return {};
+  return std::string(path.substr(dot + 1, lastComponent(path).end - dot - 1));
+}
+
+std::string stringByDeletingPathExtension(std::string_view path) {
+  return std::string(path.substr(0, extensionDot(path)));
+}
+
+std::optional<std::string> stringByAppendingPathExtension(std::string_view path,
+                                                          std::string_view extension) {
+  if (path.empty() || extension.starts_with('/')) return std::nullopt;
+  std::string result(path);
+  result += '.';
+  result += extension;
+  return result;
+}
+
+bool isUTF8(std::string_view bytes) {
+  while (!bytes.empty()) {
+    const Character c = firstCharacter(bytes);
+    if (c.size == 0) return false;
+    bytes.remove_prefix(c.size);
+  }
+  return true;
+}
+
+std::optional<std::string> bytesByReplacingPercentEscapes(std::string_view text) {
+  std::string bytes;
+  bytes.reserve(text.size());
+  for (;;) {
+    const std::size_t percent = text.find('%');
+    bytes.append(text.substr(0, percent));
+    if (percent == std::string_view::npos) return bytes;
+    text.remove_prefix(percent);
+    if (text.size() < 3) return std::nullopt;
+    const int high = hexDigit(text[1]);
+    const int low = hexDigit(text[2]);
+    if (high < 0 || low < 0) return std::nullopt;
+    bytes += static_cast<char>(high * 16 + low);
+    text.remove_prefix(3);
+  }
+}
+
+std::optional<std::string> stringByReplacingPercentEscapes(std::string_view text) {
+  std::optional<std::string> bytes = bytesByReplacingPercentEscapes(text);
+  if (bytes && !isUTF8(*bytes)) return std::nullopt;
+  return bytes;
+}
+
+}  // namespace korvane

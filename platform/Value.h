@@ -1,0 +1,224 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <initializer_list>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+#include "platform/Export.h"
+#include "platform/NSDate.h"
+
+namespace korvane {
+
+class Dictionary;
+class NSImage;
+class NSURL;
+class Value;
+
+/// Bytes without a meaning of their own.
+using NSData = std::vector<std::uint8_t>;
+using List = std::vector<Value>;
+
+/// One property-list value or nothing: absent, text, number, boolean, date, data, list,
+/// dictionary, URL or image. Sixteen bytes, cheap to copy (what is large is shared and immutable);
+/// copies may be used from several threads at once, one Value by one thread at a time.
+///
+/// Asking a value for what it is not (a key of a text, the integer of a list) raises NSException.
+/// An absent value converts to 0 and false, and looking up a key in it gives an absent value.
+class KORVANE_EXPORT Value {
+ public:
+  enum class Kind : std::uint8_t {
+    absent,
+    text,
+    number,
+    boolean,
+    date,
+    data,
+    list,
+    dictionary,
+    url,
+    image
+  };
+
+  Value() noexcept = default;
+  Value(std::string_view text);  // UTF-8; taken as it stands, also when it is not
+  Value(const std::string& text) : Value(std::string_view(text)) {}
+  Value(const char* text) : Value(std::string_view(text)) {}
+  Value(bool boolean) noexcept : kind_(Kind::boolean) { payload_.integer = boolean ? 1 : 0; }
+  Value(int number) noexcept : Value(static_cast<std::int64_t>(number)) {}
+  Value(std::int64_t number) noexcept : kind_(Kind::number) { payload_.integer = number; }
+  Value(double number) noexcept : kind_(Kind::number), real_(true) { payload_.real = number; }
+  Value(NSDate date) noexcept : kind_(Kind::date) { payload_.real = date.timeIntervalSince1970; }
+  Value(NSData data);
+  Value(List list);
+  Value(Dictionary dictionary);
+  Value(NSURL url);
+  Value(NSImage image);
+  Value(const void*) = delete;  // no pointer ever becomes a boolean
+
+  Value(const Value& other) noexcept
+      : kind_(other.kind_), real_(other.real_), payload_(other.payload_) {
+    if (isShared()) payload_.node->references.fetch_add(1, std::memory_order_relaxed);
+  }
+  Value(Value&& other) noexcept
+      : kind_(other.kind_), real_(other.real_), payload_(other.payload_) {
+    other.kind_ = Kind::absent;
+  }
+  Value& operator=(Value other) noexcept {
+    swap(other);
+    return *this;
+  }
+  ~Value() {
+    if (isShared() && payload_.node->references.fetch_sub(1, std::memory_order_acq_rel) == 1) {
+      destroy();
+    }
+  }
+  void swap(Value& other) noexcept {
+    std::swap(kind_, other.kind_);
+    std::swap(real_, other.real_);
+    std::swap(payload_, other.payload_);
+  }
+
+  Kind kind() const noexcept { return kind_; }
+  bool isAbsent() const noexcept { return kind_ == Kind::absent; }
+  bool isText() const noexcept { return kind_ == Kind::text; }
+  bool isNumber() const noexcept { return kind_ == Kind::number; }
+  /// Whether a number was made from a fraction type (a double) rather than from an integer.
+  bool isReal() const noexcept { return kind_ == Kind::number && real_; }
+  bool isBoolean() const noexcept { return kind_ == Kind::boolean; }
+  bool isDate() const noexcept { return kind_ == Kind::date; }
+  bool isData() const noexcept { return kind_ == Kind::data; }
+  bool isList() const noexcept { return kind_ == Kind::list; }
+  bool isDictionary() const noexcept { return kind_ == Kind::dictionary; }
+  bool isURL() const noexcept { return kind_ == Kind::url; }
+  bool isImage() const noexcept { return kind_ == Kind::image; }
+
+  // What the value is; each raises NSException when it is something else. The references live as
+  // long as any copy of the value.
+  std::string_view text() const;
+  NSDate date() const;
+  const NSData& data() const;
+  const List& list() const;
+  const Dictionary& dictionary() const;
+  const NSURL& url() const;
+  const NSImage& image() const;
+
+  /// Number of bytes of a text. Raises for anything else that is present; an absent value has 0.
+  std::size_t length() const;
+
+  /// The value under a key of a dictionary, absent when the key is missing or this value is absent.
+  /// Raises for any other kind.
+  Value objectForKey(std::string_view key) const;
+
+  // Conversions of texts, numbers and booleans; the others raise. A text converts as the functions
+  // of NSString.h tell. A fraction truncates; out of range gives the nearest limit.
+  std::int64_t integerValue() const;
+  float floatValue() const;
+  double doubleValue() const;
+  bool boolValue() const;
+
+  /// The text that "%@" shows: a text as it stands, "(null)" for nothing, a readable form of the
+  /// rest.
+  std::string description() const;
+
+  /// Same kind and same content. Numbers compare by value, whether made from integers or fractions.
+  friend KORVANE_EXPORT bool operator==(const Value& a, const Value& b);
+
+ private:
+  struct Node {
+    std::atomic<std::uint32_t> references{1};
+  };
+  struct TextNode;
+  template <class T>
+  struct Box;
+  union Payload {
+    std::int64_t integer;
+    double real;
+    Node* node;
+  };
+
+  Value(Kind kind, Node* node) noexcept : kind_(kind) { payload_.node = node; }
+  bool isShared() const noexcept {
+    return kind_ != Kind::absent && kind_ != Kind::number && kind_ != Kind::boolean &&
+           kind_ != Kind::date;
+  }
+  void destroy() noexcept;
+  template <class T>
+  const T& unbox(Kind kind, const char* wanted) const;
+  [[noreturn]] void raise(const char* wanted) const;
+
+  Kind kind_ = Kind::absent;
+  bool real_ = false;
+  Payload payload_{};
+};
+
+/// Text keys and their values, in the order in which the keys were first set. Copying copies.
+class KORVANE_EXPORT Dictionary {
+ public:
+  /// A key and its value, valid until the dictionary changes.
+  struct Entry {
+    std::string_view key;
+    const Value& value;
+  };
+
+  Dictionary() = default;
+  Dictionary(std::initializer_list<std::pair<std::string_view, Value>> entries);
+  Dictionary(const Dictionary& other);
+  Dictionary(Dictionary&&) noexcept = default;
+  Dictionary& operator=(Dictionary other) noexcept {
+    entries_.swap(other.entries_);
+    index_.swap(other.index_);
+    return *this;
+  }
+
+  /// The value under a key, or nullptr. The pointer is valid until the dictionary changes.
+  const Value* find(std::string_view key) const;
+  /// The value under a key, absent when it is missing.
+  Value objectForKey(std::string_view key) const;
+
+  /// Sets the value of a key: in place where the key exists, at the end where it is new. The key
+  /// must be a text (NSException otherwise); its storage is shared, not copied.
+  void set(Value key, Value value);
+  /// Removes a key; a missing one changes nothing. Linear in the number of keys.
+  void remove(std::string_view key);
+
+  std::size_t size() const noexcept { return entries_.size(); }
+  bool empty() const noexcept { return entries_.empty(); }
+
+  class Iterator {
+   public:
+    Entry operator*() const { return {at_->first.text(), at_->second}; }
+    Iterator& operator++() {
+      ++at_;
+      return *this;
+    }
+    friend bool operator==(const Iterator&, const Iterator&) = default;
+
+   private:
+    friend class Dictionary;
+    using Position = std::vector<std::pair<Value, Value>>::const_iterator;
+    explicit Iterator(Position at) : at_(at) {}
+    Position at_;
+  };
+  Iterator begin() const { return Iterator(entries_.begin()); }
+  Iterator end() const { return Iterator(entries_.end()); }
+
+  /// Same keys with same values, whatever their order.
+  friend KORVANE_EXPORT bool operator==(const Dictionary& a, const Dictionary& b);
+
+ private:
+  using Index = std::unordered_map<std::string_view, std::size_t>;
+  std::size_t position(std::string_view key) const;
+  void makeIndex();
+
+  std::vector<std::pair<Value, Value>> entries_;
+  std::unique_ptr<Index> index_;  // only once there are many keys
+};
+
+}  // namespace korvane

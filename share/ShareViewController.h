@@ -1,0 +1,32 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "model/ExtensionMessage.h"
+#include "platform/Export.h"
+#include "platform/NSViewController.h"
+
+namespace korvane {
+
+/// The extension's principal controller: one share from the request for its view to the launch of
+/// the mail client. Main thread only.
+class KORVANE_EXPORT ShareViewController : public NSViewController {
+ public:
+  /// "ShareViewController".
+  std::string nibName() const override;
+
+  /// Runs the share: empties the staging folder, loads the base view, cancels the request, so that
+  /// the share sheet goes before any item has been read, and starts the extraction, whose message
+  /// is handed to the mail client on a background queue.
+  void loadView() override;
+  void viewDidLoad() override;
+
+  /// Completes the request with one empty item. `sender` is ignored.
+  void send(const void* sender);
+  /// Cancels the request with NSCocoaErrorDomain's code 3072. `sender` is ignored.
+  void cancel(const void* sender);
+};
+
+}  // namespace korvane
