@@ -49,6 +49,13 @@ class KORVANE_EXPORT NSAttributedString {
   /// The characters from `location` on, `length` bytes of them, as a document of the type. Raises
   /// NSException (NSRangeException) for a range outside the text. Nothing when it cannot be
   /// converted.
+  ///
+  /// HTML: a complete document in UTF-8, the same for the same text. Every line break becomes
+  /// `<br>`, spaces that HTML would swallow become no-break spaces, a tab four spaces. Bold,
+  /// italic, underline, colour and links (those of isLinkForDocuments(); the text of others stays)
+  /// become elements. Control characters are left out; what is not UTF-8, also a character that the
+  /// range cuts, becomes U+FFFD. The whole range of a text that came as HTML gives that document as
+  /// the reader left it; a part of one gives its plain characters.
   std::optional<NSData> dataFromRange(std::size_t location, std::size_t length,
                                       NSDocumentType documentType) const;
 
@@ -57,9 +64,15 @@ class KORVANE_EXPORT NSAttributedString {
   std::shared_ptr<const Content> content_;
 };
 
+/// Whether a link is kept in a document that is sent to others: http, https, ftp, mailto, tel and
+/// sms, in any case. Links that run something (javascript:), carry a document (data:), reach into
+/// this machine (file:) or are relative to something the receiver does not have are not.
+KORVANE_EXPORT bool isLinkForDocuments(std::string_view url);
+
 /// What reading an HTML document gives.
 struct KORVANE_EXPORT HTMLText {
-  /// The characters that a reader of the document sees, line breaks as "\n".
+  /// The characters that a reader of the document sees, line breaks as "\n", each picture as
+  /// U+FFFC. UTF-8.
   std::string text;
   /// The document with its structure and style, without scripts, event handlers and anything that
   /// would load from elsewhere; complete and valid, UTF-8.

@@ -1,0 +1,252 @@
+#include "platform/NSAttributedString.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <utility>
+
+#include "platform/NSException.h"
+#include "platform/Platform.h"
+
+namespace korvane {
+namespace {
+
+using Attributes = NSAttributedString::Attributes;
+using Run = NSAttributedString::Run;
+
+constexpr std::uint32_t kReplacement = 0xFFFD;
+
+struct Character {
+  std::uint32_t code;
+  std::size_t length;  // bytes, at least 1
+};
+
+// The character at a position; what is not UTF-8 gives U+FFFD for each byte sequence that breaks
+// off, as browsers do.
+Character characterAt(std::string_view text, std::size_t at) {
+  const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[at + i]); };
+  const unsigned lead = byte(0);
+  if (lead < 0x80) return {lead, 1};
+  if (lead < 0xC2 || lead > 0xF4) return {kReplacement, 1};
+  const std::size_t length = lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
+  std::uint32_t code = lead & (0xFFU >> (length + 1));
+  for (std::size_t i = 1; i < length; ++i) {
+    if (at + i >= text.size()) return {kReplacement, i};
+    unsigned low = 0x80;
+    unsigned high = 0xBF;
+    if (i == 1) {  // no overlong forms, no surrogates, nothing above U+10FFFF
+      if (lead == 0xE0) low = 0xA0;
+      if (lead == 0xED) high = 0x9F;
+      if (lead == 0xF0) low = 0x90;
+      if (lead == 0xF4) high = 0x8F;
+    }
+    if (byte(i) < low || byte(i) > high) return {kReplacement, i};
+    code = code << 6 | (byte(i) & 0x3F);
+  }
+  return {code, length};
+}
+
+bool isLineBreak(std::uint32_t code) {
+  return (code >= '\n' && code <= '\r') || code == 0x85 || code == 0x2028 || code == 0x2029;
+}
+
+bool isControl(std::uint32_t code) { return code < 0x20 || (code >= 0x7F && code < 0xA0); }
+
+bool isNoncharacter(std::uint32_t code) {
+  return (code & 0xFFFE) == 0xFFFE || (code >= 0xFDD0 && code <= 0xFDEF);
+}
+
+// Writes the characters of a text as HTML, one after the other.
+class CharacterWriter {
+ public:
+  CharacterWriter(std::string_view text, std::string& out) : text_(text), out_(out) {}
+
+  std::size_t position() const { return position_; }
+
+  // Writes the next character; a line break of two bytes counts as one.
+  void writeNext() {
+    const auto [code, length] = characterAt(text_, position_);
+    const std::string_view bytes = text_.substr(position_, length);
+    position_ += length;
+    if (isLineBreak(code)) {
+      if (code == '\r' && position_ < text_.size() && text_[position_] == '\n') ++position_;
+      out_ += "<br>\n";
+      lineStart_ = true;
+      afterSpace_ = false;
+      return;
+    }
+    if (code == ' ') return writeSpace();
+    if (code == '\t') {
+      for (int i = 0; i < 4; ++i) writeSpace();
+      return;
+    }
+    if (isControl(code)) return;  // illegal in HTML, and nothing to see
+    lineStart_ = false;
+    afterSpace_ = false;
+    switch (code) {
+      case '&':
+        out_ += "&amp;";
+        break;
+      case '<':
+        out_ += "&lt;";
+        break;
+      case '>':
+        out_ += "&gt;";
+        break;
+      case '"':
+        out_ += "&quot;";
+        break;
+      case 0xA0:
+        out_ += "&nbsp;";
+        break;
+      default:
+        if (code == kReplacement || isNoncharacter(code)) {
+          out_ += "\xEF\xBF\xBD";
+        } else {
+          out_ += bytes;
+        }
+    }
+  }
+
+ private:
+  // HTML shows one of several spaces and none at either end of a line: every one that would vanish
+  // becomes a no-break space, the others stay, so that long lines still wrap.
+  void writeSpace() {
+    const bool lineEnd =
+        position_ == text_.size() || isLineBreak(characterAt(text_, position_).code);
+    const bool vanishes = lineStart_ || afterSpace_ || lineEnd;
+    out_ += vanishes ? "&nbsp;" : " ";
+    lineStart_ = false;
+    afterSpace_ = !vanishes;
+  }
+
+  std::string_view text_;
+  std::string& out_;
+  std::size_t position_ = 0;
+  bool lineStart_ = true;
+  bool afterSpace_ = false;
+};
+
+void appendEscaped(std::string_view attributeValue, std::string& out) {
+  for (const char c : attributeValue) {
+    switch (c) {
+      case '&':
+        out += "&amp;";
+        break;
+      case '<':
+        out += "&lt;";
+        break;
+      case '>':
+        out += "&gt;";
+        break;
+      case '"':
+        out += "&quot;";
+        break;
+      default:
+        out += c;
+    }
+  }
+}
+
+void openTags(const Attributes& attributes, std::string& out) {
+  if (attributes.link && isLinkForDocuments(attributes.link->absoluteString())) {
+    out += "<a href=\"";
+    appendEscaped(attributes.link->absoluteString(), out);
+    out += "\">";
+  }
+  if (attributes.bold) out += "<b>";
+  if (attributes.italic) out += "<i>";
+  if (attributes.underline) out += "<u>";
+  if (attributes.color) {
+    std::array<char, 40> span{};
+    std::snprintf(span.data(), span.size(), "<span style=\"color:#%06x\">",
+                  static_cast<unsigned>(*attributes.color & 0xFFFFFF));
+    out += span.data();
+  }
+}
+
+void closeTags(const Attributes& attributes, std::string& out) {
+  if (attributes.color) out += "</span>";
+  if (attributes.underline) out += "</u>";
+  if (attributes.italic) out += "</i>";
+  if (attributes.bold) out += "</b>";
+  if (attributes.link && isLinkForDocuments(attributes.link->absoluteString())) out += "</a>";
+}
+
+// The document of a part of a text; `runs` are the runs of the whole text, whose lengths tell where
+// each ends.
+NSData document(std::string_view text, std::size_t location, std::size_t length,
+                const std::vector<Run>& runs) {
+  std::string out = "<!DOCTYPE html>\n<html>\n<head><meta charset=\"utf-8\"></head>\n<body>";
+  out.reserve(out.size() + length + length / 8 + 64);
+  CharacterWriter writer(text.substr(location, length), out);
+  std::size_t runEnd = 0;
+  for (const Run& run : runs) {
+    runEnd += run.text.size();
+    const std::size_t end = std::min(runEnd, location + length);
+    if (location + writer.position() >= end) continue;
+    openTags(run.attributes, out);
+    while (location + writer.position() < end) writer.writeNext();
+    closeTags(run.attributes, out);
+  }
+  out += "</body>\n</html>\n";
+  return {out.begin(), out.end()};
+}
+
+}  // namespace
+
+struct NSAttributedString::Content {
+  std::string text;
+  std::vector<Run> runs;            // their texts together are `text`
+  std::optional<std::string> html;  // the whole document, where the text came as one
+};
+
+NSAttributedString::NSAttributedString(std::string_view text)
+    : NSAttributedString(std::vector<Run>{{std::string(text), {}}}) {}
+
+NSAttributedString::NSAttributedString(std::vector<Run> runs) {
+  std::string text;
+  for (const Run& run : runs) text += run.text;
+  content_ =
+      std::make_shared<const Content>(Content{std::move(text), std::move(runs), std::nullopt});
+}
+
+std::optional<NSAttributedString> NSAttributedString::initWithHTML(const NSData& html) {
+  auto read = Platform::current()->html->read(html);
+  if (!read) return std::nullopt;
+  NSAttributedString styled;
+  std::vector<Run> runs{{read->text, {}}};
+  styled.content_ = std::make_shared<const Content>(
+      Content{std::move(read->text), std::move(runs), std::move(read->html)});
+  return styled;
+}
+
+const std::string& NSAttributedString::string() const { return content_->text; }
+
+std::optional<NSData> NSAttributedString::dataFromRange(std::size_t location, std::size_t length,
+                                                        NSDocumentType documentType) const {
+  const std::string& text = content_->text;
+  if (location > text.size() || length > text.size() - location) {
+    throw NSException(NSRangeException, "Range {" + std::to_string(location) + ", " +
+                                            std::to_string(length) + "} out of bounds; length " +
+                                            std::to_string(text.size()));
+  }
+  if (documentType != NSDocumentType::html) return std::nullopt;
+  if (content_->html && length == text.size()) {
+    return NSData(content_->html->begin(), content_->html->end());
+  }
+  return document(text, location, length, content_->runs);
+}
+
+bool isLinkForDocuments(std::string_view url) {
+  static constexpr std::array<std::string_view, 6> kSchemes = {"http",   "https", "ftp",
+                                                               "mailto", "tel",   "sms"};
+  const std::string_view scheme = url.substr(0, std::min(url.find(':'), url.size()));
+  if (scheme.size() == url.size()) return false;
+  return std::any_of(kSchemes.begin(), kSchemes.end(), [&](std::string_view allowed) {
+    return std::equal(scheme.begin(), scheme.end(), allowed.begin(), allowed.end(),
+                      [](char a, char b) { return (a >= 'A' && a <= 'Z' ? a + 32 : a) == b; });
+  });
+}
+
+}  // namespace korvane
