@@ -1,0 +1,131 @@
+#include "host/MessageReport.h"
+
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <string_view>
+#include <system_error>
+#include <vector>
+
+#include "host/PrintableText.h"
+
+namespace korvane {
+namespace {
+
+struct Attachment {
+  std::string path;
+  bool exists = false;
+  std::optional<std::uintmax_t> size;  // of a file
+};
+
+/// What is at an attachment's path. Links are followed, as a mail client that reads it would.
+Attachment inspect(const Value& element) {
+  Attachment attachment;
+  attachment.path =
+      element.isURL() ? element.url().fileSystemRepresentation() : element.description();
+  // The file system would take a path only up to its NUL.
+  if (attachment.path.find('\0') != std::string::npos) return attachment;
+  std::error_code error;
+  const std::filesystem::path path(attachment.path);
+  const std::filesystem::file_status status = std::filesystem::status(path, error);
+  attachment.exists = std::filesystem::exists(status);
+  if (std::filesystem::is_regular_file(status)) {
+    const std::uintmax_t size = std::filesystem::file_size(path, error);
+    if (!error) attachment.size = size;
+  }
+  return attachment;
+}
+
+std::vector<Attachment> inspectAttachments(const ExtensionMessage& message) {
+  std::vector<Attachment> attachments;
+  for (const Value& element : message.attachments().value_or(List())) {
+    attachments.push_back(inspect(element));
+  }
+  return attachments;
+}
+
+std::optional<std::string> textOf(const Value& value) {
+  if (value.isAbsent()) return std::nullopt;
+  return value.description();
+}
+
+struct Field {
+  std::string_view label;  // in text
+  std::string_view key;    // in JSON
+  std::optional<std::string> text;
+};
+
+std::vector<Field> headerFields(const ExtensionMessage& message) {
+  return {{"Subject:", "subject", textOf(message.subject())},
+          {"From:", "from", textOf(message.from())},
+          {"Account:", "account", textOf(message.account())},
+          {"To:", "to", message.toString()},
+          {"Cc:", "cc", message.ccString()},
+          {"Bcc:", "bcc", message.bccString()}};
+}
+
+void appendBody(std::string& text, std::string_view label, const std::string& body) {
+  if (body.empty()) return;
+  text += '\n';
+  text += label;
+  text += '\n';
+  text += printableText(body, LineBreaks::keep);
+  if (body.back() != '\n') text += '\n';
+}
+
+}  // namespace
+
+std::string messageText(const ExtensionMessage& message) {
+  constexpr std::size_t column = 13;
+  std::string text;
+  const auto appendLine = [&](std::string_view label, std::string_view content) {
+    text += label;
+    text.append(column - label.size(), ' ');
+    text += content;
+    text += '\n';
+  };
+  for (const Field& field : headerFields(message)) {
+    appendLine(field.label, printableText(field.text.value_or("-"), LineBreaks::show));
+  }
+  const std::vector<Attachment> attachments = inspectAttachments(message);
+  appendLine("Attachments:", attachments.empty() ? "-" : std::to_string(attachments.size()));
+  for (const Attachment& attachment : attachments) {
+    text += "  " + printableText(attachment.path, LineBreaks::show);
+    if (!attachment.exists) {
+      text += " (missing)\n";
+    } else if (!attachment.size) {
+      text += " (no file)\n";
+    } else {
+      text += " (" + std::to_string(*attachment.size) +
+              (*attachment.size == 1 ? " byte)\n" : " bytes)\n");
+    }
+  }
+  appendBody(text, "Plain body:", message.plainBody().value_or(std::string()));
+  appendBody(text, "HTML body:", message.htmlBody().value_or(std::string()));
+  return text;
+}
+
+std::string messageJSON(const ExtensionMessage& message) {
+  std::string json = "{";
+  const auto appendMember = [&](std::string_view key, const std::optional<std::string>& text) {
+    json += jsonString(key) + ": ";
+    json += text ? jsonString(*text) : "null";
+    json += ", ";
+  };
+  for (const Field& field : headerFields(message)) appendMember(field.key, field.text);
+  appendMember("plainBody", message.plainBody());
+  appendMember("htmlBody", message.htmlBody());
+  json += "\"attachments\": [";
+  std::string_view separator;
+  for (const Attachment& attachment : inspectAttachments(message)) {
+    json += separator;
+    json += "{\"path\": " + jsonString(attachment.path) +
+            ", \"exists\": " + (attachment.exists ? "true" : "false") +
+            ", \"size\": " + (attachment.size ? std::to_string(*attachment.size) : "null") + "}";
+    separator = ", ";
+  }
+  json += "]}\n";
+  return json;
+}
+
+}  // namespace korvane
