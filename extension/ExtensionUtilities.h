@@ -62,7 +62,8 @@ class KORVANE_EXPORT ExtensionUtilities {
                                         const std::optional<NSError>& error)>;
   /// Turns the context's input items into one message on a background queue; returns at once.
   /// `completion` is called exactly once, on that queue, always with a message and no error, after
-  /// 0.1 s at least and 101 such passes at most, whether or not every item has been loaded by then.
+  /// 0.1 s at least and 101 such passes at most, whether or not every item has been loaded by then;
+  /// what is loaded later still changes the message. A null context has no items.
   static void GetItemForExtension(std::shared_ptr<NSExtensionContext> context,
                                   std::string_view service, Completion completion);
 
@@ -74,7 +75,8 @@ class KORVANE_EXPORT ExtensionUtilities {
   static bool LaunchCommands(const std::vector<NSURL>& urls, bool background);
   /// Opens a command URL for each message. For every message whose URL is valid, the notification
   /// "ACTION_CALLED_EXTENSION" is posted first, with a MessageCommand as its object; the others are
-  /// skipped. The result is that of LaunchCommands.
+  /// skipped. The result is that of LaunchCommands. No message may be null. Raises NSException for
+  /// an account that is present but no text.
   static bool LaunchCommandForMessages(
       const std::vector<std::shared_ptr<ExtensionMessage>>& messages, std::string_view commandName,
       bool background);

@@ -15,8 +15,8 @@ inline constexpr long DISPATCH_QUEUE_PRIORITY_BACKGROUND = -32768;
 class KORVANE_EXPORT DispatchQueue {
  public:
   virtual ~DispatchQueue() = default;
-  /// Queues a job; returns at once. Jobs may run at the same time and in any order; none waits for
-  /// another to end.
+  /// Queues a job, which must not be empty; returns at once. Jobs may run at the same time and in
+  /// any order; none waits for another to end.
   virtual void async(long priority, std::function<void()> job) = 0;
 };
 
@@ -30,19 +30,24 @@ KORVANE_EXPORT void dispatch_async(GlobalQueue queue, std::function<void()> job)
 
 /// A pool of threads, made as they are needed up to a limit for each priority, so that a job that
 /// waits on others of another priority cannot starve them.
+///
+/// A job that ends by an exception is logged (the exception's kind, not its text, which could hold
+/// anything) and counts as finished; the thread goes on with the next.
 class KORVANE_EXPORT ThreadPool : public DispatchQueue {
  public:
   /// `threads` per priority, at least 1; 0 means one for each processor, at least 2.
   explicit ThreadPool(unsigned threads = 0);
-  /// Waits for the jobs that were queued.
+  /// Waits for the jobs that were queued and those that they queue. When a job of this very pool
+  /// lets go of it last, it is not waited for: the jobs still run, on threads left to themselves.
   ~ThreadPool() override;
+  /// Throws std::system_error, and queues nothing, when not even one thread can be started.
   void async(long priority, std::function<void()> job) override;
-  /// Waits until no job runs or is queued.
+  /// Waits until no job runs or is queued. Not to be called from a job.
   void waitUntilIdle();
 
  private:
   struct State;
-  std::unique_ptr<State> state_;
+  std::shared_ptr<State> state_;  // the threads hold it too
 };
 
 }  // namespace korvane

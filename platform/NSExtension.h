@@ -39,6 +39,7 @@ class KORVANE_EXPORT NSItemProvider {
 struct KORVANE_EXPORT NSExtensionItem {
   std::optional<NSAttributedString> attributedTitle;
   std::optional<NSAttributedString> attributedContentText;
+  /// None is null.
   std::vector<std::shared_ptr<NSItemProvider>> attachments;
 };
 

@@ -6,8 +6,8 @@
 namespace korvane {
 
 NSNotificationCenter& NSNotificationCenter::defaultCenter() {
-  static NSNotificationCenter center;
-  return center;
+  static auto* center = new NSNotificationCenter;  // never destroyed: late threads may still post
+  return *center;
 }
 
 void NSNotificationCenter::addObserver(const void* observer, std::string_view name,

@@ -27,7 +27,8 @@ class KORVANE_EXPORT NSNotificationCenter {
   /// Ends every observation of this observer; one that never registered is fine.
   void removeObserver(const void* observer);
   /// Calls every observer of the name, in the order of registration, on this thread, before it
-  /// returns. Observers may add and remove observers; that takes effect at the next post.
+  /// returns. Observers may add and remove observers; that takes effect at the next post. What an
+  /// observer throws passes to the caller, and the observers after it are not called.
   void postNotificationName(std::string_view name, const void* object);
   /// Number of registrations of an observer.
   std::size_t observationCount(const void* observer) const;

@@ -1,10 +1,15 @@
 #include "platform/NSViewController.h"
 
 #include "platform/NSBundle.h"
+#include "platform/NSLog.h"
 
 namespace korvane {
 
-void NSViewController::loadView() { NSBundle::mainBundle()->loadNibNamed(nibName()); }
+void NSViewController::loadView() {
+  if (!NSBundle::mainBundle()->loadNibNamed(nibName())) {
+    NSLog("[%@] loadView %@ has no interface description", "***ERROR***", nibName());
+  }
+}
 
 void NSViewController::viewDidLoad() {}
 

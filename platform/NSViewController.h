@@ -16,13 +16,15 @@ class KORVANE_EXPORT NSViewController {
 
   /// Name of the interface description that loadView loads.
   virtual std::string nibName() const = 0;
-  /// Loads the interface description named nibName() through the main bundle.
+  /// Loads the interface description named nibName() through the main bundle; a missing one is
+  /// logged.
   virtual void loadView();
-  /// Called once after loadView. Does nothing.
+  /// Called once after loadView. The base's does nothing.
   virtual void viewDidLoad();
   /// What a host does to get the view: loadView and viewDidLoad, the first time.
   void loadViewIfNeeded();
 
+  /// The request; null before a host has set it.
   std::shared_ptr<NSExtensionContext> extensionContext() const { return extensionContext_; }
   void setExtensionContext(std::shared_ptr<NSExtensionContext> context) {
     extensionContext_ = std::move(context);
