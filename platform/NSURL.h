@@ -19,7 +19,10 @@ class KORVANE_EXPORT NSURL {
   /// out percent-encoded.
   static std::optional<NSURL> URLWithString(std::string_view text);
 
-  /// The URL of a text resolved against a base; absoluteString() is the resolved text.
+  /// The URL of a text resolved against a base (RFC 1808, section 4); absoluteString() is the
+  /// resolved text. "." and ".." are worked out where the path of the text is relative and the base
+  /// has a path; ".." that leads above the root stays. Nothing where a base such as "mailto:a@b"
+  /// has no path to resolve against.
   static std::optional<NSURL> URLWithString(std::string_view text, const NSURL& relativeToURL);
 
   /// The file URL of an absolute path of any bytes, percent-encoded. A path that is an existing
@@ -30,13 +33,15 @@ class KORVANE_EXPORT NSURL {
   /// The whole URL as text.
   const std::string& absoluteString() const noexcept { return text_; }
 
-  // The parts; absent where the URL has none. host, user and path come with their escapes removed,
-  // the others keep theirs. path loses a trailing "/" (the root keeps it) and what follows its
-  // first ";", which is the parameterString. A URL without "/" after its scheme ("mailto:a@b") has
-  // a scheme and nothing else.
+  // The parts; absent where the URL has none. host, user and path come with their escapes removed
+  // (absent when the bytes are not UTF-8), the others keep theirs. path loses a trailing "/" (the
+  // root keeps it; of several one stays) and what follows its first ";", which is the
+  // parameterString. path is empty, not absent, where nothing follows a host or precedes a ";"; an
+  // empty host without port and user is absent. A URL without "/" after its scheme ("mailto:a@b")
+  // has a scheme and nothing else, and every "#" in it is escaped.
   std::optional<std::string> scheme() const;
   std::optional<std::string> host() const;
-  /// Absent when empty or not decimal.
+  /// Absent when empty or not decimal; the nearest limit when out of range.
   std::optional<std::int64_t> port() const;
   std::optional<std::string> user() const;
   std::optional<std::string> password() const;
@@ -45,18 +50,21 @@ class KORVANE_EXPORT NSURL {
   std::optional<std::string> query() const;
   std::optional<std::string> fragment() const;
 
-  /// Whether the scheme is "file", in any case.
+  /// Whether the scheme is "file", in any case. False without a scheme.
   bool isFileURL() const;
 
   /// The path as the file system takes it: escapes removed, whatever bytes come out, parameters
   /// included. Empty where there is no path.
   std::string fileSystemRepresentation() const;
 
-  /// This URL with the component added to its path: exactly one "/" between, the component
-  /// percent-encoded. Query and fragment stay.
+  /// This URL with the component (any bytes) added to its path: exactly one "/" between, the
+  /// component percent-encoded. Parameters, query and fragment stay. A URL that has only a scheme
+  /// stays as it is.
   NSURL URLByAppendingPathComponent(std::string_view component) const;
 
-  /// This URL with "." and the extension added to the last component of its path.
+  /// This URL with "." and the extension, percent-encoded, added to the last component of its path,
+  /// before a trailing "/". Unchanged where the path has no component, for an empty extension and
+  /// for one that begins with "/".
   NSURL URLByAppendingPathExtension(std::string_view extension) const;
 
   friend bool operator==(const NSURL& a, const NSURL& b) noexcept { return a.text_ == b.text_; }
@@ -64,7 +72,26 @@ class KORVANE_EXPORT NSURL {
  private:
   NSURL() = default;
 
+  // Finds the parts of a text that is known to be a URL, or tells that it is none.
+  bool locateParts();
+
+  bool isOpaque() const noexcept;
+  std::size_t hierarchyBegin() const noexcept { return schemeEnd_ == 0 ? 0 : schemeEnd_ + 1; }
+  bool hasAuthority() const noexcept;
+  std::string_view authority() const;
+  /// User, password, host and port; the escapes are still there.
+  struct Authority;
+  Authority authorityParts() const;
+  /// The path as it stands in the text, with its parameters.
+  std::string_view rawPath() const;
+  static NSURL fromValidText(std::string text);
+
+  // Where the parts of the text stand. An absent part is empty, and its mark ("?", "#") missing.
   std::string text_;
+  std::size_t schemeEnd_ = 0;  // the ":"; 0 without a scheme
+  std::size_t pathBegin_ = 0;  // also the end of the authority
+  std::size_t pathEnd_ = 0;    // the "?", the "#" or the end
+  std::size_t queryEnd_ = 0;   // the "#" or the end
 };
 
 }  // namespace korvane
