@@ -1,0 +1,165 @@
+#include <array>
+#include <cerrno>
+#include <filesystem>
+#include <system_error>
+
+#include "extension/ExtensionUtilities.h"
+#include "extension/NSString+Drelk_Fs.h"
+#include "platform/NSException.h"
+#include "platform/NSFileCoordinator.h"
+#include "platform/NSFileManager.h"
+#include "platform/NSLog.h"
+#include "platform/NSString.h"
+
+namespace korvane {
+namespace {
+
+constexpr const char* kError = "***ERROR***";
+/// NSCocoaErrorDomain's code for a file that could not be written, for no known reason.
+constexpr long kFileWriteUnknownError = 512;
+
+/// The staging folder of a service; absent without a container. A service that is not a name of its
+/// own has none either: with "" or ".." the folder emptied would be the mail client's.
+std::optional<NSURL> stagingFolder(std::string_view service) {
+  const std::string framed = "/" + std::string(service) + "/";
+  for (const char* part : {"//", "/./", "/../"}) {
+    if (framed.find(part) != std::string::npos) return std::nullopt;
+  }
+  const std::optional<NSURL> data = ExtensionUtilities::GroupDataPath();
+  if (!data) return std::nullopt;
+  return data->URLByAppendingPathComponent(service);
+}
+
+/// What an operation logs.
+struct LogTexts {
+  const char* writing;
+  const char* exception;
+  const char* coordination;
+};
+constexpr LogTexts kFilesLog{"[%@] Error writing file shareFiles %@",
+                             "[%@] Exception shareFiles %@", "[%@] Error shareFiles %@"};
+constexpr LogTexts kDatasLog{"[%@] Error writing file shareDatas %@",
+                             "[%@] Exception shareDatas %@", "[%@] Error shareDatas %@"};
+
+/// Runs `work` with the path of the staging folder, alone among everybody who coordinates.
+void coordinate(std::string_view service, const LogTexts& log,
+                const std::function<void(const std::string& folder)>& work) {
+  std::optional<NSError> error;
+  NSFileCoordinator::coordinator()->coordinateWritingItemAtURL(
+      stagingFolder(service), NSFileCoordinatorWritingOptions::forDeleting, error,
+      [&](const NSURL& url) {
+        std::string folder = url.fileSystemRepresentation();
+        while (folder.ends_with('/')) folder.pop_back();
+        try {
+          work(folder);
+        } catch (const NSException& exception) {
+          NSLog(log.exception, kError, exception);
+        }
+      });
+  if (error) NSLog(log.coordination, kError, error);
+}
+
+void appendUTF8(std::string& text, unsigned code) {
+  if (code < 0x80) {
+    text += static_cast<char>(code);
+  } else if (code < 0x800) {
+    text += static_cast<char>(0xC0 | (code >> 6));
+    text += static_cast<char>(0x80 | (code & 0x3F));
+  } else {
+    text += static_cast<char>(0xE0 | (code >> 12));
+    text += static_cast<char>(0x80 | ((code >> 6) & 0x3F));
+    text += static_cast<char>(0x80 | (code & 0x3F));
+  }
+}
+
+/// Bytes read as windows-1252, which nearly every name that is not UTF-8 was written in.
+std::string textFromWindows1252(std::string_view bytes) {
+  // 0x80 to 0x9F; what is not assigned shows as a replacement character. All else is Latin-1.
+  static constexpr std::array<unsigned, 32> kSpecials{
+      0x20AC, 0xFFFD, 0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021, 0x02C6, 0x2030, 0x0160,
+      0x2039, 0x0152, 0xFFFD, 0x017D, 0xFFFD, 0xFFFD, 0x2018, 0x2019, 0x201C, 0x201D, 0x2022,
+      0x2013, 0x2014, 0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0xFFFD, 0x017E, 0x0178};
+  std::string text;
+  for (const char byte : bytes) {
+    const unsigned code = static_cast<unsigned char>(byte);
+    appendUTF8(text, code >= 0x80 && code < 0xA0 ? kSpecials[code - 0x80] : code);
+  }
+  return text;
+}
+
+/// The name that a source gets in the staging folder: its last component, in UTF-8, since the path
+/// travels in a URL as text. "" for the root, which has no name.
+std::string stagedName(const std::string& source) {
+  std::string name = lastPathComponent(source);
+  if (name == "." || name == "..") {
+    std::error_code ignored;
+    name = std::filesystem::canonical(source, ignored).filename().string();
+  }
+  if (name == "/") return {};
+  return isUTF8(name) ? name : textFromWindows1252(name);
+}
+
+}  // namespace
+
+void ExtensionUtilities::ShareInit(std::string_view service) {
+  std::optional<NSError> coordinationError;
+  NSFileCoordinator::coordinator()->coordinateWritingItemAtURL(
+      stagingFolder(service), NSFileCoordinatorWritingOptions::forDeleting, coordinationError,
+      [](const NSURL& url) {
+        const auto files = NSFileManager::defaultManager();
+        // One slot for both steps: a failed removal shows again after the creation.
+        std::optional<NSError> error;
+        files->removeItemAtURL(url, error);
+        if (error) NSLog("[%@] shareInit delete %@", kError, error);
+        files->createDirectoryAtURL(url, true, error);
+        if (error) NSLog("[%@] shareInit create %@", kError, error);
+      });
+  if (coordinationError) NSLog("[%@] shareInit %@", kError, coordinationError);
+}
+
+List ExtensionUtilities::ShareFiles(std::string_view service,
+                                    const std::vector<std::string>& paths) {
+  List staged;
+  coordinate(service, kFilesLog, [&](const std::string& folder) {
+    for (const std::string& path : paths) {
+      std::optional<NSError> error;
+      std::string destination;
+      if (const std::string name = stagedName(path); name.empty()) {
+        error = NSError::withErrno(EINVAL, path);
+      } else {
+        destination = Drelk_Fs::GetGoodPath(name, folder);
+        NSFileManager::defaultManager()->copyItemAtPath(path, destination, error);
+      }
+      if (error) {
+        NSLog(kFilesLog.writing, kError, error);
+      } else {
+        staged.emplace_back(destination);
+      }
+    }
+  });
+  return staged;
+}
+
+List ExtensionUtilities::ShareDatas(std::string_view service,
+                                    const std::vector<std::optional<NSData>>& datas) {
+  List staged;
+  coordinate(service, kDatasLog, [&](const std::string& folder) {
+    for (const std::optional<NSData>& data : datas) {
+      std::optional<NSError> error;
+      const std::string destination = Drelk_Fs::GetGoodPath("image.png", folder);
+      if (data) {
+        NSFileManager::defaultManager()->writeDataAtomically(*data, destination, error);
+      } else {
+        error = NSError{NSCocoaErrorDomain, kFileWriteUnknownError, "There is no image to write"};
+      }
+      if (error) {
+        NSLog(kDatasLog.writing, kError, error);
+      } else {
+        staged.emplace_back(destination);
+      }
+    }
+  });
+  return staged;
+}
+
+}  // namespace korvane

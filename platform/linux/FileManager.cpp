@@ -1,0 +1,227 @@
+#include "platform/linux/FileManager.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <utility>
+
+#include "platform/linux/FileCopy.h"
+#include "platform/linux/FileTree.h"
+
+namespace korvane {
+namespace {
+
+constexpr int kHoldFolder = O_PATH | O_DIRECTORY | O_CLOEXEC;
+
+/// Runs an operation; its failure becomes the error.
+template <class Operation>
+bool attempt(std::optional<NSError>& error, const Operation& operation) {
+  try {
+    operation();
+    return true;
+  } catch (const FileFailure& failure) {
+    error = failure.error();
+    return false;
+  }
+}
+
+std::string pathOf(const NSURL& url) {
+  if (!url.isFileURL()) throw FileFailure{EINVAL, url.scheme().value_or(""), "not a file URL"};
+  return url.fileSystemRepresentation();
+}
+
+FileDescriptor holdFolder(const std::string& path) {
+  FileDescriptor folder(::open(path.c_str(), kHoldFolder));
+  if (!folder) throw FileFailure{errno, path};
+  return folder;
+}
+
+bool isLink(int folder, const std::string& name) {
+  struct stat status = {};
+  return ::fstatat(folder, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0 &&
+         S_ISLNK(status.st_mode);
+}
+
+/// Opens a folder inside another one of the container.
+FileDescriptor stepInto(const FileDescriptor& folder, const std::string& name,
+                        const std::string& path) {
+  FileDescriptor next(::openat(folder.get(), name.c_str(), kHoldFolder | O_NOFOLLOW));
+  if (next) return next;
+  const int code = errno;
+  if (isLink(folder.get(), name)) {
+    throw FileFailure{ELOOP, path, "a link inside the container is not followed"};
+  }
+  throw FileFailure{code, path};
+}
+
+/// Status of the item at a place; nothing when it cannot be had.
+std::optional<struct stat> statusAt(const FilePlace& place, Links links) {
+  struct stat status = {};
+  const int flags = links == Links::followed ? 0 : AT_SYMLINK_NOFOLLOW;
+  if (::fstatat(place.folder.get(), place.name.c_str(), &status, flags) != 0) return std::nullopt;
+  return status;
+}
+
+void refuseExisting(const FilePlace& place) {
+  if (statusAt(place, Links::refused)) throw FileFailure{EEXIST, place.path};
+}
+
+/// Makes a folder of mode 0700, whatever the process's mask says.
+void makeFolder(const FilePlace& place) {
+  if (::mkdirat(place.folder.get(), place.name.c_str(), S_IRWXU) != 0) {
+    throw FileFailure{errno, place.path};
+  }
+  openPrivateFolder(place.folder.get(), place.name, place.path);
+}
+
+void writeAll(int file, const NSData& data, const std::string& path) {
+  const std::uint8_t* next = data.data();
+  std::size_t left = data.size();
+  while (left > 0) {
+    const ssize_t count = ::write(file, next, left);
+    if (count < 0 && errno == EINTR) continue;
+    if (count < 0) throw FileFailure{errno, path};
+    next += count;
+    left -= static_cast<std::size_t>(count);
+  }
+}
+
+}  // namespace
+
+FileManager::FileManager(FileManagerOptions options) : options_(std::move(options)) {}
+
+std::optional<NSURL> FileManager::containerURLForSecurityApplicationGroupIdentifier(
+    std::string_view group) {
+  const std::optional<std::string>& root = options_.container.path();
+  if (group != kApplicationGroup || !root) return std::nullopt;
+  const NSURL url = NSURL::fileURLWithPath(*root);
+  const std::string& text = url.absoluteString();
+  return text.ends_with('/') ? url : NSURL::URLWithString(text + "/");
+}
+
+bool FileManager::removeItemAtURL(const NSURL& url, std::optional<NSError>& error) {
+  return attempt(error, [&] {
+    const FilePlace place = locate(pathOf(url));
+    if (place.name == "." || place.name == "..") throw FileFailure{EINVAL, place.path};
+    removeEntry(place.folder.get(), place.name, place.path);
+  });
+}
+
+bool FileManager::createDirectoryAtURL(const NSURL& url, bool withIntermediateDirectories,
+                                       std::optional<NSError>& error) {
+  return attempt(error, [&] {
+    const std::string path = pathOf(url);
+    if (withIntermediateDirectories) {
+      createIntermediateDirectories(path);
+    } else {
+      makeFolder(locate(path));
+    }
+  });
+}
+
+bool FileManager::copyItemAtPath(std::string_view source, std::string_view destination,
+                                 std::optional<NSError>& error) {
+  return attempt(error, [&] {
+    const FilePlace from = locate(source);
+    const FilePlace to = locate(destination);
+    refuseExisting(to);
+    OpenedItem item = openItem(from.folder.get(), from.name, from.path, from.links);
+    const auto kind = item.isFolder() ? UnfinishedEntry::Kind::folder : UnfinishedEntry::Kind::file;
+    UnfinishedEntry copy(to, kind);
+    if (item.isFolder()) {
+      const bool contained = options_.container.relativePath(source).has_value();
+      copyFolder(std::move(item), copy.descriptor(), from.path,
+                 contained ? Links::refused : Links::followed, options_.maximumEntries);
+    } else {
+      copyContent(item, copy.descriptor(), from.path);
+    }
+    copy.publish(UnfinishedEntry::Existing::refused);
+  });
+}
+
+bool FileManager::fileExistsAtPath(std::string_view path) {
+  try {
+    return statusAt(locate(path), Links::refused).has_value();
+  } catch (const FileFailure&) {
+    return false;
+  }
+}
+
+bool FileManager::directoryExistsAtPath(std::string_view path) {
+  try {
+    const FilePlace place = locate(path);
+    const auto status = statusAt(place, place.links);
+    return status && S_ISDIR(status->st_mode);
+  } catch (const FileFailure&) {
+    return false;
+  }
+}
+
+bool FileManager::writeDataAtomically(const NSData& data, std::string_view path,
+                                      std::optional<NSError>& error) {
+  return attempt(error, [&] {
+    const FilePlace place = locate(path);
+    UnfinishedEntry file(place, UnfinishedEntry::Kind::file);
+    writeAll(file.descriptor(), data, place.path);
+    file.publish(UnfinishedEntry::Existing::replaced);
+  });
+}
+
+FilePlace FileManager::locate(std::string_view path) const {
+  FilePlace place;
+  place.path = path;
+  if (path.empty()) throw FileFailure{ENOENT, {}};
+  if (path.find('\0') != std::string_view::npos) {
+    throw FileFailure{EINVAL, place.path.substr(0, path.find('\0')), "a path holds no NUL"};
+  }
+
+  const auto relative = options_.container.relativePath(path);
+  if (relative && !relative->empty()) {
+    place.links = Links::refused;
+    std::vector<std::string> components = pathComponents(*relative);
+    place.name = std::move(components.back());
+    components.pop_back();
+    std::string reached = *options_.container.path();
+    place.folder = holdFolder(reached);
+    for (const std::string& component : components) {
+      reached += "/" + component;
+      place.folder = stepInto(place.folder, component, reached);
+    }
+    return place;
+  }
+
+  while (path.size() > 1 && path.ends_with('/')) path.remove_suffix(1);
+  const std::size_t slash = path.rfind('/');
+  place.name = path.substr(slash + 1);
+  if (place.name.empty()) place.name = ".";  // the root
+  const std::string_view folder =
+      slash == std::string_view::npos ? "." : path.substr(0, slash == 0 ? 1 : slash);
+  place.folder = holdFolder(std::string(folder));
+  return place;
+}
+
+void FileManager::createIntermediateDirectories(std::string_view path) const {
+  const std::string whole = normalisedPath(path);
+  for (std::size_t end = 0; end != std::string::npos;) {
+    end = whole.find('/', end + 1);
+    const FilePlace place = locate(whole.substr(0, end));
+    if (const auto status = statusAt(place, place.links)) {
+      if (S_ISDIR(status->st_mode)) continue;
+      if (S_ISLNK(status->st_mode)) {
+        throw FileFailure{ELOOP, place.path, "a link inside the container is not followed"};
+      }
+      throw FileFailure{end == std::string::npos ? EEXIST : ENOTDIR, place.path};
+    }
+    try {
+      makeFolder(place);
+    } catch (const FileFailure& failure) {
+      // Somebody else may have made it in between.
+      const auto made = statusAt(place, place.links);
+      if (failure.code != EEXIST || !made || !S_ISDIR(made->st_mode)) throw;
+    }
+  }
+}
+
+}  // namespace korvane
