@@ -1,0 +1,136 @@
+#include "platform/NSNotificationCenter.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <stdexcept>
+#include <thread>
+
+namespace korvane {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+struct NSNotificationCenterTest : ::testing::Test {
+  NSNotificationCenter center;
+  std::vector<std::string> calls;
+  // Their addresses are all that matters.
+  int first = 0, second = 0;
+
+  NSNotificationCenter::Callback recorder(std::string name) {
+    return [this, name = std::move(name)](std::string_view, const void*) { calls.push_back(name); };
+  }
+};
+
+TEST_F(NSNotificationCenterTest, CallsTheObserversOfTheNameInOrderOnThisThread) {
+  const int object = 5;
+  const void* seenObject = nullptr;
+  std::string seenName;
+  std::thread::id thread;
+  center.addObserver(&second, "A", recorder("second"));
+  center.addObserver(&first, "A", recorder("first"));
+  center.addObserver(&first, "B", recorder("other name"));
+  center.addObserver(&second, "A", [&](std::string_view name, const void* posted) {
+    calls.emplace_back("again");
+    seenName = name;
+    seenObject = posted;
+    thread = std::this_thread::get_id();
+  });
+  center.postNotificationName("A", &object);
+  EXPECT_THAT(calls, ElementsAre("second", "first", "again"));
+  EXPECT_EQ(seenName, "A");
+  EXPECT_EQ(seenObject, &object);
+  EXPECT_EQ(thread, std::this_thread::get_id());
+}
+
+TEST_F(NSNotificationCenterTest, ANameWithoutObserversCallsNobody) {
+  center.addObserver(&first, "A", recorder("first"));
+  center.postNotificationName("a", nullptr);
+  center.postNotificationName("", nullptr);
+  EXPECT_THAT(calls, IsEmpty());
+}
+
+TEST_F(NSNotificationCenterTest, RemovingEndsEveryObservationOfTheObserver) {
+  center.addObserver(&first, "A", recorder("first"));
+  center.addObserver(&second, "A", recorder("second"));
+  center.addObserver(&first, "B", recorder("first B"));
+  EXPECT_EQ(center.observationCount(&first), 2U);
+  center.removeObserver(&first);
+  center.removeObserver(&first);  // one that never registered, too
+  EXPECT_EQ(center.observationCount(&first), 0U);
+  EXPECT_EQ(center.observationCount(&second), 1U);
+  center.postNotificationName("A", nullptr);
+  center.postNotificationName("B", nullptr);
+  EXPECT_THAT(calls, ElementsAre("second"));
+}
+
+TEST_F(NSNotificationCenterTest, ObserversMayAddAndRemoveForTheNextPost) {
+  center.addObserver(&first, "A", [this](std::string_view, const void*) {
+    calls.emplace_back("first");
+    center.removeObserver(&first);
+    center.removeObserver(&second);
+    center.addObserver(&second, "A", recorder("added"));
+  });
+  center.addObserver(&second, "A", recorder("second"));
+  center.postNotificationName("A", nullptr);
+  EXPECT_THAT(calls, ElementsAre("first", "second"));
+  center.postNotificationName("A", nullptr);
+  EXPECT_THAT(calls, ElementsAre("first", "second", "added"));
+}
+
+TEST_F(NSNotificationCenterTest, ReleasesWhatTheCallbackHolds) {
+  auto held = std::make_shared<int>(1);
+  const std::weak_ptr<int> watch = held;
+  center.addObserver(&first, "A", [held = std::move(held)](std::string_view, const void*) {});
+  EXPECT_FALSE(watch.expired());
+  center.removeObserver(&first);
+  EXPECT_TRUE(watch.expired());
+}
+
+TEST_F(NSNotificationCenterTest, ACallbackMayRemoveItsOwnObserverWhileItIsReleased) {
+  // The destructor of what a callback holds uses the center: it must not be locked then.
+  struct Remover {
+    NSNotificationCenter& center;
+    ~Remover() { center.removeObserver(this); }
+  };
+  const auto remover = std::make_shared<Remover>(center);
+  center.addObserver(&first, "A", [held = remover](std::string_view, const void*) {});
+  std::weak_ptr<Remover> watch = remover;
+  const_cast<std::shared_ptr<Remover>&>(remover).reset();
+  center.removeObserver(&first);
+  EXPECT_TRUE(watch.expired());
+}
+
+TEST_F(NSNotificationCenterTest, WhatAnObserverThrowsReachesThePoster) {
+  center.addObserver(&first, "A",
+                     [](std::string_view, const void*) { throw std::runtime_error("observer"); });
+  center.addObserver(&second, "A", recorder("second"));
+  EXPECT_THROW(center.postNotificationName("A", nullptr), std::runtime_error);
+  EXPECT_THAT(calls, IsEmpty());
+}
+
+TEST_F(NSNotificationCenterTest, ThereIsOneDefaultCenter) {
+  EXPECT_EQ(&NSNotificationCenter::defaultCenter(), &NSNotificationCenter::defaultCenter());
+}
+
+TEST_F(NSNotificationCenterTest, AnyThreadMayCall) {
+  std::atomic<int> count{0};
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 4; ++i) {
+    threads.emplace_back([&] {
+      int observer = 0;
+      for (int j = 0; j < 200; ++j) {
+        center.addObserver(&observer, "A", [&](std::string_view, const void*) { ++count; });
+        center.postNotificationName("A", nullptr);
+        center.removeObserver(&observer);
+      }
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_GE(count, 4 * 200);
+}
+
+}  // namespace
+}  // namespace korvane
