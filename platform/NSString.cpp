@@ -1,7 +1,9 @@
 #include "platform/NSString.h"
 
+#include <array>
 #include <charconv>
 #include <cmath>
+#include <cstring>
 #include <limits>
 
 namespace korvane {
@@ -90,12 +92,16 @@ std::size_t extensionDot(std::string_view path) {
   return span.begin + dot;
 }
 
-int hexDigit(char c) {
-  if (isDigit(c)) return c - '0';
-  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-  return -1;
-}
+// The value of a hexadecimal digit; 0xFF for any other byte.
+constexpr std::array<std::uint8_t, 256> kHexValues = [] {
+  std::array<std::uint8_t, 256> values{};
+  values.fill(0xFF);
+  for (std::uint8_t i = 0; i < 10; ++i) values['0' + i] = i;
+  for (std::uint8_t i = 0; i < 6; ++i) values['a' + i] = values['A' + i] = 10 + i;
+  return values;
+}();
+
+std::uint8_t hexValue(char c) { return kHexValues[static_cast<unsigned char>(c)]; }
 
 }  // namespace
 
@@ -171,6 +177,14 @@ std::optional<std::string> stringByAppendingPathExtension(std::string_view path,
 
 bool isUTF8(std::string_view bytes) {
   while (!bytes.empty()) {
+    std::uint64_t eight;
+    if (bytes.size() >= sizeof eight) {
+      std::memcpy(&eight, bytes.data(), sizeof eight);
+      if ((eight & 0x8080808080808080) == 0) {  // all ASCII
+        bytes.remove_prefix(sizeof eight);
+        continue;
+      }
+    }
     const Character c = firstCharacter(bytes);
     if (c.size == 0) return false;
     bytes.remove_prefix(c.size);
@@ -178,21 +192,32 @@ bool isUTF8(std::string_view bytes) {
   return true;
 }
 
+bool appendByReplacingPercentEscapes(std::string& to, std::string_view text) {
+  const std::size_t begin = to.size();
+  to.resize(begin + text.size());
+  char* out = to.data() + begin;
+  const char* in = text.data();
+  const char* const end = in + text.size();
+  while (in != end) {
+    if (*in != '%') {
+      *out++ = *in++;
+      continue;
+    }
+    if (end - in < 3) return false;
+    const unsigned high = hexValue(in[1]);
+    const unsigned low = hexValue(in[2]);
+    if ((high | low) > 15) return false;
+    *out++ = static_cast<char>(high * 16 + low);
+    in += 3;
+  }
+  to.resize(static_cast<std::size_t>(out - to.data()));
+  return true;
+}
+
 std::optional<std::string> bytesByReplacingPercentEscapes(std::string_view text) {
   std::string bytes;
-  bytes.reserve(text.size());
-  for (;;) {
-    const std::size_t percent = text.find('%');
-    bytes.append(text.substr(0, percent));
-    if (percent == std::string_view::npos) return bytes;
-    text.remove_prefix(percent);
-    if (text.size() < 3) return std::nullopt;
-    const int high = hexDigit(text[1]);
-    const int low = hexDigit(text[2]);
-    if (high < 0 || low < 0) return std::nullopt;
-    bytes += static_cast<char>(high * 16 + low);
-    text.remove_prefix(3);
-  }
+  if (!appendByReplacingPercentEscapes(bytes, text)) return std::nullopt;
+  return bytes;
 }
 
 std::optional<std::string> stringByReplacingPercentEscapes(std::string_view text) {

@@ -16,7 +16,8 @@ namespace korvane::RequestUtils {
 // Percent encoding (RFC 3986, section 2.1).
 
 /// The text with every byte but ASCII letters and digits and "-", ".", "_", "~" written as "%" and
-/// two upper-case hexadecimal digits. A space becomes "%20", a "%" becomes "%25".
+/// two upper-case hexadecimal digits. A space becomes "%20", a "%" becomes "%25". A byte order mark
+/// that begins the text is left out.
 KORVANE_EXPORT std::string URLEncodedString(std::string_view subject);
 
 /// The text with its percent escapes replaced, after every "+" by a space where asked. Absent when
@@ -82,11 +83,11 @@ KORVANE_EXPORT std::string stringByAppendingURLQuery(std::string_view subject,
 /// query is put back without "?": merging "b=2" into "x://h/p?a=1" gives "x://h/pa=1&b=2"; only a
 /// bare query merges into a well-formed one. Raises NSException also where URLQueryParameters or
 /// URLQueryWithParameters does: in mode 4, for a key that the subject does not have.
-KORVANE_EXPORT std::string stringByMergingURLQuery(std::string_view subject,
-                                                   std::string_view query,
+KORVANE_EXPORT std::string stringByMergingURLQuery(std::string_view subject, std::string_view query,
                                                    URLQueryFlags options = URLQueryModeDefault);
 /// The parameters of the subject's query, decoded ("+" is a space), in the order of their first
-/// occurrence; empty without a query. Raises NSException for a key or value that does not decode.
+/// occurrence; empty without a query. Raises NSException for a key or value that does not decode,
+/// unless it is not kept: a piece without "=", the third part of "a=1=2", a later value in mode 2.
 KORVANE_EXPORT Dictionary URLQueryParameters(std::string_view subject,
                                              URLQueryFlags options = URLQueryModeDefault);
 /// The same.
