@@ -47,21 +47,33 @@ void Value::destroy() noexcept {
       ::operator delete(node);
       break;
     }
-    case Kind::data: delete static_cast<Box<NSData>*>(node); break;
-    case Kind::list: delete static_cast<Box<List>*>(node); break;
-    case Kind::dictionary: delete static_cast<Box<Dictionary>*>(node); break;
-    case Kind::url: delete static_cast<Box<NSURL>*>(node); break;
-    case Kind::image: delete static_cast<Box<NSImage>*>(node); break;
+    case Kind::data:
+      delete static_cast<Box<NSData>*>(node);
+      break;
+    case Kind::list:
+      delete static_cast<Box<List>*>(node);
+      break;
+    case Kind::dictionary:
+      delete static_cast<Box<Dictionary>*>(node);
+      break;
+    case Kind::url:
+      delete static_cast<Box<NSURL>*>(node);
+      break;
+    case Kind::image:
+      delete static_cast<Box<NSImage>*>(node);
+      break;
     case Kind::absent:
     case Kind::number:
     case Kind::boolean:
-    case Kind::date: break;
+    case Kind::date:
+      break;
   }
 }
 
 void Value::raise(const char* wanted) const {
-  static constexpr const char* names[] = {"nothing", "a text", "a number",     "a boolean", "a date",
-                                          "data",    "a list", "a dictionary", "a URL",     "an image"};
+  static constexpr const char* names[] = {"nothing", "a text",  "a number", "a boolean",
+                                          "a date",  "data",    "a list",   "a dictionary",
+                                          "a URL",   "an image"};
   throw NSException(NSInvalidArgumentException,
                     std::string(names[static_cast<std::size_t>(kind_)]) + " has no " + wanted);
 }
@@ -85,9 +97,15 @@ NSDate Value::date() const {
 
 const NSData& Value::data() const { return unbox<NSData>(Kind::data, "bytes"); }
 const List& Value::list() const { return unbox<List>(Kind::list, "elements"); }
-const Dictionary& Value::dictionary() const {
-  return unbox<Dictionary>(Kind::dictionary, "keys");
+const Dictionary& Value::dictionary() const { return unbox<Dictionary>(Kind::dictionary, "keys"); }
+List Value::takeList() && {
+  const List& shared = list();
+  const bool unshared = payload_.node->references.load(std::memory_order_acquire) == 1;
+  List elements = unshared ? std::move(const_cast<List&>(shared)) : shared;
+  *this = Value();
+  return elements;
 }
+
 const NSURL& Value::url() const { return unbox<NSURL>(Kind::url, "address"); }
 const NSImage& Value::image() const { return unbox<NSImage>(Kind::image, "pixels"); }
 
@@ -105,9 +123,12 @@ Value Value::objectForKey(std::string_view key) const {
 
 std::int64_t Value::integerValue() const {
   switch (kind_) {
-    case Kind::absent: return 0;
-    case Kind::text: return korvane::integerValue(text());
-    case Kind::boolean: return payload_.integer;
+    case Kind::absent:
+      return 0;
+    case Kind::text:
+      return korvane::integerValue(text());
+    case Kind::boolean:
+      return payload_.integer;
     case Kind::number: {
       if (!real_) return payload_.integer;
       if (std::isnan(payload_.real)) return 0;
@@ -115,123 +136,82 @@ std::int64_t Value::integerValue() const {
       if (payload_.real <= -9223372036854775808.0) return std::numeric_limits<std::int64_t>::min();
       return static_cast<std::int64_t>(payload_.real);
     }
-    default: raise("integer value");
+    default:
+      raise("integer value");
   }
 }
 
 float Value::floatValue() const {
   switch (kind_) {
-    case Kind::absent: return 0;
-    case Kind::text: return korvane::floatValue(text());
-    case Kind::boolean: return static_cast<float>(payload_.integer);
+    case Kind::absent:
+      return 0;
+    case Kind::text:
+      return korvane::floatValue(text());
+    case Kind::boolean:
+      return static_cast<float>(payload_.integer);
     case Kind::number:
       return real_ ? static_cast<float>(payload_.real) : static_cast<float>(payload_.integer);
-    default: raise("floating-point value");
+    default:
+      raise("floating-point value");
   }
 }
 
 double Value::doubleValue() const {
   switch (kind_) {
-    case Kind::absent: return 0;
-    case Kind::text: return korvane::doubleValue(text());
-    case Kind::boolean: return static_cast<double>(payload_.integer);
-    case Kind::number: return real_ ? payload_.real : static_cast<double>(payload_.integer);
-    default: raise("floating-point value");
+    case Kind::absent:
+      return 0;
+    case Kind::text:
+      return korvane::doubleValue(text());
+    case Kind::boolean:
+      return static_cast<double>(payload_.integer);
+    case Kind::number:
+      return real_ ? payload_.real : static_cast<double>(payload_.integer);
+    default:
+      raise("floating-point value");
   }
 }
 
 bool Value::boolValue() const {
   switch (kind_) {
-    case Kind::absent: return false;
-    case Kind::text: return korvane::boolValue(text());
-    case Kind::boolean: return payload_.integer != 0;
-    case Kind::number: return real_ ? payload_.real != 0 : payload_.integer != 0;
-    default: raise("boolean value");
+    case Kind::absent:
+      return false;
+    case Kind::text:
+      return korvane::boolValue(text());
+    case Kind::boolean:
+      return payload_.integer != 0;
+    case Kind::number:
+      return real_ ? payload_.real != 0 : payload_.integer != 0;
+    default:
+      raise("boolean value");
   }
 }
 
 bool operator==(const Value& a, const Value& b) {
   if (a.kind_ != b.kind_) return false;
   switch (a.kind_) {
-    case Value::Kind::absent: return true;
-    case Value::Kind::text: return a.text() == b.text();
-    case Value::Kind::boolean: return a.payload_.integer == b.payload_.integer;
+    case Value::Kind::absent:
+      return true;
+    case Value::Kind::text:
+      return a.text() == b.text();
+    case Value::Kind::boolean:
+      return a.payload_.integer == b.payload_.integer;
     case Value::Kind::number:
       if (!a.real_ && !b.real_) return a.payload_.integer == b.payload_.integer;
       return a.doubleValue() == b.doubleValue();
-    case Value::Kind::date: return a.payload_.real == b.payload_.real;
-    case Value::Kind::data: return a.data() == b.data();
-    case Value::Kind::list: return a.list() == b.list();
-    case Value::Kind::dictionary: return a.dictionary() == b.dictionary();
-    case Value::Kind::url: return a.url() == b.url();
-    case Value::Kind::image: return a.image() == b.image();
+    case Value::Kind::date:
+      return a.payload_.real == b.payload_.real;
+    case Value::Kind::data:
+      return a.data() == b.data();
+    case Value::Kind::list:
+      return a.list() == b.list();
+    case Value::Kind::dictionary:
+      return a.dictionary() == b.dictionary();
+    case Value::Kind::url:
+      return a.url() == b.url();
+    case Value::Kind::image:
+      return a.image() == b.image();
   }
   return false;
-}
-
-Dictionary::Dictionary(std::initializer_list<std::pair<std::string_view, Value>> entries) {
-  for (const auto& [key, value] : entries) set(key, value);
-}
-
-// The index views the keys' own bytes, which a copy shares: it can be made from either.
-Dictionary::Dictionary(const Dictionary& other) : entries_(other.entries_) {
-  if (other.index_) makeIndex();
-}
-
-void Dictionary::makeIndex() {
-  index_ = std::make_unique<Index>();
-  for (std::size_t i = 0; i < entries_.size(); ++i) index_->emplace(entries_[i].first.text(), i);
-}
-
-std::size_t Dictionary::position(std::string_view key) const {
-  if (index_) {
-    auto found = index_->find(key);
-    return found == index_->end() ? entries_.size() : found->second;
-  }
-  std::size_t at = 0;
-  while (at < entries_.size() && entries_[at].first.text() != key) ++at;
-  return at;
-}
-
-const Value* Dictionary::find(std::string_view key) const {
-  const std::size_t at = position(key);
-  return at == entries_.size() ? nullptr : &entries_[at].second;
-}
-
-Value Dictionary::objectForKey(std::string_view key) const {
-  const Value* value = find(key);
-  return value ? *value : Value();
-}
-
-void Dictionary::set(Value key, Value value) {
-  constexpr std::size_t kManyKeys = 16;
-  const std::size_t at = position(key.text());
-  if (at < entries_.size()) {
-    entries_[at].second = std::move(value);
-    return;
-  }
-  entries_.emplace_back(std::move(key), std::move(value));
-  if (index_) {
-    index_->emplace(entries_.back().first.text(), at);
-  } else if (entries_.size() > kManyKeys) {
-    makeIndex();
-  }
-}
-
-void Dictionary::remove(std::string_view key) {
-  const std::size_t at = position(key);
-  if (at == entries_.size()) return;
-  index_.reset();
-  entries_.erase(entries_.begin() + static_cast<std::ptrdiff_t>(at));
-}
-
-bool operator==(const Dictionary& a, const Dictionary& b) {
-  if (a.size() != b.size()) return false;
-  for (const auto [key, value] : a) {
-    const Value* other = b.find(key);
-    if (!other || !(*other == value)) return false;
-  }
-  return true;
 }
 
 }  // namespace korvane

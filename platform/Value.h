@@ -7,7 +7,6 @@
 #include <memory>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -66,8 +65,7 @@ class KORVANE_EXPORT Value {
       : kind_(other.kind_), real_(other.real_), payload_(other.payload_) {
     if (isShared()) payload_.node->references.fetch_add(1, std::memory_order_relaxed);
   }
-  Value(Value&& other) noexcept
-      : kind_(other.kind_), real_(other.real_), payload_(other.payload_) {
+  Value(Value&& other) noexcept : kind_(other.kind_), real_(other.real_), payload_(other.payload_) {
     other.kind_ = Kind::absent;
   }
   Value& operator=(Value other) noexcept {
@@ -106,6 +104,9 @@ class KORVANE_EXPORT Value {
   const NSData& data() const;
   const List& list() const;
   const Dictionary& dictionary() const;
+  /// The elements of a list, moved out of it where no copy of this value shares them. Leaves this
+  /// value absent.
+  List takeList() &&;
   const NSURL& url() const;
   const NSImage& image() const;
 
@@ -158,7 +159,8 @@ class KORVANE_EXPORT Value {
   Payload payload_{};
 };
 
-/// Text keys and their values, in the order in which the keys were first set. Copying copies.
+/// Text keys and their values, in the order in which the keys were first set. Copying copies the
+/// values; the keys are shared until one of the copies changes them.
 class KORVANE_EXPORT Dictionary {
  public:
   /// A key and its value, valid until the dictionary changes.
@@ -167,15 +169,38 @@ class KORVANE_EXPORT Dictionary {
     const Value& value;
   };
 
+  /// The keys of dictionaries that are alike, as the records of one file are: they hold one and the
+  /// same list. Immutable while it is shared.
+  class KORVANE_EXPORT Keys {
+   public:
+    Keys() noexcept = default;
+    /// The keys must be texts (NSException otherwise), each there once.
+    explicit Keys(List keys);
+    Keys(const Keys& other) noexcept;
+    Keys(Keys&& other) noexcept : node_(std::exchange(other.node_, nullptr)) {}
+    Keys& operator=(Keys other) noexcept {
+      std::swap(node_, other.node_);
+      return *this;
+    }
+    ~Keys();
+
+    std::size_t size() const noexcept;
+    std::string_view at(std::size_t position) const;
+    /// Where the key stands; size() when it is missing.
+    std::size_t position(std::string_view key) const;
+
+   private:
+    friend class Dictionary;
+    struct Node;
+    /// This list's own node, which may be changed: copied first where it is shared.
+    Node& own();
+    Node* node_ = nullptr;
+  };
+
   Dictionary() = default;
   Dictionary(std::initializer_list<std::pair<std::string_view, Value>> entries);
-  Dictionary(const Dictionary& other);
-  Dictionary(Dictionary&&) noexcept = default;
-  Dictionary& operator=(Dictionary other) noexcept {
-    entries_.swap(other.entries_);
-    index_.swap(other.index_);
-    return *this;
-  }
+  /// As many values as keys, in the same order (NSException otherwise).
+  Dictionary(Keys keys, List values);
 
   /// The value under a key, or nullptr. The pointer is valid until the dictionary changes.
   const Value* find(std::string_view key) const;
@@ -188,37 +213,36 @@ class KORVANE_EXPORT Dictionary {
   /// Removes a key; a missing one changes nothing. Linear in the number of keys.
   void remove(std::string_view key);
 
-  std::size_t size() const noexcept { return entries_.size(); }
-  bool empty() const noexcept { return entries_.empty(); }
+  std::size_t size() const noexcept { return values_.size(); }
+  bool empty() const noexcept { return values_.empty(); }
 
   class Iterator {
    public:
-    Entry operator*() const { return {at_->first.text(), at_->second}; }
+    Entry operator*() const {
+      return {dictionary_->keys_.at(position_), dictionary_->values_[position_]};
+    }
     Iterator& operator++() {
-      ++at_;
+      ++position_;
       return *this;
     }
     friend bool operator==(const Iterator&, const Iterator&) = default;
 
    private:
     friend class Dictionary;
-    using Position = std::vector<std::pair<Value, Value>>::const_iterator;
-    explicit Iterator(Position at) : at_(at) {}
-    Position at_;
+    Iterator(const Dictionary* dictionary, std::size_t position)
+        : dictionary_(dictionary), position_(position) {}
+    const Dictionary* dictionary_;
+    std::size_t position_;
   };
-  Iterator begin() const { return Iterator(entries_.begin()); }
-  Iterator end() const { return Iterator(entries_.end()); }
+  Iterator begin() const { return {this, 0}; }
+  Iterator end() const { return {this, values_.size()}; }
 
   /// Same keys with same values, whatever their order.
   friend KORVANE_EXPORT bool operator==(const Dictionary& a, const Dictionary& b);
 
  private:
-  using Index = std::unordered_map<std::string_view, std::size_t>;
-  std::size_t position(std::string_view key) const;
-  void makeIndex();
-
-  std::vector<std::pair<Value, Value>> entries_;
-  std::unique_ptr<Index> index_;  // only once there are many keys
+  Keys keys_;
+  List values_;
 };
 
 }  // namespace korvane

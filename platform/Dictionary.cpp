@@ -1,0 +1,135 @@
+#include <atomic>
+#include <map>
+#include <memory>
+
+#include "platform/NSException.h"
+#include "platform/Value.h"
+
+namespace korvane {
+namespace {
+
+// From this many keys on they are looked up in an index. It is an ordered one: keys come from
+// outside, and those of a hash table could be chosen to collide.
+constexpr std::size_t kManyKeys = 16;
+using Index = std::map<std::string_view, std::size_t>;
+
+}  // namespace
+
+struct Dictionary::Keys::Node {
+  std::atomic<std::uint32_t> references{1};
+  List keys;
+  std::unique_ptr<Index> index;  // views the keys' own bytes
+
+  explicit Node(List list) : keys(std::move(list)) { makeIndex(); }
+
+  void makeIndex() {
+    index.reset();
+    if (keys.size() <= kManyKeys) return;
+    index = std::make_unique<Index>();
+    for (std::size_t i = 0; i < keys.size(); ++i) index->emplace(keys[i].text(), i);
+  }
+
+  void append(Value key) {
+    keys.push_back(std::move(key));
+    if (index) {
+      index->emplace(keys.back().text(), keys.size() - 1);
+    } else {
+      makeIndex();
+    }
+  }
+
+  void remove(std::size_t position) {
+    keys.erase(keys.begin() + static_cast<std::ptrdiff_t>(position));
+    makeIndex();
+  }
+};
+
+Dictionary::Keys::Keys(List keys) {
+  for (const Value& key : keys) static_cast<void>(key.text());
+  if (!keys.empty()) node_ = new Node(std::move(keys));
+}
+
+Dictionary::Keys::Keys(const Keys& other) noexcept : node_(other.node_) {
+  if (node_) node_->references.fetch_add(1, std::memory_order_relaxed);
+}
+
+Dictionary::Keys::~Keys() {
+  if (node_ && node_->references.fetch_sub(1, std::memory_order_acq_rel) == 1) delete node_;
+}
+
+std::size_t Dictionary::Keys::size() const noexcept { return node_ ? node_->keys.size() : 0; }
+
+std::string_view Dictionary::Keys::at(std::size_t position) const {
+  return node_->keys[position].text();
+}
+
+std::size_t Dictionary::Keys::position(std::string_view key) const {
+  if (!node_) return 0;
+  if (node_->index) {
+    const auto found = node_->index->find(key);
+    return found == node_->index->end() ? node_->keys.size() : found->second;
+  }
+  std::size_t at = 0;
+  while (at < node_->keys.size() && node_->keys[at].text() != key) ++at;
+  return at;
+}
+
+Dictionary::Keys::Node& Dictionary::Keys::own() {
+  if (!node_) {
+    node_ = new Node({});
+  } else if (node_->references.load(std::memory_order_acquire) != 1) {
+    Keys copy;
+    copy.node_ = new Node(node_->keys);
+    *this = std::move(copy);
+  }
+  return *node_;
+}
+
+Dictionary::Dictionary(std::initializer_list<std::pair<std::string_view, Value>> entries) {
+  for (const auto& [key, value] : entries) set(key, value);
+}
+
+Dictionary::Dictionary(Keys keys, List values)
+    : keys_(std::move(keys)), values_(std::move(values)) {
+  if (keys_.size() != values_.size()) {
+    throw NSException(NSInvalidArgumentException, "a dictionary needs a value for each key");
+  }
+}
+
+const Value* Dictionary::find(std::string_view key) const {
+  const std::size_t at = keys_.position(key);
+  return at == values_.size() ? nullptr : &values_[at];
+}
+
+Value Dictionary::objectForKey(std::string_view key) const {
+  const Value* value = find(key);
+  return value ? *value : Value();
+}
+
+void Dictionary::set(Value key, Value value) {
+  const std::size_t at = keys_.position(key.text());
+  if (at < values_.size()) {
+    values_[at] = std::move(value);
+    return;
+  }
+  values_.push_back(std::move(value));
+  keys_.own().append(std::move(key));
+}
+
+void Dictionary::remove(std::string_view key) {
+  const std::size_t at = keys_.position(key);
+  if (at == values_.size()) return;
+  keys_.own().remove(at);
+  values_.erase(values_.begin() + static_cast<std::ptrdiff_t>(at));
+}
+
+bool operator==(const Dictionary& a, const Dictionary& b) {
+  if (a.size() != b.size()) return false;
+  for (const auto [key, value] : a) {
+    const Value* other = b.find(key);
+    if (!other || !(*other == value)) return false;
+  }
+  return true;
+}
+
+}  // namespace korvane
