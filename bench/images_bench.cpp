@@ -1,0 +1,122 @@
+// Reading photos and writing PNG, beside gdk-pixbuf's own saver. Every case tells the size of what
+// it wrote as "bytes". An argument of KORVANE_BENCH_PHOTO (the environment) is the path of a JPEG
+// to measure instead of the painted one.
+
+#include <benchmark/benchmark.h>
+#include <gdk-pixbuf/gdk-pixbuf.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <memory>
+
+#include "platform/linux/Images.h"
+#include "support/Pictures.h"
+
+namespace {
+
+using namespace korvane;
+
+GdkPixbuf* wrap(const Bitmap& bitmap) {
+  return gdk_pixbuf_new_from_data(bitmap.pixels.data(), GDK_COLORSPACE_RGB, bitmap.channels == 4, 8,
+                                  static_cast<int>(bitmap.width), static_cast<int>(bitmap.height),
+                                  static_cast<int>(bitmap.stride), nullptr, nullptr);
+}
+
+NSData saved(const Bitmap& bitmap, const char* type, const char* option = nullptr,
+             const char* value = nullptr) {
+  GdkPixbuf* pixbuf = wrap(bitmap);
+  gchar* buffer = nullptr;
+  gsize size = 0;
+  gdk_pixbuf_save_to_buffer(pixbuf, &buffer, &size, type, nullptr, option, value, nullptr);
+  NSData data(buffer, buffer + size);
+  g_free(buffer);
+  g_object_unref(pixbuf);
+  return data;
+}
+
+// A photo of 8 megapixels as a camera hands it over.
+const NSData& photo() {
+  static const NSData data = [] {
+    if (const char* path = std::getenv("KORVANE_BENCH_PHOTO")) {
+      std::ifstream file(path, std::ios::binary);
+      return NSData(std::istreambuf_iterator<char>(file), {});
+    }
+    return saved(testing::paintLandscape(3464, 2309), "jpeg", "quality", "90");
+  }();
+  return data;
+}
+
+const Bitmap& photoBitmap() {
+  static const std::shared_ptr<const Bitmap> bitmap = LinuxImages().decode(photo());
+  return *bitmap;
+}
+
+const Bitmap& screenBitmap() {
+  static const Bitmap bitmap = testing::paintScreen(2560, 1440);
+  return bitmap;
+}
+
+void photoToPNG(benchmark::State& state) {
+  LinuxImages images;
+  photo();
+  std::size_t size = 0;
+  for (auto _ : state) size = images.encodePNG(*images.decode(photo()))->size();
+  state.counters["bytes"] = static_cast<double>(size);
+}
+
+void photoToPNGByGdkPixbuf(benchmark::State& state) {
+  photo();
+  std::size_t size = 0;
+  for (auto _ : state) {
+    GdkPixbufLoader* loader = gdk_pixbuf_loader_new();
+    gdk_pixbuf_loader_write(loader, photo().data(), photo().size(), nullptr);
+    gdk_pixbuf_loader_close(loader, nullptr);
+    gchar* buffer = nullptr;
+    gsize length = 0;
+    gdk_pixbuf_save_to_buffer(gdk_pixbuf_loader_get_pixbuf(loader), &buffer, &length, "png",
+                              nullptr, nullptr);
+    size = length;
+    g_free(buffer);
+    g_object_unref(loader);
+  }
+  state.counters["bytes"] = static_cast<double>(size);
+}
+
+void encode(benchmark::State& state, const Bitmap& (*bitmap)()) {
+  LinuxImages images;
+  bitmap();
+  std::size_t size = 0;
+  for (auto _ : state) size = images.encodePNG(bitmap())->size();
+  state.counters["bytes"] = static_cast<double>(size);
+}
+
+void encodeByGdkPixbuf(benchmark::State& state, const Bitmap& (*bitmap)()) {
+  bitmap();
+  std::size_t size = 0;
+  for (auto _ : state) size = saved(bitmap(), "png").size();
+  state.counters["bytes"] = static_cast<double>(size);
+}
+
+void decodePhoto(benchmark::State& state) {
+  LinuxImages images;
+  photo();
+  for (auto _ : state) benchmark::DoNotOptimize(images.decode(photo()));
+}
+
+void tiffRoundTrip(benchmark::State& state) {
+  LinuxImages images;
+  photoBitmap();
+  for (auto _ : state) benchmark::DoNotOptimize(images.decode(*images.encodeTIFF(photoBitmap())));
+}
+
+BENCHMARK(photoToPNG)->Unit(benchmark::kMillisecond);
+BENCHMARK(photoToPNGByGdkPixbuf)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(encode, photo, photoBitmap)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(encodeByGdkPixbuf, photo, photoBitmap)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(encode, screen, screenBitmap)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(encodeByGdkPixbuf, screen, screenBitmap)->Unit(benchmark::kMillisecond);
+BENCHMARK(decodePhoto)->Unit(benchmark::kMillisecond);
+BENCHMARK(tiffRoundTrip)->Unit(benchmark::kMillisecond);
+
+}  // namespace
