@@ -1,0 +1,50 @@
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+
+/// What the link detector knows of characters and hosts. Any thread may call.
+namespace korvane::links {
+
+/// One character of a UTF-8 text, or one byte that belongs to none.
+struct Character {
+  char32_t scalar = invalid;
+  std::size_t length = 1;  // in bytes
+  static constexpr char32_t invalid = 0xFFFFFFFF;
+};
+
+/// The character that begins at a position of the text.
+Character characterAt(std::string_view text, std::size_t at);
+/// The character that ends before a position, which is not 0.
+Character characterBefore(std::string_view text, std::size_t at);
+
+constexpr bool isDigit(char c) { return c >= '0' && c <= '9'; }
+constexpr bool isLetter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
+constexpr bool isAlphanumeric(char c) { return isDigit(c) || isLetter(c); }
+constexpr bool isHexDigit(char c) {
+  return isDigit(c) || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
+}
+constexpr bool isASCII(char c) { return static_cast<unsigned char>(c) < 0x80; }
+std::string lowercase(std::string_view ascii);
+
+/// Whether a character may stand in a host's label: a letter, digit or mark of any script.
+bool isHostCharacter(char32_t scalar);
+/// Whether a character may stand in a path, query or fragment: what is legal in a URL, brackets,
+/// and letters, digits, marks, dashes and symbols of any script. Not the punctuation of other
+/// scripts, and nothing that is invisible or changes the direction of the text.
+bool isLinkCharacter(char32_t scalar);
+/// Whether a character belongs to a script whose words stand right before and behind a link: one
+/// without spaces between words, or with particles behind the words (Korean).
+bool isWrittenWithoutSpaces(char32_t scalar);
+
+/// A host, in UTF-8, as DNS has it: in ASCII, at most 253 bytes with labels of 1 to 63, which
+/// neither begin nor end with "-". Absent when it has no such form.
+std::optional<std::string> asciiHost(std::string_view host);
+/// Whether a label, in any case and script, is a top-level domain.
+bool isTopLevelDomain(std::string_view label);
+/// Whether a top-level domain, in any case, is far better known as the ending of file names.
+bool isFileEnding(std::string_view label);
+
+}  // namespace korvane::links

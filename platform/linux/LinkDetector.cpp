@@ -1,0 +1,20 @@
+#include "platform/linux/LinkDetector.h"
+
+#include "platform/linux/LinkScanner.h"
+
+namespace korvane {
+
+std::vector<NSTextCheckingResult> LinuxLinkDetector::matchesInString(std::string_view text) {
+  std::uint64_t steps = 0;
+  return matches(text, steps);
+}
+
+std::vector<NSTextCheckingResult> LinuxLinkDetector::matches(std::string_view text,
+                                                             std::uint64_t& steps) {
+  links::LinkScanner scanner(text);
+  std::vector<NSTextCheckingResult> found = scanner.links();
+  steps += scanner.steps();
+  return found;
+}
+
+}  // namespace korvane
