@@ -1,8 +1,4 @@
-# korvane-message, and how programs of this folder show a message.
-add_library(korvane_message_report STATIC MessageReport.cpp PrintableText.cpp)
-target_link_libraries(korvane_message_report PUBLIC Korvane::model PRIVATE korvane_options)
-
+# korvane-message: shows the message that a command URL carries.
 add_executable(korvane-message message.cpp)
 target_compile_definitions(korvane-message PRIVATE KORVANE_VERSION="${PROJECT_VERSION}")
-target_link_libraries(korvane-message PRIVATE korvane_message_report Korvane::linux korvane_options)
-install(TARGETS korvane-message RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+target_link_libraries(korvane-message PRIVATE korvane_host Korvane::linux korvane_options)
