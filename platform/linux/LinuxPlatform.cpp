@@ -1,10 +1,38 @@
 #include "platform/linux/LinuxPlatform.h"
 
+#include <memory>
+
+#include "platform/linux/FileCoordinator.h"
+#include "platform/linux/FileManager.h"
+#include "platform/linux/Images.h"
+#include "platform/linux/LinkDetector.h"
+#include "platform/linux/PropertyLists.h"
+#include "platform/linux/SystemLog.h"
+#include "platform/linux/Workspace.h"
+#if __has_include("platform/linux/DateFormatters.h")
+#include "platform/linux/DateFormatters.h"
+#endif
+#if __has_include("platform/linux/MainBundle.h")
+#include "platform/linux/MainBundle.h"
+#endif
+#if __has_include("platform/linux/HTML.h")
+#include "platform/linux/HTML.h"
+#endif
+
 namespace korvane {
 
 Platform linuxPlatform(const LinuxOptions& options) {
-  Platform services;
-  (void)options;
+  Platform services;  // brings the system's clock and a thread pool
+  services.fileManager = std::make_shared<FileManager>();
+  services.fileCoordinator = std::make_shared<FileCoordinator>();
+  services.propertyLists = std::make_shared<LinuxPropertyLists>();
+  services.images = std::make_shared<LinuxImages>();
+  services.links = std::make_shared<LinuxLinkDetector>();
+  services.workspace = std::make_shared<Workspace>(options.launchFailure);
+  services.log = std::make_shared<SystemLog>(SystemLogOptions{options.logToStandardError});
+#if __has_include("platform/linux/HTML.h")
+  services.html = std::make_shared<LinuxHTML>();
+#endif
   return services;
 }
 

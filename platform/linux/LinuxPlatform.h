@@ -13,7 +13,7 @@ namespace korvane {
 struct KORVANE_EXPORT LinuxOptions {
   /// Run as the program with this bundle identifier ("CFBundleIdentifier"); empty: the identifier
   /// of the installed info dictionary.
-  std::string bundleIdentifier;
+  std::string bundleIdentifier{};
 
   /// Write log lines to standard error too. Without it they go there only when standard error is a
   /// terminal; the system log gets them always.
@@ -22,19 +22,21 @@ struct KORVANE_EXPORT LinuxOptions {
   /// Told why the desktop did not open a URL: one line of UTF-8 text for people, without a line
   /// break. Called on the thread that asked for the opening, before the opening returns false; must
   /// not throw. May be empty.
-  std::function<void(std::string_view reason)> launchFailure;
+  std::function<void(std::string_view reason)> launchFailure{};
 };
 
 /// The complete set of services on a Linux desktop: every service of Platform, none missing.
-/// Nothing is opened, connected or read before a service is first used. A program changes what it
+/// No file or connection is opened before a service is first used. A program changes what it
 /// wants otherwise and hands the set to Platform::install:
 ///
 ///     Platform services = linuxPlatform({.bundleIdentifier = "it.drelk.korvane.beta8.share"});
 ///     services.clock = myClock;
 ///     Platform::install(std::move(services));
 ///
-/// Translated texts and dates follow the process's locale: call setlocale(LC_ALL, "") first. Sets
-/// made by several calls work side by side; they coordinate their files with one another.
+/// The launcher's activation token is taken out of the process's environment, which no other thread
+/// may use in the meantime: call this before the first thread is started. Translated texts and
+/// dates follow the process's locale: call setlocale(LC_ALL, "") first. Sets made by several calls
+/// work side by side; they coordinate their files with one another.
 KORVANE_EXPORT Platform linuxPlatform(const LinuxOptions& options = {});
 
 }  // namespace korvane

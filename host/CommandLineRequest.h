@@ -1,0 +1,24 @@
+#pragma once
+
+#include <functional>
+#include <string>
+
+#include "host/Arguments.h"
+#include "host/ShareRequest.h"
+
+namespace korvane {
+
+/// The request that a command line stands for: that of --request, else one input item of all items
+/// and options, attachments in the order given. Reads the files and the standard input it names;
+/// the Platform must be installed.
+///
+/// An item is, in this order of decision: "-", standard input, whose image is attached and whose
+/// HTML or text joins the accompanying text; a path, where anything is there; a URL, where the text
+/// begins with a scheme; a path. Texts that are not UTF-8 are taken as Windows-1252.
+///
+/// What cannot be read does not stop the rest: `warn` gets a line for people about it, and the
+/// request goes without. Only an unreadable --request throws InputError.
+ShareRequest requestFromArguments(const Arguments& arguments,
+                                  const std::function<void(const std::string& line)>& warn);
+
+}  // namespace korvane

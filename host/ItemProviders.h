@@ -1,0 +1,53 @@
+#pragma once
+
+#include <atomic>
+#include <deque>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+
+#include "host/ShareRequest.h"
+#include "platform/NSExtension.h"
+
+namespace korvane {
+
+/// Runs jobs one after the other, in the order in which they come, on the Platform's queue. Any
+/// thread may call.
+class SerialQueue {
+ public:
+  void async(std::function<void()> job);
+
+ private:
+  struct State {
+    std::mutex mutex;
+    std::deque<std::function<void()>> jobs;
+    bool running = false;
+  };
+  std::shared_ptr<State> state_ = std::make_shared<State>();
+};
+
+/// What the providers of one share have in common.
+struct ShareLoads {
+  /// Gives the local path of a remote file's URL, nothing where there is none.
+  std::function<std::optional<std::string>(const std::string& url)> localPath;
+  /// Files are delivered one by one, so that they are attached in the order given.
+  SerialQueue files;
+  /// Links that were delivered.
+  std::atomic<std::size_t> linksDelivered{0};
+};
+
+/// The provider of an attachment.
+///
+/// A link is delivered at once, on the thread that loads it; a file URL when the files before it
+/// have been; an image, and a remote file while its local path is looked up, on the Platform's
+/// queue of default priority, several at a time. A load fails with an error for an image file that
+/// cannot be read or is no regular file, for a file URL that names no file of this machine, and for
+/// a type that the attachment does not conform to.
+///
+/// Null for a link of which no URL can be made.
+std::shared_ptr<NSItemProvider> makeItemProvider(const ShareRequest::Attachment& attachment,
+                                                 const std::shared_ptr<ShareLoads>& loads);
+
+}  // namespace korvane

@@ -1,0 +1,136 @@
+#include "host/NSExtensionMain.h"
+
+#include <clocale>
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <mutex>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "host/Arguments.h"
+#include "host/CommandLineRequest.h"
+#include "host/ExtensionHost.h"
+#include "host/InputError.h"
+#include "host/RemoteFiles.h"
+#include "platform/linux/LinuxPlatform.h"
+
+namespace korvane {
+namespace {
+
+enum ExitStatus { kHandedOver = 0, kNotHandedOver = 1, kUsage = 2 };
+
+void complain(const std::string& line) {
+  std::fprintf(stderr, "korvane-share: %s\n", line.c_str());
+}
+
+bool print(const std::string& text) {
+  return std::fwrite(text.data(), 1, text.size(), stdout) == text.size() &&
+         std::fflush(stdout) == 0;
+}
+
+std::string describe(const Opening& opening) {
+  nlohmann::ordered_json urls = nlohmann::ordered_json::array();
+  for (const NSURL& url : opening.urls) urls.push_back(url.absoluteString());
+  nlohmann::ordered_json line;
+  line["application"] = opening.application;
+  line["options"] = opening.options;
+  line["urls"] = std::move(urls);
+  return line.dump() + '\n';
+}
+
+/// Keeps what the desktop said when it refused.
+class LaunchFailure {
+ public:
+  void set(std::string_view reason) {
+    std::lock_guard lock(mutex_);
+    reason_ = reason;
+  }
+  std::string reason() const {
+    std::lock_guard lock(mutex_);
+    return reason_.empty() ? "the application could not be opened" : reason_;
+  }
+
+ private:
+  mutable std::mutex mutex_;
+  std::string reason_;
+};
+
+int report(const ShareOutcome& outcome, const Arguments& arguments, const LaunchFailure& failure) {
+  if (!outcome.opening) {
+    complain("not handed over: no address could be made of the message");
+    return kNotHandedOver;
+  }
+  if (!outcome.opening->accepted) {
+    complain("not handed over: " + failure.reason());
+    return kNotHandedOver;
+  }
+  if (arguments.dryRun && !print(describe(*outcome.opening))) {
+    complain("standard output cannot be written");
+    return kNotHandedOver;
+  }
+  const char* hint = arguments.verbose ? "" : " (-v tells why)";
+  if (outcome.empty) {
+    complain(std::string("nothing of what was given could be put into the message") + hint);
+    return kNotHandedOver;
+  }
+  if (outcome.missing > 0) {
+    complain(std::to_string(outcome.missing) + " of " + std::to_string(outcome.attachments) +
+             " attachments could not be put into the message" + hint);
+  }
+  return kHandedOver;
+}
+
+int share(const Arguments& arguments) {
+  const auto failure = std::make_shared<LaunchFailure>();
+  LinuxOptions options;
+  options.bundleIdentifier = arguments.identifier;
+  options.logToStandardError = arguments.verbose;
+  options.launchFailure = [failure](std::string_view reason) { failure->set(reason); };
+  const Platform services = linuxPlatform(options);
+  Platform::install(services);
+
+  bool anyLost = false;
+  const ShareRequest request = requestFromArguments(arguments, [&](const std::string& line) {
+    anyLost = true;
+    complain(line);
+  });
+  const auto context = std::make_shared<ShareContext>(request, localPathOfRemoteFile);
+  const HostMode mode = arguments.dryRun ? HostMode::dryRun : HostMode::open;
+  ShareOutcome outcome = runShareExtension(context, services, mode);
+  if (anyLost && !context->hasContent()) outcome.empty = true;
+  const int status = report(outcome, arguments, *failure);
+  if (outcome.busy) {
+    std::fflush(nullptr);
+    std::_Exit(status);
+  }
+  return status;
+}
+
+}  // namespace
+
+int NSExtensionMain(int argc, char* argv[]) {
+  std::setlocale(LC_ALL, "");
+  try {
+    const Arguments arguments = parseArguments(std::vector<std::string>(argv + 1, argv + argc));
+    switch (arguments.action) {
+      case Arguments::Action::help:
+        return print(helpText()) ? kHandedOver : kNotHandedOver;
+      case Arguments::Action::version:
+        return print(versionText()) ? kHandedOver : kNotHandedOver;
+      case Arguments::Action::share:
+        break;
+    }
+    return share(arguments);
+  } catch (const InputError& error) {
+    complain(error.what() + std::string(" (see korvane-share --help)"));
+    return kUsage;
+  } catch (const std::exception& error) {
+    complain(std::string("not handed over: ") + error.what());
+    return kNotHandedOver;
+  }
+}
+
+}  // namespace korvane

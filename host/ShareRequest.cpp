@@ -1,0 +1,318 @@
+#include "host/ShareRequest.h"
+
+#include <algorithm>
+#include <array>
+#include <nlohmann/json.hpp>
+#include <utility>
+
+#include "host/Base64.h"
+#include "host/InputError.h"
+
+namespace korvane {
+namespace {
+
+using Json = nlohmann::json;
+
+constexpr std::size_t kMostElements = 100'000;
+constexpr std::size_t kDeepest = 32;
+
+// What came from outside, as part of a one-line message.
+std::string inQuotes(const std::string& text) {
+  constexpr std::size_t kShown = 60;
+  std::string shown = text.substr(0, kShown);
+  if (text.size() > kShown) shown += "...";
+  return Json(shown).dump(-1, ' ', true, Json::error_handler_t::replace);
+}
+
+// Takes the events of the JSON reader and builds the request on the way, so that nothing but the
+// request itself is ever held. Values of unknown keys are skipped, so that all such keys can be
+// named.
+class RequestBuilder final : public nlohmann::json_sax<Json> {
+ public:
+  explicit RequestBuilder(std::string_view json) : json_(json) {}
+
+  ShareRequest take() {
+    if (!unknown_.empty()) {
+      throw InputError((unknownCount_ == 1 ? "unknown key " : "unknown keys ") + unknown_);
+    }
+    return std::move(request_);
+  }
+
+  bool null() override { return scalar("null"); }
+  bool boolean(bool) override { return scalar("a boolean"); }
+  bool number_integer(number_integer_t) override { return scalar("a number"); }
+  bool number_unsigned(number_unsigned_t) override { return scalar("a number"); }
+  bool number_float(number_float_t, const string_t&) override { return scalar("a number"); }
+  bool binary(binary_t&) override { return scalar("binary data"); }
+
+  bool string(string_t& value) override {
+    if (skipping_ || !wantsText()) return scalar("a text");
+    if (at_ == Place::item) {
+      if (key_ == "title") {
+        item().title = std::move(value);
+      } else {
+        (key_ == "text" ? text_ : html_) = std::move(value);
+      }
+    } else {
+      fields_[fieldIndex(key_)] = std::move(value);
+    }
+    return true;
+  }
+
+  bool start_object(std::size_t) override {
+    if (skipping_) return deeper();
+    keys_.clear();
+    switch (at_) {
+      case Place::start:
+        at_ = Place::root;
+        return true;
+      case Place::items:
+        if (request_.items.size() == kMostElements) tooMany("items");
+        request_.items.emplace_back();
+        text_.reset();
+        html_.reset();
+        at_ = Place::item;
+        return true;
+      case Place::attachments:
+        if (attachmentCount_ == kMostElements) tooMany("attachments");
+        ++attachmentCount_;
+        fields_ = {};
+        at_ = Place::attachment;
+        return true;
+      default:
+        return scalar("an object");
+    }
+  }
+
+  bool key(string_t& name) override {
+    if (skipping_) return true;
+    if (std::find(keys_.begin(), keys_.end(), name) != keys_.end()) {
+      throw InputError(place() + inQuotes(name) + " is given twice");
+    }
+    if (!isKnown(name)) {
+      constexpr std::size_t kNamed = 10;
+      if (++unknownCount_ <= kNamed)
+        unknown_ += (unknown_.empty() ? "" : ", ") + place() + inQuotes(name);
+      if (unknownCount_ == kNamed + 1) unknown_ += " and others";
+      skipping_ = true;
+      return true;
+    }
+    keys_.push_back(name);
+    key_ = std::move(name);
+    return true;
+  }
+
+  bool end_object() override {
+    if (skipping_) return shallower();
+    switch (at_) {
+      case Place::root:
+        if (keys_.empty() && unknown_.empty()) throw InputError("\"items\" is missing");
+        at_ = Place::start;
+        break;
+      case Place::item:
+        finishItem();
+        break;
+      default:
+        finishAttachment();
+        break;
+    }
+    return true;
+  }
+
+  bool start_array(std::size_t) override {
+    if (skipping_) return deeper();
+    if (at_ == Place::root) {
+      at_ = Place::items;
+    } else if (at_ == Place::item && key_ == "attachments") {
+      itemKeys_ = std::move(keys_);
+      at_ = Place::attachments;
+    } else {
+      return scalar("a list");
+    }
+    return true;
+  }
+
+  bool end_array() override {
+    if (skipping_) return shallower();
+    if (at_ == Place::items) {
+      keys_ = {"items"};
+      at_ = Place::root;
+    } else {
+      keys_ = std::move(itemKeys_);
+      at_ = Place::item;
+    }
+    return true;
+  }
+
+  bool parse_error(std::size_t position, const std::string&,
+                   const nlohmann::detail::exception&) override {
+    if (position > json_.size()) throw InputError("the JSON text ends too early");
+    const std::string_view before = json_.substr(0, position == 0 ? 0 : position - 1);
+    const std::size_t lineStart = before.rfind('\n') + 1;  // npos + 1 is 0
+    throw InputError("no JSON at line " +
+                     std::to_string(1 + std::count(before.begin(), before.end(), '\n')) +
+                     ", byte " + std::to_string(before.size() - lineStart + 1));
+  }
+
+ private:
+  // Where the next value stands.
+  enum class Place { start, root, items, item, attachments, attachment };
+
+  static constexpr std::array<std::string_view, 6> kFields{"url",       "file", "image",
+                                                           "imageData", "type", "text"};
+  enum Field : std::size_t { kUrl, kFile, kImage, kImageData, kType, kText };
+
+  static std::size_t fieldIndex(std::string_view name) {
+    return static_cast<std::size_t>(std::find(kFields.begin(), kFields.end(), name) -
+                                    kFields.begin());
+  }
+
+  bool isKnown(std::string_view name) const {
+    switch (at_) {
+      case Place::root:
+        return name == "items";
+      case Place::item:
+        return name == "title" || name == "text" || name == "html" || name == "attachments";
+      default:
+        return fieldIndex(name) < kFields.size();
+    }
+  }
+
+  bool wantsText() const {
+    return at_ == Place::attachment || (at_ == Place::item && key_ != "attachments");
+  }
+
+  ShareRequest::Item& item() { return request_.items.back(); }
+
+  // "items[0].attachments[1]." for the keys of that object.
+  std::string place() const {
+    if (at_ == Place::start || at_ == Place::root) return {};
+    std::string text = "items[" + std::to_string(request_.items.size() - 1) + "].";
+    if (at_ == Place::attachment) {
+      text += "attachments[" + std::to_string(request_.items.back().attachments.size()) + "].";
+    }
+    return text;
+  }
+
+  [[noreturn]] void fail(std::string what) const {
+    std::string where = place();
+    if (where.ends_with('.')) where.pop_back();
+    throw InputError(where.empty() ? what : where + ": " + what);
+  }
+
+  [[noreturn]] static void tooMany(std::string_view what) {
+    throw InputError("more than " + std::to_string(kMostElements) + ' ' + std::string(what));
+  }
+
+  // A value that is not what its place asks for, unless it belongs to an unknown key.
+  bool scalar(std::string_view got) {
+    if (skipping_) {
+      if (skipDepth_ == 0) skipping_ = false;
+      return true;
+    }
+    std::string where;
+    std::string_view wanted = "an object";
+    switch (at_) {
+      case Place::start:
+        where = "the request";
+        break;
+      case Place::root:
+        where = "items";
+        wanted = "a list";
+        break;
+      case Place::items:
+        where = "items[" + std::to_string(request_.items.size()) + ']';
+        break;
+      case Place::attachments:
+        where = "items[" + std::to_string(request_.items.size() - 1) + "].attachments[" +
+                std::to_string(request_.items.back().attachments.size()) + ']';
+        break;
+      case Place::item:
+      case Place::attachment:
+        where = place() + key_;
+        wanted = wantsText() ? "a text" : "a list";
+        break;
+    }
+    throw InputError(where + " must be " + std::string(wanted) + ", not " + std::string(got));
+  }
+
+  bool deeper() {
+    if (++skipDepth_ > kDeepest) throw InputError("nested too deeply");
+    return true;
+  }
+
+  bool shallower() {
+    if (--skipDepth_ == 0) skipping_ = false;
+    return true;
+  }
+
+  void finishItem() {
+    using Kind = ShareRequest::Content::Kind;
+    if (text_) item().contents.push_back({Kind::text, std::move(*text_)});
+    if (html_) item().contents.push_back({Kind::html, std::move(*html_)});
+    at_ = Place::items;
+  }
+
+  void finishAttachment() {
+    const auto given = static_cast<std::size_t>(
+        std::count_if(fields_.begin(), fields_.end(), [](const auto& field) { return !!field; }));
+    const bool typed = fields_[kType] && fields_[kText];
+    if (given == (typed ? 2 : 1) && (typed || !(fields_[kType] || fields_[kText]))) {
+      item().attachments.push_back(attachment());
+    } else if (unknown_.empty()) {
+      fail(
+          "must have exactly one of \"url\", \"file\", \"image\", \"imageData\", or \"type\" with "
+          "\"text\"");
+    }
+    at_ = Place::attachments;
+  }
+
+  ShareRequest::Attachment attachment() {
+    const auto notEmpty = [&](Field field) {
+      std::string& value = *fields_[field];
+      if (value.empty()) fail('"' + std::string(kFields[field]) + "\" is empty");
+      return std::move(value);
+    };
+    const auto path = [&](Field field) {
+      std::string value = notEmpty(field);
+      if (value.find('\0') != std::string::npos) {
+        fail('"' + std::string(kFields[field]) + "\" is no path: it holds a NUL character");
+      }
+      return value;
+    };
+    if (fields_[kUrl]) return ShareRequest::Link{notEmpty(kUrl)};
+    if (fields_[kFile]) return ShareRequest::File{path(kFile)};
+    if (fields_[kImage]) return ShareRequest::ImageFile{path(kImage)};
+    if (fields_[kImageData]) {
+      std::optional<NSData> data = decodeBase64(notEmpty(kImageData));
+      if (!data || data->empty()) fail("\"imageData\" is no base64");
+      return ShareRequest::ImageData{std::move(*data)};
+    }
+    return ShareRequest::TypedText{notEmpty(kType), std::move(*fields_[kText])};
+  }
+
+  std::string_view json_;
+  ShareRequest request_;
+  Place at_ = Place::start;
+  std::string key_;                         // the key whose value comes next
+  std::vector<std::string> keys_;           // the keys of the object at hand
+  std::vector<std::string> itemKeys_;       // those of its item, while an attachment is read
+  std::optional<std::string> text_, html_;  // of the item at hand
+  std::array<std::optional<std::string>, kFields.size()> fields_;  // of the attachment at hand
+  std::size_t attachmentCount_ = 0;
+  bool skipping_ = false;
+  std::size_t skipDepth_ = 0;
+  std::string unknown_;
+  std::size_t unknownCount_ = 0;
+};
+
+}  // namespace
+
+ShareRequest readShareRequest(std::string_view json) {
+  if (json.size() > kInputLimit) throw InputError("larger than 256 MiB");
+  RequestBuilder builder(json);
+  Json::sax_parse(json.begin(), json.end(), &builder);
+  return builder.take();
+}
+
+}  // namespace korvane

@@ -1,0 +1,168 @@
+#include "host/URLText.h"
+
+#include <sys/stat.h>
+#include <unicode/uidna.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <memory>
+
+#include "platform/NSString.h"
+
+namespace korvane {
+namespace {
+
+bool isLetter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
+bool isDigit(char c) { return c >= '0' && c <= '9'; }
+bool isHex(char c) { return isDigit(c) || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F'); }
+bool isASCII(std::string_view text) {
+  return std::all_of(text.begin(), text.end(),
+                     [](char c) { return static_cast<unsigned char>(c) < 0x80; });
+}
+bool beginsEscape(std::string_view text, std::size_t at) {
+  return at + 2 < text.size() && isHex(text[at + 1]) && isHex(text[at + 2]);
+}
+bool equalIgnoringCase(std::string_view a, std::string_view b) {
+  const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; };
+  return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                    [&](char x, char y) { return lower(x) == lower(y); });
+}
+
+void appendEscape(std::string& out, char c) {
+  static constexpr char kDigits[] = "0123456789ABCDEF";
+  const auto byte = static_cast<unsigned char>(c);
+  out += {'%', kDigits[byte >> 4], kDigits[byte & 15]};
+}
+
+// Escapes what is not legal in a URL; with `brackets`, those too.
+std::string escapeIllegal(std::string_view text, bool brackets) {
+  static constexpr std::string_view kLegal = "-._~:/?#[]@!$&'()*+,;=%";
+  std::string out;
+  out.reserve(text.size() + text.size() / 4);
+  bool inFragment = false;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const char c = text[i];
+    const bool legal = isLetter(c) || isDigit(c) || kLegal.find(c) != std::string_view::npos;
+    const bool stray = (c == '%' && !beginsEscape(text, i)) || (c == '#' && inFragment) ||
+                       (brackets && (c == '[' || c == ']'));
+    inFragment = inFragment || c == '#';
+    if (legal && !stray) {
+      out += c;
+    } else {
+      appendEscape(out, c);
+    }
+  }
+  return out;
+}
+
+// Where the host of "scheme://user@host:port/…" stands; an empty span without an authority.
+struct Span {
+  std::size_t begin = 0;
+  std::size_t end = 0;
+};
+Span hostSpan(std::string_view text) {
+  const std::string_view scheme = schemeOf(text);
+  if (scheme.empty() || text.substr(scheme.size() + 1, 2) != "//") return {};
+  std::size_t begin = scheme.size() + 3;
+  std::size_t end = std::min(text.find_first_of("/?#", begin), text.size());
+  const std::size_t at = text.substr(0, end).rfind('@');
+  if (at != std::string_view::npos && at >= begin) begin = at + 1;
+  if (begin < end && text[begin] != '[') {
+    const std::size_t colon = text.substr(0, end).rfind(':');
+    if (colon != std::string_view::npos && colon >= begin) end = colon;
+  }
+  return {begin, end};
+}
+
+// The ASCII form of an internationalised host name; the name itself where it has none.
+std::string asciiHost(std::string_view host) {
+  UErrorCode status = U_ZERO_ERROR;
+  const std::unique_ptr<UIDNA, decltype(&uidna_close)> idna(
+      uidna_openUTS46(UIDNA_NONTRANSITIONAL_TO_ASCII | UIDNA_CHECK_BIDI, &status), uidna_close);
+  UIDNAInfo info = UIDNA_INFO_INITIALIZER;
+  std::array<char, 1024> name{};
+  const std::int32_t size =
+      U_FAILURE(status) || host.size() > name.size()
+          ? 0
+          : uidna_nameToASCII_UTF8(idna.get(), host.data(), static_cast<std::int32_t>(host.size()),
+                                   name.data(), static_cast<std::int32_t>(name.size()), &info,
+                                   &status);
+  if (U_FAILURE(status) || info.errors != 0 || size <= 0) return std::string(host);
+  return {name.data(), static_cast<std::size_t>(size)};
+}
+
+bool exists(const std::string& path) {
+  struct stat status {};
+  return lstat(path.c_str(), &status) == 0;
+}
+
+std::string decodedLeniently(std::string_view text) {
+  std::string bytes;
+  bytes.reserve(text.size());
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (text[i] == '%' && beginsEscape(text, i)) {
+      bytes += static_cast<char>(std::stoi(std::string(text.substr(i + 1, 2)), nullptr, 16));
+      i += 2;
+    } else {
+      bytes += text[i];
+    }
+  }
+  return bytes;
+}
+
+bool isThisMachine(std::string_view host) {
+  if (host.empty() || equalIgnoringCase(host, "localhost") || host == "127.0.0.1") return true;
+  std::array<char, 256> name{};
+  return gethostname(name.data(), name.size() - 1) == 0 && equalIgnoringCase(host, name.data());
+}
+
+}  // namespace
+
+std::string_view schemeOf(std::string_view text) {
+  const std::size_t colon = text.find(':');
+  if (colon == std::string_view::npos || colon < 2 || !isLetter(text[0])) return {};
+  const std::string_view scheme = text.substr(0, colon);
+  const bool legal = std::all_of(scheme.begin(), scheme.end(), [](char c) {
+    return isLetter(c) || isDigit(c) || c == '+' || c == '-' || c == '.';
+  });
+  return legal ? scheme : std::string_view();
+}
+
+bool schemeIs(std::string_view text, std::string_view scheme) {
+  return equalIgnoringCase(schemeOf(text), scheme);
+}
+
+std::optional<NSURL> urlFromText(std::string_view text) {
+  if (auto url = NSURL::URLWithString(text)) return url;
+  std::string repaired = stringByTrimmingWhitespaceAndNewlines(text);
+  const Span host = hostSpan(repaired);
+  const std::string name = repaired.substr(host.begin, host.end - host.begin);
+  if (!isASCII(name)) repaired.replace(host.begin, name.size(), asciiHost(name));
+  for (const bool brackets : {false, true}) {
+    if (auto url = NSURL::URLWithString(escapeIllegal(repaired, brackets))) return url;
+  }
+  return std::nullopt;
+}
+
+std::optional<std::string> pathOfFileURL(std::string_view url) {
+  std::string_view rest = url.substr(schemeOf(url).size() + 1);
+  if (rest.starts_with("//")) {
+    rest.remove_prefix(2);
+    const std::size_t slash = std::min(rest.find('/'), rest.size());
+    if (!isThisMachine(rest.substr(0, slash))) return std::nullopt;
+    rest.remove_prefix(slash);
+  }
+  if (!rest.starts_with('/')) return std::nullopt;
+  const std::string path = decodedLeniently(rest.substr(0, rest.find_first_of("?#")));
+  if (path.find('\0') != std::string::npos) return std::nullopt;  // would name another file
+  if (!exists(path)) {
+    for (const std::string& unescaped : {decodedLeniently(rest.substr(0, rest.find('#'))),
+                                         decodedLeniently(rest), std::string(rest)}) {
+      if (exists(unescaped) && unescaped.find('\0') == std::string::npos) return unescaped;
+    }
+  }
+  return path;
+}
+
+}  // namespace korvane

@@ -1,0 +1,3 @@
+#include "host/NSExtensionMain.h"
+
+int main(int argc, char* argv[]) { return korvane::NSExtensionMain(argc, argv); }
