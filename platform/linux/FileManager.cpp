@@ -29,7 +29,9 @@ bool attempt(std::optional<NSError>& error, const Operation& operation) {
 
 std::string pathOf(const NSURL& url) {
   if (!url.isFileURL()) throw FileFailure{EINVAL, url.scheme().value_or(""), "not a file URL"};
-  return url.fileSystemRepresentation();
+  std::string path = url.fileSystemRepresentation();
+  if (!path.starts_with('/')) throw FileFailure{EINVAL, path, "not an absolute path"};
+  return path;
 }
 
 FileDescriptor holdFolder(const std::string& path) {

@@ -6,7 +6,7 @@
 
 #include <filesystem>
 #include <fstream>
-#include <iterator>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -70,7 +70,9 @@ class TemporaryFolder {
 inline std::string contentOf(const std::string& path) {
   std::ifstream stream(path, std::ios::binary);
   if (!stream) throw std::runtime_error("cannot read " + path);
-  return {std::istreambuf_iterator<char>(stream), {}};
+  std::ostringstream content;
+  content << stream.rdbuf();
+  return content.str();
 }
 
 }  // namespace korvane::testing

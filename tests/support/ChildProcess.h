@@ -1,0 +1,129 @@
+#pragma once
+
+// Work in a process of its own: as an ordinary user, under limits, or until it is killed.
+
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <functional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace korvane::testing {
+
+/// Runs the work in a forked process; gives its exit status: 0 where the work gave true, 1 where it
+/// gave false, 2 for an exception, -SIGNAL where it was killed.
+inline int inChild(const std::function<bool()>& work) {
+  const pid_t child = ::fork();
+  if (child < 0) throw std::runtime_error("cannot fork");
+  if (child == 0) {
+    int status = 2;
+    try {
+      status = work() ? 0 : 1;
+    } catch (...) {
+    }
+    ::_exit(status);
+  }
+  int status = 0;
+  while (::waitpid(child, &status, 0) < 0 && errno == EINTR) {
+  }
+  return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+}
+
+/// The same, as a user to whom permissions apply: root becomes "nobody" for it.
+inline int inChildAsOrdinaryUser(const std::function<bool()>& work) {
+  return inChild([&] {
+    constexpr unsigned kNobody = 65534;
+    if (::geteuid() == 0 && (::setgid(kNobody) != 0 || ::setuid(kNobody) != 0)) return false;
+    return work();
+  });
+}
+
+inline bool setLimit(int resource, rlim_t value) {
+  rlimit limit{};
+  if (::getrlimit(static_cast<__rlimit_resource_t>(resource), &limit) != 0) return false;
+  limit.rlim_cur = value;
+  return ::setrlimit(static_cast<__rlimit_resource_t>(resource), &limit) == 0;
+}
+
+/// A program that was started, with a pipe to its standard input and one from its standard output.
+/// Killed when this goes.
+class ChildProcess {
+ public:
+  explicit ChildProcess(const std::vector<std::string>& command) {
+    int input[2];
+    int output[2];
+    if (::pipe2(input, O_CLOEXEC) != 0 || ::pipe2(output, O_CLOEXEC) != 0) {
+      throw std::runtime_error("no pipe");
+    }
+    std::vector<char*> arguments;
+    for (const std::string& argument : command) {
+      arguments.push_back(const_cast<char*>(argument.c_str()));
+    }
+    arguments.push_back(nullptr);
+    process_ = ::fork();
+    if (process_ < 0) throw std::runtime_error("cannot fork");
+    if (process_ == 0) {
+      ::dup2(input[0], STDIN_FILENO);
+      ::dup2(output[1], STDOUT_FILENO);
+      ::execvp(arguments[0], arguments.data());
+      ::_exit(127);
+    }
+    ::close(input[0]);
+    ::close(output[1]);
+    input_ = input[1];
+    output_ = output[0];
+  }
+  ~ChildProcess() {
+    kill();
+    ::close(input_);
+    ::close(output_);
+  }
+  ChildProcess(const ChildProcess&) = delete;
+  ChildProcess& operator=(const ChildProcess&) = delete;
+
+  /// The next line of its standard output; "" at the end.
+  std::string readLine() {
+    std::string line;
+    char byte = 0;
+    for (;;) {
+      const ssize_t count = ::read(output_, &byte, 1);
+      if (count < 0 && errno == EINTR) continue;
+      if (count <= 0 || byte == '\n') return line;
+      line += byte;
+    }
+  }
+  void writeLine(const std::string& line) {
+    const std::string text = line + "\n";
+    if (::write(input_, text.data(), text.size()) != static_cast<ssize_t>(text.size())) {
+      throw std::runtime_error("the child does not listen");
+    }
+  }
+  /// Ends it at once, by SIGKILL, and waits until it is gone.
+  void kill() {
+    if (process_ <= 0) return;
+    ::kill(process_, SIGKILL);
+    wait();
+  }
+  /// Waits for its end; gives its exit status, or -SIGNAL.
+  int wait() {
+    int status = 0;
+    while (::waitpid(process_, &status, 0) < 0 && errno == EINTR) {
+    }
+    process_ = -1;
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+  }
+  pid_t identifier() const { return process_; }
+
+ private:
+  pid_t process_ = -1;
+  int input_ = -1;
+  int output_ = -1;
+};
+
+}  // namespace korvane::testing
