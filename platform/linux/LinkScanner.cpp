@@ -29,12 +29,13 @@ bool isOneOf(std::string_view word, std::initializer_list<std::string_view> word
 }
 
 /// Adds the characters as a URL holds them: legal ones as they are, all others, a "%" without two
-/// hexadecimal digits, brackets and every "#" but the first percent-encoded.
+/// hexadecimal digits and every "#" but the first percent-encoded. NSURL itself does so with square
+/// brackets outside the host.
 void appendEncoded(std::string& url, std::string_view characters) {
   bool inFragment = false;
   for (std::size_t at = 0; at < characters.size(); ++at) {
     const char c = characters[at];
-    bool legal = isASCII(c) && std::string_view("[]{}").find(c) == std::string_view::npos;
+    bool legal = isASCII(c) && c != '{' && c != '}';
     if (c == '%') {
       legal = at + 2 < characters.size() && isHexDigit(characters[at + 1]) &&
               isHexDigit(characters[at + 2]);
