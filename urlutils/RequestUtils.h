@@ -4,13 +4,18 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "platform/Export.h"
+#include "platform/NSURL.h"
+#include "platform/NSURLRequest.h"
 #include "platform/Value.h"
 
-/// URL utilities on plain texts: percent encoding, fragments, query strings. Texts are UTF-8, the
-/// positions count bytes. Every operation gives a new value, logs nothing and may be called from
-/// any thread. Failures are raised as NSException, where an operation says so.
+/// URL utilities: percent encoding, fragments, query strings and paths of plain texts, the
+/// components of URLs, base64, parameters and authentication of web requests. Texts are UTF-8,
+/// positions count bytes. Operations give new values and leave what they are given as it is, but
+/// for those that set or add to a request. They log nothing, and any thread may call. Failures are
+/// raised as NSException, where an operation says so.
 namespace korvane::RequestUtils {
 
 // Percent encoding (RFC 3986, section 2.1).
@@ -93,5 +98,143 @@ KORVANE_EXPORT Dictionary URLQueryParameters(std::string_view subject,
 /// The same.
 KORVANE_EXPORT Dictionary URLQueryParametersWithOptions(std::string_view subject,
                                                         URLQueryFlags options);
+
+// Paths. Each operation takes the fragment and then the query off the text, works on what remains
+// and appends query and fragment again, as the operations above do: an empty query is not put back,
+// a bare "#" is, and where the remainder holds a "=" but no "?" the query joins it with "&".
+
+/// What follows the last "/" of the path; all of it without a "/" ("x://h" gives "h").
+KORVANE_EXPORT std::string lastURLPathComponent(std::string_view subject);
+/// The subject cut behind the last "/" of its path, which stays ("x://h" gives "x://"); unchanged
+/// without a "/".
+KORVANE_EXPORT std::string stringByDeletingLastURLPathComponent(std::string_view subject);
+/// The subject with the component, as it is, added to its path, one "/" between. One "/" at the
+/// component's beginning is dropped; an empty path gets no "/".
+KORVANE_EXPORT std::string stringByAppendingURLPathComponent(std::string_view subject,
+                                                             std::string_view component);
+/// The extension of the last component, without the "."; empty where it has none.
+KORVANE_EXPORT std::string URLPathExtension(std::string_view subject);
+/// The subject without the extension of its last component. A subject without a "/" keeps its name
+/// and gets a second one: "f.txt" gives "f.txt/f".
+KORVANE_EXPORT std::string stringByDeletingURLPathExtension(std::string_view subject);
+/// The subject with "." and the extension added to its last component; a name without a "/" is
+/// doubled as above. Unchanged where there is no last component to extend, and for an extension
+/// that begins with "/".
+KORVANE_EXPORT std::string stringByAppendingURLPathExtension(std::string_view subject,
+                                                             std::string_view extension);
+
+// URL values.
+
+/// The file URL of a text that begins with "/" or "~", else the URL of the text; absent when it is
+/// none. The Platform's file manager is asked whether a path is a folder.
+KORVANE_EXPORT std::optional<NSURL> URLValue(std::string_view subject);
+/// The URL of the text resolved against the base; absent when it is none.
+KORVANE_EXPORT std::optional<NSURL> URLValueRelativeToURL(std::string_view subject,
+                                                          const NSURL& base);
+
+// URL components. Their values are texts but for the port, a number, and the query, which may be
+// given as a parameter dictionary too.
+
+inline constexpr const char* URLSchemeComponent = "scheme";
+inline constexpr const char* URLHostComponent = "host";
+inline constexpr const char* URLPortComponent = "port";
+inline constexpr const char* URLUserComponent = "user";
+inline constexpr const char* URLPasswordComponent = "password";
+inline constexpr const char* URLPathComponent = "path";
+inline constexpr const char* URLParameterStringComponent = "parameterString";
+inline constexpr const char* URLQueryComponent = "query";
+inline constexpr const char* URLFragmentComponent = "fragment";
+
+/// The URL whose text is the components joined, scheme "://" user ":" password "@" host ":" port
+/// path ";" parameterString "?" query "#" fragment, with those that are there; absent when that is
+/// no URL. Nothing is encoded, but for a query given as a dictionary. A password without a user is
+/// left out. Other keys are ignored; a component of another kind raises NSException.
+KORVANE_EXPORT std::optional<NSURL> URLWithComponents(const Dictionary& components);
+
+/// The components that the URL has, in the order of the constants, as NSURL gives them.
+///
+/// host, user and path have lost their escapes and the path its trailing "/", so that joining them
+/// again need not give the same URL, nor any: the URL of a path with an escaped space comes out
+/// absent. The operations URLWithValue to URLWithFragment below share this. URLWithScheme and the
+/// operations on queries and paths of texts keep what they do not change.
+KORVANE_EXPORT Dictionary components(const NSURL& url);
+
+/// The URL of this one's components with one of them replaced, or taken away where the value is
+/// absent. Absent as URLWithComponents is.
+KORVANE_EXPORT std::optional<NSURL> URLWithValue(const NSURL& url, const Value& value,
+                                                 std::string_view component);
+
+/// The URL's text with another scheme; all else stays as it is. A URL without a scheme gets this
+/// one in front of its text, without "://". Absent when that is no URL.
+KORVANE_EXPORT std::optional<NSURL> URLWithScheme(const NSURL& url, std::string_view scheme);
+
+// URLWithValue for one component.
+KORVANE_EXPORT std::optional<NSURL> URLWithHost(const NSURL& url, const Value& host);
+KORVANE_EXPORT std::optional<NSURL> URLWithPort(const NSURL& url, const Value& port);
+KORVANE_EXPORT std::optional<NSURL> URLWithUser(const NSURL& url, const Value& user);
+KORVANE_EXPORT std::optional<NSURL> URLWithPassword(const NSURL& url, const Value& password);
+KORVANE_EXPORT std::optional<NSURL> URLWithPath(const NSURL& url, const Value& path);
+KORVANE_EXPORT std::optional<NSURL> URLWithParameterString(const NSURL& url,
+                                                           const Value& parameterString);
+/// An empty text leaves a bare "?".
+KORVANE_EXPORT std::optional<NSURL> URLWithQuery(const NSURL& url, const Value& query);
+KORVANE_EXPORT std::optional<NSURL> URLWithFragment(const NSURL& url, const Value& fragment);
+
+// Base64 (RFC 4648, section 4).
+
+/// The base64 form of the text's bytes, padded, without line breaks. Absent for an empty text.
+KORVANE_EXPORT std::optional<std::string> base64EncodedString(std::string_view subject);
+
+/// The text whose base64 form this is. Every character outside the alphabet is skipped wherever it
+/// stands, "=" included, which ends nothing; a last group of two or three characters need not be
+/// padded. Absent when no byte comes out and when the bytes are not UTF-8.
+KORVANE_EXPORT std::optional<std::string> base64DecodedString(std::string_view subject);
+
+// Web requests. An absent parameter dictionary is an empty one.
+
+/// A request with the method in upper case that accepts gzip. The parameters go into the URL's
+/// query for "GET", as addGETParameters does, and into a form body for every other method, an empty
+/// one without parameters.
+KORVANE_EXPORT NSMutableURLRequest HTTPRequestWithURL(const NSURL& url, std::string_view method,
+                                                      const Dictionary& parameters = {});
+KORVANE_EXPORT NSMutableURLRequest GETRequestWithURL(const NSURL& url,
+                                                     const Dictionary& parameters = {});
+KORVANE_EXPORT NSMutableURLRequest POSTRequestWithURL(const NSURL& url,
+                                                      const Dictionary& parameters = {});
+
+/// The parameters in the query of the request's URL, or in its body; empty without one, and for a
+/// body that is not UTF-8. Raises as URLQueryParameters does.
+KORVANE_EXPORT Dictionary GETParameters(const NSURLRequest& request);
+KORVANE_EXPORT Dictionary POSTParameters(const NSURLRequest& request);
+
+/// Replaces the query of the request's URL. Without parameters a bare "?" stays.
+KORVANE_EXPORT void setGETParameters(NSMutableURLRequest& request, const Dictionary& parameters,
+                                     URLQueryFlags options = URLQueryModeDefault);
+/// Merges parameters into the query of the request's URL. A URL without a query gets "??" before
+/// them; adding once more takes one of the two away. Raises as stringByMergingURLQuery does.
+KORVANE_EXPORT void addGETParameters(NSMutableURLRequest& request, const Dictionary& parameters,
+                                     URLQueryFlags options = URLQueryModeDefault);
+/// Makes the parameters the request's body and adds the header fields of a form, also to fields
+/// that the request has. Content-Length counts in 32 bits, signed.
+KORVANE_EXPORT void setPOSTParameters(NSMutableURLRequest& request, const Dictionary& parameters,
+                                      URLQueryFlags options = URLQueryModeDefault);
+/// The same, with the parameters merged into the body that the request has. A body that was empty,
+/// or is not UTF-8, begins with "?" then.
+KORVANE_EXPORT void addPOSTParameters(NSMutableURLRequest& request, const Dictionary& parameters,
+                                      URLQueryFlags options = URLQueryModeDefault);
+
+/// User and password of the request's Authorization field (RFC 7617), as its text splits at every
+/// ":"; absent when it does not decode. Without the field those of the URL, empty where it has
+/// none.
+KORVANE_EXPORT std::optional<std::vector<std::string>> HTTPBasicAuthComponents(
+    const NSURLRequest& request);
+/// The first of the components.
+KORVANE_EXPORT std::optional<std::string> HTTPBasicAuthUser(const NSURLRequest& request);
+/// The last of the components where there are two; absent for a password that holds ":".
+KORVANE_EXPORT std::optional<std::string> HTTPBasicAuthPassword(const NSURLRequest& request);
+/// Adds an Authorization field, or a value to the one there is. Absent counts as empty.
+KORVANE_EXPORT void setHTTPBasicAuthUser(NSMutableURLRequest& request,
+                                         std::optional<std::string_view> user,
+                                         std::optional<std::string_view> password);
 
 }  // namespace korvane::RequestUtils
