@@ -85,9 +85,7 @@ class KORVANE_EXPORT ExtensionMessage {
   void setBccString(std::optional<std::string> text) { bccString_.set(std::move(text)); }
   /// Each element a text (a file path) or a URL (a file URL).
   std::optional<List> attachments() const { return attachments_.get(); }
-  void setAttachments(std::optional<List> attachments) {
-    attachments_.set(std::move(attachments));
-  }
+  void setAttachments(std::optional<List> attachments) { attachments_.set(std::move(attachments)); }
 
   /// Appends to `htmlBody` indivisibly; an absent body counts as empty.
   void appendToHtmlBody(std::string_view html);

@@ -15,18 +15,18 @@ enum class NSDateFormatterStyle : int { none = 0, short_ = 1 };
 /// How a formatter writes and reads dates.
 struct KORVANE_EXPORT NSDateFormat {
   /// A pattern of Unicode TR 35 such as "yyyyMMdd"; empty where the styles decide.
-  std::string dateFormat;
+  std::string dateFormat = {};
   NSDateFormatterStyle dateStyle = NSDateFormatterStyle::none;
   NSDateFormatterStyle timeStyle = NSDateFormatterStyle::none;
   /// "en_US_POSIX", say; absent: the user's locale.
-  std::optional<std::string> localeIdentifier;
+  std::optional<std::string> localeIdentifier = {};
   /// Absent: the device's time zone at the moment of each use.
-  std::optional<int> secondsFromGMT;
+  std::optional<int> secondsFromGMT = {};
   /// "gregorian", say; absent: the user's calendar.
-  std::optional<std::string> calendarIdentifier;
+  std::optional<std::string> calendarIdentifier = {};
 };
 
-/// Writes and reads dates in one format. Not safe to use from several threads at once.
+/// Writes and reads dates in one format. Any thread may call.
 class KORVANE_EXPORT NSDateFormatter {
  public:
   virtual ~NSDateFormatter() = default;

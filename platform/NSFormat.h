@@ -13,26 +13,32 @@
 
 namespace korvane {
 
-/// One argument of a format: anything that has a text form.
+/// One argument of a format: anything that has a text form. A text is referred to, not copied, and
+/// must live as long as the argument.
 class KORVANE_EXPORT FormatArgument {
  public:
   FormatArgument(std::string_view text) : text_(text) {}
   FormatArgument(const std::string& text) : text_(text) {}
   FormatArgument(const char* text) : text_(text) {}
-  FormatArgument(std::integral auto number) : text_(std::to_string(number)) {}
-  FormatArgument(const Value& value) : text_(value.description()) {}
-  FormatArgument(const NSError& error) : text_(error.description()) {}
+  FormatArgument(std::integral auto number) : own_(std::to_string(number)), text_(own_) {}
+  FormatArgument(const Value& value)
+      : own_(value.isText() ? std::string() : value.description()),
+        text_(value.isText() ? value.text() : own_) {}
+  FormatArgument(const NSError& error) : own_(error.description()), text_(own_) {}
   FormatArgument(const NSException& exception) : text_(exception.reason()) {}
   FormatArgument(bool) = delete;  // neither "1" nor "true" by chance
   /// An absent object shows as "(null)".
   template <class T>
   FormatArgument(const std::optional<T>& object)
-      : text_(object ? FormatArgument(*object).text_ : std::string("(null)")) {}
+      : own_(object ? FormatArgument(*object).text() : "(null)"), text_(own_) {}
+  FormatArgument(const FormatArgument&) = delete;
+  FormatArgument& operator=(const FormatArgument&) = delete;
 
-  const std::string& text() const { return text_; }
+  std::string_view text() const { return text_; }
 
  private:
-  std::string text_;
+  std::string own_;  // the text where the argument had none itself
+  std::string_view text_;
 };
 
 /// Fills a format's placeholders ("%@", "%lu", "%i"; "%%" is a percent sign) with the arguments, in

@@ -15,6 +15,10 @@ namespace korvane {
 /// limit.
 KORVANE_EXPORT std::int64_t integerValue(std::string_view text);
 
+/// The text with the decimal digits of every script (Unicode's category Nd) as ASCII digits: what a
+/// formatter wrote for an Arabic or Bengali reader becomes what integerValue() reads.
+KORVANE_EXPORT std::string stringByReplacingDecimalDigits(std::string_view text);
+
 /// The longest decimal number a text begins with ("1.5e3x" gives 1500), after leading white space;
 /// 0 without one. Correctly rounded, ties to even, whatever the process's locale.
 KORVANE_EXPORT float floatValue(std::string_view text);

@@ -21,6 +21,14 @@ class Property {
     return value_;
   }
 
+  /// Calls `use(const T&)` while nobody else can read or write the field, and gives back what it
+  /// returns: for values that are too large to copy. `use` must not touch this same Property.
+  template <class Use>
+  decltype(auto) read(Use&& use) const {
+    Hold hold(state_);
+    return std::forward<Use>(use)(value_);
+  }
+
   /// Replaces the value. The old one is destroyed outside the lock.
   void set(T value) {
     {

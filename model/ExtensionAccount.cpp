@@ -1,0 +1,28 @@
+#include "model/ExtensionAccount.h"
+
+#include "model/RecordReading.h"
+#include "platform/NSException.h"
+#include "platform/NSFormat.h"
+#include "platform/NSLog.h"
+
+namespace korvane {
+
+void ExtensionAccount::initWithDictonary(const Value& dictionary) {
+  try {
+    mail_.set(valueForKey(dictionary, "mail", [] { return localizedText("No Mail"); }));
+    name_.set(valueForKey(dictionary, "name", [] { return localizedText(""); }));
+    // An absent value converts to the defaults, 0 and false.
+    type_.set(dictionary.objectForKey("type").integerValue());
+    enabled_.set(dictionary.objectForKey("enabled").boolValue());
+    aliases_.set(Aliases());
+    aliases_.set(recordsOfList<ExtensionAlias>(dictionary.objectForKey("aliases")));
+  } catch (const NSException& exception) {
+    NSLog("ExtensionAccount initWithDictonary %@", exception);
+  }
+}
+
+std::string ExtensionAccount::description() const {
+  return stringWithFormat("ExtensionAccount %@", mail());
+}
+
+}  // namespace korvane

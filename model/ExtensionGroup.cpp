@@ -1,0 +1,37 @@
+#include "model/ExtensionGroup.h"
+
+#include "model/RecordReading.h"
+#include "platform/NSException.h"
+#include "platform/NSFormat.h"
+#include "platform/NSLog.h"
+
+namespace korvane {
+namespace {
+
+Value noName() { return localizedText("No Name"); }
+
+}  // namespace
+
+void ExtensionGroup::initWithDictonary(const Value& dictionary) {
+  try {
+    idx_.set(valueForKey(dictionary, "idx", emptyText));
+    name_.set(valueForKey(dictionary, "name", noName));
+    addresses_.set(Addresses());
+    addresses_.set(recordsOfList<ExtensionAddress>(dictionary.objectForKey("addresses")));
+  } catch (const NSException& exception) {
+    NSLog("ExtensionGroup initWithDictonary %@", exception);
+  }
+}
+
+std::string ExtensionGroup::description() const {
+  return stringWithFormat("ExtensionGroup %@", name());
+}
+
+std::string ExtensionGroup::prettyprint() const {
+  const std::size_t members = addresses_.read(
+      [](const std::optional<Addresses>& addresses) { return addresses ? addresses->size() : 0; });
+  if (members > 0) return stringWithFormat("%@ (%@)", name(), members);
+  return stringWithFormat("%@", name());
+}
+
+}  // namespace korvane
