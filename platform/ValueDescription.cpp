@@ -21,8 +21,8 @@ std::string describeNumber(double number) {
 std::string describeDate(NSDate date) {
   namespace chrono = std::chrono;
   const double whole = std::floor(date.timeIntervalSince1970);
-  constexpr double kYears = 292e9 / 10;  // what the calendar below can count
-  if (!(std::abs(whole) < kYears)) return describeNumber(date.timeIntervalSince1970) + " s";
+  constexpr double kLatest = 9.7e11;  // in the year 32707; the calendar below ends in 32767
+  if (!(std::abs(whole) < kLatest)) return describeNumber(date.timeIntervalSince1970) + " s";
   const chrono::sys_seconds seconds{chrono::seconds(static_cast<std::int64_t>(whole))};
   const auto day = chrono::floor<chrono::days>(seconds);
   const chrono::year_month_day ymd(day);
@@ -77,14 +77,20 @@ void describe(const Value& value, std::size_t indent, std::string& out) {
 
 std::string Value::description() const {
   switch (kind_) {
-    case Kind::absent: return "(null)";
-    case Kind::text: return std::string(text());
+    case Kind::absent:
+      return "(null)";
+    case Kind::text:
+      return std::string(text());
     case Kind::number:
       return real_ ? describeNumber(payload_.real) : std::to_string(payload_.integer);
-    case Kind::boolean: return payload_.integer != 0 ? "1" : "0";
-    case Kind::date: return describeDate(date());
-    case Kind::data: return describeData(data());
-    case Kind::url: return url().absoluteString();
+    case Kind::boolean:
+      return payload_.integer != 0 ? "1" : "0";
+    case Kind::date:
+      return describeDate(date());
+    case Kind::data:
+      return describeData(data());
+    case Kind::url:
+      return url().absoluteString();
     case Kind::image:
       return "<NSImage " + std::to_string(image().bitmap().width) + 'x' +
              std::to_string(image().bitmap().height) + '>';

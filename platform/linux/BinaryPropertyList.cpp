@@ -1,9 +1,356 @@
+// The binary form: a header, objects, a table of where each object begins, and a trailer. Lists and
+// dictionaries name their members by number, so the same object can be a member many times. It is
+// read once and its value shared; what it would cost if it were not shared is bounded too, because
+// whoever makes records of the values pays for every occurrence.
 #include "platform/linux/BinaryPropertyList.h"
 
+#include <algorithm>
+#include <bit>
+#include <cstdint>
+#include <cstring>
+#include <limits>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "platform/linux/DictionaryShapes.h"
+#include "platform/linux/PropertyLists.h"
+#include "platform/linux/UTF8.h"
+
 namespace korvane {
+namespace {
 
-bool isBinaryPropertyList(std::string_view bytes) { return bytes.starts_with("bplist0"); }
+struct Malformed {};
 
-std::optional<Value> readBinaryPropertyList(std::string_view) { return std::nullopt; }
+constexpr std::string_view kHeader = "bplist0";  // and one more byte, the version
+constexpr std::size_t kHeaderSize = 8;
+constexpr std::size_t kTrailerSize = 32;
+constexpr double kSecondsTo2001 = 978307200;  // dates count from 2001
+
+// A number of any width, its most significant byte first. Of a wider one than 64 bits the lower.
+std::uint64_t bigEndian(const unsigned char* bytes, std::size_t width) {
+  std::uint64_t number = 0;
+  for (std::size_t i = 0; i < width; ++i) number = number << 8 | bytes[i];
+  return number;
+}
+
+std::string utf8OfUTF16(const unsigned char* bytes, std::size_t units) {
+  std::string text;
+  text.reserve(units);
+  const auto unit = [&](std::size_t i) {
+    return static_cast<std::uint32_t>(bytes[2 * i] << 8 | bytes[2 * i + 1]);
+  };
+  for (std::size_t i = 0; i < units; ++i) {
+    std::uint32_t code = unit(i);
+    const bool isHigh = code >= 0xD800 && code < 0xDC00;
+    if (isHigh && i + 1 < units && (unit(i + 1) & 0xFC00) == 0xDC00) {
+      code = 0x10000 + ((code - 0xD800) << 10) + (unit(++i) - 0xDC00);
+    } else if (code >= 0xD800 && code < 0xE000) {
+      code = 0xFFFD;
+    }
+    appendUTF8(code, text);
+  }
+  return text;
+}
+
+// What an object costs where each of its occurrences is paid for, in units of 16 bytes, and how
+// many lists and dictionaries are inside one another.
+struct Cost {
+  std::uint32_t units = 0;
+  std::uint16_t depth = 0;
+  bool isOpen = false;  // being read: to meet it again means that it contains itself
+};
+constexpr Cost kScalarCost{.units = 1};
+
+class BinaryReader {
+ public:
+  explicit BinaryReader(std::string_view bytes)
+      : begin_(reinterpret_cast<const unsigned char*>(bytes.data())), size_(bytes.size()) {
+    readTrailer();
+    values_.resize(objects_);
+    costs_.resize(objects_);
+    bytesLeft_ = 4 * size_ + 65536;
+    greatestCost_ = std::min<std::uint64_t>(10 * size_ + (std::uint64_t{4} << 20),
+                                            std::numeric_limits<std::uint32_t>::max());
+  }
+
+  Value read() {
+    readObject(root_);
+    while (!open_.empty()) readMember();
+    return std::move(result_);
+  }
+
+ private:
+  struct Container {
+    std::uint64_t object;
+    const unsigned char* members;
+    std::uint64_t count;
+    bool isDictionary;
+    DictionaryInProgress dictionary;
+    std::size_t base;  // of a list's elements on the stack
+    std::uint64_t next = 0;
+    bool ignoresValue = false;  // the key was there before: the first one counts
+    std::uint64_t units;
+    std::uint16_t depth = 1;
+  };
+
+  // An object's bytes after its marker and count.
+  struct Content {
+    const unsigned char* bytes;
+    std::uint64_t count;
+  };
+
+  [[noreturn]] static void refuse() { throw Malformed(); }
+
+  void readTrailer() {
+    if (size_ < kHeaderSize + 1 + kTrailerSize) refuse();
+    const unsigned char* const trailer = begin_ + size_ - kTrailerSize;
+    offsetWidth_ = trailer[6];
+    referenceWidth_ = trailer[7];
+    objects_ = bigEndian(trailer + 8, 8);
+    root_ = bigEndian(trailer + 16, 8);
+    const std::uint64_t table = bigEndian(trailer + 24, 8);
+    if (offsetWidth_ == 0 || referenceWidth_ == 0 || objects_ == 0 || root_ >= objects_) refuse();
+    if (table < kHeaderSize + 1 || table >= size_ - kTrailerSize) refuse();
+    // The table fills what is between the objects and the trailer.
+    const std::uint64_t tableSize = size_ - kTrailerSize - table;
+    if (tableSize / offsetWidth_ != objects_ || tableSize % offsetWidth_ != 0) refuse();
+    // The widths must be able to hold what they are for.
+    if (referenceWidth_ < 8 && objects_ >= std::uint64_t{1} << (8 * referenceWidth_)) refuse();
+    if (offsetWidth_ < 8 && table >= std::uint64_t{1} << (8 * offsetWidth_)) refuse();
+    table_ = begin_ + table;
+    for (std::uint64_t i = 0; i < objects_; ++i) {
+      if (offset(i) >= table) refuse();
+    }
+  }
+
+  std::uint64_t offset(std::uint64_t object) const {
+    return bigEndian(table_ + object * offsetWidth_, offsetWidth_);
+  }
+  std::uint64_t reference(const unsigned char* members, std::uint64_t position) const {
+    const std::uint64_t object = bigEndian(members + position * referenceWidth_, referenceWidth_);
+    if (object >= objects_) refuse();
+    return object;
+  }
+  const unsigned char* begin(std::uint64_t object) const {
+    const std::uint64_t at = offset(object);
+    if (at < kHeaderSize) refuse();
+    return begin_ + at;
+  }
+
+  // As many bytes of the objects' part from `at` on.
+  void need(const unsigned char* at, std::uint64_t bytes) const {
+    if (bytes > static_cast<std::uint64_t>(table_ - at)) refuse();
+  }
+
+  // Objects of a proper file do not overlap. Those that do could make a small file large.
+  void pay(std::uint64_t bytes) {
+    if (bytes > bytesLeft_) refuse();
+    bytesLeft_ -= bytes;
+  }
+
+  // The count is in the marker or in an integer after it.
+  Content content(const unsigned char* at, std::uint64_t bytesEach) {
+    std::uint64_t count = *at & 0x0F;
+    const unsigned char* bytes = at + 1;
+    if (count == 0x0F) {
+      need(bytes, 1);
+      if ((*bytes & 0xF0) != 0x10) refuse();
+      const std::size_t width = std::size_t{1} << (*bytes & 0x0F);
+      need(bytes + 1, width);
+      count = bigEndian(bytes + 1, width);
+      bytes += 1 + width;
+    }
+    if (count > size_) refuse();
+    need(bytes, count * bytesEach);
+    pay(count * bytesEach + 1);
+    return {bytes, count};
+  }
+
+  // Reads a scalar, or opens a list or dictionary.
+  void readObject(std::uint64_t object) {
+    const unsigned char* const at = begin(object);
+    switch (*at & 0xF0) {
+      case 0x00:
+        if (*at != 0x08 && *at != 0x09) refuse();
+        return add(*at == 0x09, kScalarCost);
+      case 0x10:
+        return add(integer(at), kScalarCost);
+      case 0x20:
+        return add(real(at), kScalarCost);
+      case 0x30:
+        if (*at != 0x33) refuse();
+        return add(NSDate{fraction(at + 1) + kSecondsTo2001}, kScalarCost);
+      case 0x40:
+      case 0x50:
+      case 0x60:
+        if (values_[object].isAbsent()) values_[object] = bytesObject(at);
+        return add(values_[object], kScalarCost);
+      default:
+        return readContainer(object, at);
+    }
+  }
+
+  void readContainer(std::uint64_t object, const unsigned char* at) {
+    Cost& cost = costs_[object];
+    if (cost.isOpen) refuse();
+    if (!values_[object].isAbsent()) {
+      if (open_.size() + cost.depth > kDeepestPropertyList) refuse();
+      return add(values_[object], cost);
+    }
+    if (open_.size() == kDeepestPropertyList) refuse();
+    switch (*at & 0xF0) {
+      case 0x80:
+        cost = {.units = 16, .depth = 1};
+        values_[object] = uid(at);
+        return add(values_[object], cost);
+      case 0xA0:
+      case 0xC0:  // a set, whose members are in some order too
+      case 0xD0:
+        break;
+      default:
+        refuse();
+    }
+    const bool isDictionary = (*at & 0xF0) == 0xD0;
+    const Content members = content(at, referenceWidth_ * (isDictionary ? 2U : 1U));
+    cost.isOpen = true;
+    open_.push_back({.object = object,
+                     .members = members.bytes,
+                     .count = members.count,
+                     .isDictionary = isDictionary,
+                     .dictionary = DictionaryInProgress(shapes_, stack_),
+                     .base = stack_.size(),
+                     .units = isDictionary ? 10U : 4U});
+    if (!isDictionary) stack_.reserve(stack_.size() + members.count);
+  }
+
+  // The next member of the innermost open container, or its end.
+  void readMember() {
+    Container& container = open_.back();
+    if (container.next == container.count) return endContainer();
+    std::uint64_t position = container.next++;
+    if (container.isDictionary) {
+      const std::string_view key = keyText(reference(container.members, position));
+      container.ignoresValue = !container.dictionary.setKey(shapes_, stack_, key);
+      position += container.count;
+    }
+    readObject(reference(container.members, position));
+  }
+
+  std::string_view keyText(std::uint64_t object) {
+    Value& key = values_[object];
+    if (key.isAbsent()) {
+      const unsigned char* const at = begin(object);
+      if ((*at & 0xF0) != 0x50 && (*at & 0xF0) != 0x60) refuse();
+      key = bytesObject(at);
+    }
+    if (!key.isText()) refuse();
+    return key.text();
+  }
+
+  void endContainer() {
+    Container& last = open_.back();
+    Value value =
+        last.isDictionary ? last.dictionary.finish(stack_) : Value(takeFrom(stack_, last.base));
+    const Cost cost{.units = static_cast<std::uint32_t>(last.units), .depth = last.depth};
+    costs_[last.object] = cost;
+    values_[last.object] = value;
+    open_.pop_back();
+    add(std::move(value), cost);
+  }
+
+  void add(Value value, const Cost& cost) {
+    if (open_.empty()) {
+      result_ = std::move(value);
+      return;
+    }
+    Container& container = open_.back();
+    container.units += cost.units;
+    if (container.units > greatestCost_) refuse();
+    if (cost.depth >= container.depth) {
+      container.depth = static_cast<std::uint16_t>(cost.depth + 1);
+    }
+    if (!container.isDictionary) {
+      stack_.push_back(std::move(value));
+    } else if (!container.ignoresValue) {
+      container.dictionary.setValue(stack_, std::move(value));
+    }
+  }
+
+  // One, two and four bytes are unsigned, eight and sixteen signed.
+  Value integer(const unsigned char* at) const {
+    const std::size_t width = std::size_t{1} << (*at & 0x0F);
+    if (width > 16) refuse();
+    need(at + 1, width);
+    const std::uint64_t low = bigEndian(at + 1, width);
+    const auto number = static_cast<std::int64_t>(low);
+    if (width < 16) return number;
+    const auto high = static_cast<std::int64_t>(bigEndian(at + 1, 8));
+    if (high == (number < 0 ? -1 : 0)) return number;
+    return static_cast<double>(high) * 0x1p64 + static_cast<double>(low);
+  }
+
+  double fraction(const unsigned char* at) const {
+    need(at, 8);
+    return std::bit_cast<double>(bigEndian(at, 8));
+  }
+
+  Value real(const unsigned char* at) const {
+    if (*at == 0x23) return fraction(at + 1);
+    if (*at != 0x22) refuse();
+    need(at + 1, 4);
+    return double{std::bit_cast<float>(static_cast<std::uint32_t>(bigEndian(at + 1, 4)))};
+  }
+
+  // Data or a text.
+  Value bytesObject(const unsigned char* at) {
+    const bool isWide = (*at & 0xF0) == 0x60;
+    const Content content = this->content(at, isWide ? 2 : 1);
+    if (isWide) return utf8OfUTF16(content.bytes, content.count);
+    if ((*at & 0xF0) == 0x40) return NSData(content.bytes, content.bytes + content.count);
+    const std::string_view text(reinterpret_cast<const char*>(content.bytes), content.count);
+    unsigned char seen = 0;
+    for (const char c : text) seen |= static_cast<unsigned char>(c);
+    if (seen >= 0x80) refuse();  // the narrow texts are ASCII
+    return text;
+  }
+
+  Value uid(const unsigned char* at) const {
+    const std::size_t width = (*at & 0x0F) + 1;
+    need(at + 1, width);
+    const std::uint64_t number = bigEndian(at + 1, width);
+    if (number > std::numeric_limits<std::uint32_t>::max()) refuse();
+    return Dictionary{{"CF$UID", static_cast<std::int64_t>(number)}};
+  }
+
+  const unsigned char* begin_;
+  std::uint64_t size_;
+  const unsigned char* table_ = nullptr;  // of offsets; also the end of the objects
+  std::size_t offsetWidth_ = 0;
+  std::size_t referenceWidth_ = 0;
+  std::uint64_t objects_ = 0;
+  std::uint64_t root_ = 0;
+  std::uint64_t bytesLeft_ = 0;
+  std::uint64_t greatestCost_ = 0;
+
+  List values_;              // of texts, data, lists and dictionaries that were read, by object
+  std::vector<Cost> costs_;  // of the lists and dictionaries among them
+  std::vector<Container> open_;
+  List stack_;  // the values in the open containers
+  DictionaryShapes shapes_;
+  Value result_;
+};
+
+}  // namespace
+
+bool isBinaryPropertyList(std::string_view bytes) { return bytes.starts_with(kHeader); }
+
+std::optional<Value> readBinaryPropertyList(std::string_view bytes) {
+  try {
+    return BinaryReader(bytes).read();
+  } catch (const Malformed&) {
+    return std::nullopt;
+  }
+}
 
 }  // namespace korvane

@@ -8,7 +8,6 @@
 
 #include <cstdint>
 #include <cstring>
-#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -72,7 +71,7 @@ class XMLReader {
     std::size_t base = 0;   // of an array's elements on the stack
     bool hasKey = false;    // of a dictionary: the next element is its value
     bool hasValue = false;  // of a plist
-    std::unique_ptr<DictionaryInProgress> dictionary;
+    DictionaryInProgress dictionary;
   };
 
   [[noreturn]] static void refuse() { throw Malformed(); }
@@ -230,11 +229,8 @@ class XMLReader {
     if (wantsKey()) refuse();
     if (depth() == kDeepestPropertyList) refuse();
     if (isEmpty) return add(tag == Tag::array ? Value(List()) : Value(Dictionary()));
-    Container container{.tag = tag, .base = stack_.size(), .dictionary = nullptr};
-    if (tag == Tag::dict) {
-      container.dictionary = std::make_unique<DictionaryInProgress>(shapes_, stack_);
-    }
-    open_.push_back(std::move(container));
+    open_.push_back(
+        {.tag = tag, .base = stack_.size(), .dictionary = DictionaryInProgress(shapes_, stack_)});
   }
 
   void endContainer() {
@@ -247,7 +243,7 @@ class XMLReader {
         break;
       case Tag::dict:
         if (last.hasKey) refuse();  // a key without a value
-        value = last.dictionary->finish(stack_);
+        value = last.dictionary.finish(stack_);
         break;
       default:
         if (!last.hasValue) refuse();
@@ -270,7 +266,7 @@ class XMLReader {
 
   void addKey(std::string_view key) {
     Container& dictionary = open_.back();
-    dictionary.dictionary->setKey(shapes_, stack_, key);
+    dictionary.dictionary.setKey(shapes_, stack_, key);
     dictionary.hasKey = true;
   }
 
@@ -282,7 +278,7 @@ class XMLReader {
     if (wantsKey()) refuse();
     Container& last = open_.back();
     if (last.tag == Tag::dict) {
-      last.dictionary->setValue(stack_, std::move(value));
+      last.dictionary.setValue(stack_, std::move(value));
       last.hasKey = false;
       return;
     }

@@ -1,5 +1,6 @@
 #include "platform/linux/XMLScalars.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>
@@ -8,6 +9,7 @@
 #include <utility>
 
 #include "platform/NSString.h"
+#include "platform/linux/UTF8.h"
 
 namespace korvane {
 namespace {
@@ -54,25 +56,6 @@ std::int64_t daysFrom1970(std::int64_t year, int month, int day) {
   const std::int64_t dayOfYear = (153 * ((monthOfYear + 10) % 12) + 2) / 5;
   const std::int64_t dayOfEra = yearOfEra * 365 + yearOfEra / 4 - yearOfEra / 100 + dayOfYear;
   return era * 146097 + dayOfEra - 719468 + day - 1;
-}
-
-void appendUTF8(std::uint32_t code, std::string& text) {
-  const auto add = [&](std::uint32_t byte) { text += static_cast<char>(byte); };
-  if (code < 0x80) {
-    add(code);
-  } else if (code < 0x800) {
-    add(0xC0 | code >> 6);
-    add(0x80 | (code & 0x3F));
-  } else if (code < 0x10000) {
-    add(0xE0 | code >> 12);
-    add(0x80 | (code >> 6 & 0x3F));
-    add(0x80 | (code & 0x3F));
-  } else {
-    add(0xF0 | code >> 18);
-    add(0x80 | (code >> 12 & 0x3F));
-    add(0x80 | (code >> 6 & 0x3F));
-    add(0x80 | (code & 0x3F));
-  }
 }
 
 bool appendCharacter(std::string_view digits, std::string& text) {
