@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
-#include <cmath>
 #include <cstring>
 #include <limits>
 
@@ -50,6 +49,19 @@ std::string_view withoutLeadingWhitespace(std::string_view text) {
 
 bool isDigit(char c) { return c >= '0' && c <= '9'; }
 
+// Of a number that is out of range: whether it is too large rather than too small. That is told by
+// the place of its first digit other than 0, counted from the decimal point.
+bool isTooLarge(std::string_view digits) {
+  const std::size_t mantissaEnd = std::min(digits.find_first_of("eE"), digits.size());
+  const std::string_view mantissa = digits.substr(0, mantissaEnd);
+  const std::size_t point = std::min(mantissa.find('.'), mantissa.size());
+  const std::size_t first = std::min(mantissa.find_first_not_of("0."), mantissa.size());
+  const auto place = static_cast<std::int64_t>(point) - static_cast<std::int64_t>(first);
+  constexpr std::int64_t kFar = std::numeric_limits<std::int64_t>::max() / 2;
+  const std::string_view exponent = digits.substr(std::min(mantissaEnd + 1, digits.size()));
+  return place + std::clamp(integerValue(exponent), -kFar, kFar) > 0;
+}
+
 template <class Number>
 Number leadingNumber(std::string_view text) {
   text = withoutLeadingWhitespace(text);
@@ -58,13 +70,10 @@ Number leadingNumber(std::string_view text) {
   // from_chars also knows "inf" and "nan", which are no decimal numbers.
   if (text.empty() || !(isDigit(text[0]) || text[0] == '.')) return 0;
   Number value = 0;
-  const auto [end, failure] = std::from_chars(text.data(), text.data() + text.size(), value);
+  const char* const begin = text.data();
+  const auto [end, failure] = std::from_chars(begin, begin + text.size(), value);
   if (failure == std::errc::result_out_of_range) {
-    // from_chars leaves the value alone; whether it is too large or too small tells the size of
-    // the number when read wider.
-    long double wide = 0;
-    const auto widened = std::from_chars(text.data(), text.data() + text.size(), wide);
-    const bool large = widened.ec == std::errc() ? std::abs(wide) > 1 : true;
+    const bool large = isTooLarge(text.substr(0, static_cast<std::size_t>(end - begin)));
     value = large ? std::numeric_limits<Number>::infinity() : Number(0);
   } else if (failure != std::errc()) {
     return 0;

@@ -1,0 +1,296 @@
+#include "platform/NSString.h"
+
+#include <gtest/gtest.h>
+
+#include <clocale>
+#include <cmath>
+#include <limits>
+#include <random>
+
+namespace korvane {
+namespace {
+
+constexpr auto kMax = std::numeric_limits<std::int64_t>::max();
+constexpr auto kMin = std::numeric_limits<std::int64_t>::min();
+
+TEST(NSString, IntegerValue) {
+  const std::pair<std::string_view, std::int64_t> rows[] = {
+      {"", 0},
+      {"12", 12},
+      {"-12", -12},
+      {"+12", 12},
+      {"  \t\n\v\f\r12abc", 12},
+      {"\u00A0\u3000\u200B\u20287", 7},
+      {"12.9", 12},
+      {"1e3", 1},
+      {"0x10", 0},
+      {"007", 7},
+      {"--1", 0},
+      {"+-1", 0},
+      {"- 1", 0},
+      {"abc", 0},
+      {"١٢", 0},  // ASCII digits only
+      {"1١", 1},
+      {"9223372036854775807", kMax},
+      {"9223372036854775808", kMax},
+      {"-9223372036854775808", kMin},
+      {"-9223372036854775809", kMin},
+      {"99999999999999999999999", kMax},
+      {"-99999999999999999999999", kMin},
+      {"\xFF"
+       "1",
+       0},
+  };
+  for (const auto& [text, value] : rows) EXPECT_EQ(integerValue(text), value) << text;
+}
+
+TEST(NSString, DoubleValue) {
+  const std::pair<std::string_view, double> rows[] = {
+      {"", 0},
+      {"1.5e3x", 1500},
+      {"1.5", 1.5},
+      {"  -1.5", -1.5},
+      {"+.5", 0.5},
+      {"5.", 5},
+      {".", 0},
+      {"-", 0},
+      {"+-1", 0},
+      {"e5", 0},
+      {"1e", 1},
+      {"1e+", 1},
+      {"1e-2", 0.01},
+      {"1,5", 1},
+      {"inf", 0},
+      {"-inf", 0},
+      {"infinity", 0},
+      {"nan", 0},
+      {"0x10", 0},
+      {"1e999", std::numeric_limits<double>::infinity()},
+      {"-1e999", -std::numeric_limits<double>::infinity()},
+      {"1e-999", 0},
+      {"1e99999999999", std::numeric_limits<double>::infinity()},
+      {"1e-99999999999", 0},
+      {"0e99999999999", 0},
+      {"0.00001e-99999", 0},
+      {"0.00001e99999", std::numeric_limits<double>::infinity()},
+      {"1e-99999999999999999999", 0},
+      {"1e99999999999999999999x", std::numeric_limits<double>::infinity()},
+      {"\u00A01.5", 1.5},
+      {"9007199254740993", 9007199254740992.0},  // ties to even
+  };
+  for (const auto& [text, value] : rows) EXPECT_EQ(doubleValue(text), value) << text;
+  EXPECT_TRUE(std::signbit(doubleValue("-0")));
+}
+
+TEST(NSString, FloatValueRoundsTiesToEven) {
+  const std::pair<std::string_view, float> rows[] = {
+      {"", 0.F},
+      {"1600000000", 1600000000.F},
+      {"16777217", 16777216.F},             // half way, to the even one
+      {"16777219", 16777220.F},             // half way, to the even one
+      {"16777217.0000000001", 16777218.F},  // read at once, not through a double
+      {"0.1", 0.1F},
+      {"3.5e38", std::numeric_limits<float>::infinity()},
+      {"-3.5e38", -std::numeric_limits<float>::infinity()},
+      {"1e-60", 0.F},
+      {"1e-40", 1e-40F},
+      {"  1.25x", 1.25F},
+  };
+  for (const auto& [text, value] : rows) EXPECT_EQ(floatValue(text), value) << text;
+}
+
+TEST(NSString, NumbersDoNotDependOnTheLocale) {
+  // Where the locale is missing the test still holds, it only shows less.
+  std::setlocale(LC_ALL, "de_DE.UTF-8");
+  EXPECT_EQ(doubleValue("1.5"), 1.5);
+  EXPECT_EQ(doubleValue("1,5"), 1);
+  std::setlocale(LC_ALL, "C");
+}
+
+TEST(NSString, BoolValue) {
+  for (const char* text : {"Y", "y", "yes", "T", "true", "1", "9", "-1", "+1", "007", " 1", "\t\ny",
+                           "-05", "\u30001", "10x"}) {
+    EXPECT_TRUE(boolValue(text)) << text;
+  }
+  for (const char* text : {"", " ", "0", "00", "-0", "n", "N", "false", "0.5", "0x1", "+", "-",
+                           "+-1", "- 1", "-y", "0y", "x1"}) {
+    EXPECT_FALSE(boolValue(text)) << text;
+  }
+}
+
+TEST(NSString, TrimsUnicodeWhiteSpace) {
+  std::string all = " \t\n\v\f\r";
+  for (const char* c : {"\u0085", "\u00A0", "\u1680", "\u2000", "\u2001", "\u2002", "\u2003",
+                        "\u2004", "\u2005", "\u2006", "\u2007", "\u2008", "\u2009", "\u200A",
+                        "\u200B", "\u2028", "\u2029", "\u202F", "\u205F", "\u3000"}) {
+    all += c;
+  }
+  EXPECT_EQ(stringByTrimmingWhitespaceAndNewlines(all), "");
+  EXPECT_EQ(stringByTrimmingWhitespaceAndNewlines(all + "a" + all + "b" + all), "a" + all + "b");
+  // Neighbours of the set stay, and so does what is not UTF-8.
+  for (const std::string text :
+       {"\u200C", "\uFEFF", "\u180E", "\x1C", "\x01", "\x80", "\xE2\x80", "\u2060", "é", ""}) {
+    EXPECT_EQ(stringByTrimmingWhitespaceAndNewlines(" " + text + " "), text);
+  }
+}
+
+TEST(NSString, IsAbsolutePath) {
+  EXPECT_TRUE(isAbsolutePath("/"));
+  EXPECT_TRUE(isAbsolutePath("/a"));
+  EXPECT_TRUE(isAbsolutePath("~"));
+  EXPECT_TRUE(isAbsolutePath("~user/a"));
+  EXPECT_FALSE(isAbsolutePath(""));
+  EXPECT_FALSE(isAbsolutePath("a/b"));
+  EXPECT_FALSE(isAbsolutePath(" /a"));
+  EXPECT_FALSE(isAbsolutePath("file:///a"));
+}
+
+TEST(NSString, LastPathComponent) {
+  const std::pair<const char*, const char*> rows[] = {
+      {"", ""},   {"a", "a"},  {"/a", "a"}, {"/a/b", "b"},   {"/a/b/", "b"}, {"/a/b//", "b"},
+      {"/", "/"}, {"//", "/"}, {"a/", "a"}, {"/a/.b", ".b"}, {"a//b", "b"},
+  };
+  for (const auto& [path, last] : rows) EXPECT_EQ(lastPathComponent(path), last) << path;
+}
+
+TEST(NSString, PathExtensions) {
+  const struct {
+    const char* path;
+    const char* extension;
+    const char* deleted;
+  } rows[] = {
+      {"", "", ""},
+      {"a", "", "a"},
+      {"a.txt", "txt", "a"},
+      {"a.tar.gz", "gz", "a.tar"},
+      {".profile", "", ".profile"},
+      {".profile.bak", "bak", ".profile"},
+      {"..", "", ".."},
+      {".", "", "."},
+      {"...", "", ".."},
+      {"..a", "a", "."},
+      {"notes.", "", "notes"},
+      {"/a.b/c", "", "/a.b/c"},
+      {"/a.b/c.d", "d", "/a.b/c"},
+      {"/a/.profile", "", "/a/.profile"},
+      {"/a/..", "", "/a/.."},
+      {"a. b", " b", "a"},
+      {"é.漢", "漢", "é"},
+  };
+  for (const auto& row : rows) {
+    EXPECT_EQ(pathExtension(row.path), row.extension) << row.path;
+    EXPECT_EQ(stringByDeletingPathExtension(row.path), row.deleted) << row.path;
+  }
+}
+
+TEST(NSString, AppendingPathExtension) {
+  EXPECT_EQ(stringByAppendingPathExtension("a", "txt"), "a.txt");
+  EXPECT_EQ(stringByAppendingPathExtension("a.tar", "gz"), "a.tar.gz");
+  EXPECT_EQ(stringByAppendingPathExtension("a", ""), "a.");
+  EXPECT_EQ(stringByAppendingPathExtension("a", ".b"), "a..b");
+  EXPECT_EQ(stringByAppendingPathExtension("", "txt"), std::nullopt);
+  EXPECT_EQ(stringByAppendingPathExtension("a", "/txt"), std::nullopt);
+}
+
+// Whether the bytes are the shortest form of characters that exist, found by writing each out
+// again.
+bool slowlyIsUTF8(std::string_view bytes) {
+  while (!bytes.empty()) {
+    bool found = false;
+    for (std::size_t size = 1; size <= 4 && size <= bytes.size() && !found; ++size) {
+      const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(bytes[i]); };
+      static constexpr unsigned kLead[] = {0, 0x00, 0xC0, 0xE0, 0xF0};
+      static constexpr unsigned kMask[] = {0, 0x80, 0xE0, 0xF0, 0xF8};
+      if ((byte(0) & kMask[size]) != kLead[size]) continue;
+      std::uint32_t code = byte(0) & ~kMask[size] & 0xFF;
+      bool tail = true;
+      for (std::size_t i = 1; i < size; ++i) {
+        tail = tail && (byte(i) & 0xC0) == 0x80;
+        code = code << 6 | (byte(i) & 0x3F);
+      }
+      const std::size_t shortest = code < 0x80 ? 1 : code < 0x800 ? 2 : code < 0x10000 ? 3 : 4;
+      found = tail && shortest == size && code <= 0x10FFFF && (code < 0xD800 || code > 0xDFFF);
+      if (found) bytes.remove_prefix(size);
+    }
+    if (!found) return false;
+  }
+  return true;
+}
+
+TEST(NSString, IsUTF8) {
+  const std::pair<std::string_view, bool> rows[] = {
+      {"", true},
+      {"abc", true},
+      {"é漢🙂", true},
+      {"\x7F", true},
+      {"\x80", false},
+      {"\xC0\x80", false},
+      {"\xC1\xBF", false},
+      {"\xC2\x80", true},
+      {"\xC2", false},
+      {"\xE0\x9F\xBF", false},
+      {"\xE0\xA0\x80", true},
+      {"\xED\x9F\xBF", true},
+      {"\xED\xA0\x80", false},
+      {"\xED\xBF\xBF", false},
+      {"\xEE\x80\x80", true},
+      {"\xEF\xBF\xBF", true},
+      {"\xF0\x8F\xBF\xBF", false},
+      {"\xF0\x90\x80\x80", true},
+      {"\xF4\x8F\xBF\xBF", true},
+      {"\xF4\x90\x80\x80", false},
+      {"\xF5\x80\x80\x80", false},
+      {"\xF8\x88\x80\x80\x80", false},
+      {"\xFF", false},
+      {"\xE2\x82", false},
+      {"\xE2\x82"
+       "a",
+       false},
+  };
+  for (const auto& [bytes, is] : rows) {
+    EXPECT_EQ(isUTF8(bytes), is);
+    // At every distance from the beginning and the end.
+    for (std::size_t before = 0; before < 40; ++before) {
+      const std::string text = std::string(before, 'a') + std::string(bytes);
+      EXPECT_EQ(isUTF8(text), is);
+      EXPECT_EQ(isUTF8(text + std::string(before, 'b')), is);
+    }
+  }
+}
+
+TEST(NSString, IsUTF8AgreesWithTheSlowWay) {
+  std::mt19937 random(5);
+  const std::string_view pieces[] = {"a",      "é",      "漢",     "🙂",
+                                     "\u0800", "\uFFFF", "\u07FF", "zzzzzzzz"};
+  std::size_t good = 0;
+  for (int round = 0; round < 20000; ++round) {
+    std::string text;
+    for (std::size_t n = random() % 30; n > 0; --n) text += pieces[random() % std::size(pieces)];
+    if (!text.empty() && round % 2 == 0) {
+      text[random() % text.size()] = static_cast<char>(random() % 256);
+    }
+    const bool is = slowlyIsUTF8(text);
+    ASSERT_EQ(isUTF8(text), is);
+    good += is ? 1 : 0;
+  }
+  EXPECT_GT(good, 9000U);
+  EXPECT_LT(good, 15000U);
+}
+
+TEST(NSString, ReplacingPercentEscapes) {
+  EXPECT_EQ(bytesByReplacingPercentEscapes("a%20b%FF"), "a b\xFF");
+  EXPECT_EQ(stringByReplacingPercentEscapes("a%20b%FF"), std::nullopt);
+  EXPECT_EQ(stringByReplacingPercentEscapes("a%20b%C3%a9"), "a bé");
+  EXPECT_EQ(stringByReplacingPercentEscapes("a\xFF"), std::nullopt);
+  EXPECT_EQ(bytesByReplacingPercentEscapes("%00"), std::string(1, '\0'));
+  for (const char* text : {"%", "%4", "a%", "%zz", "%4z", "%z4", "%%41", "%4%1", "% 4"}) {
+    EXPECT_EQ(bytesByReplacingPercentEscapes(text), std::nullopt) << text;
+    EXPECT_EQ(bytesByReplacingPercentEscapes(std::string(30, 'a') + text), std::nullopt) << text;
+  }
+  std::string result = "before ";
+  EXPECT_TRUE(appendByReplacingPercentEscapes(result, "%41"));
+  EXPECT_EQ(result, "before A");
+}
+
+}  // namespace
+}  // namespace korvane
