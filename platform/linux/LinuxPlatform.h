@@ -35,8 +35,8 @@ struct KORVANE_EXPORT LinuxOptions {
 ///
 /// The launcher's activation token is taken out of the process's environment, which no other thread
 /// may use in the meantime: call this before the first thread is started. Translated texts and
-/// dates follow the process's locale: call setlocale(LC_ALL, "") first. Sets made by several calls
-/// work side by side; they coordinate their files with one another.
+/// dates follow the locale that the environment names; setlocale need not have been called. Sets
+/// made by several calls work side by side; they coordinate their files with one another.
 KORVANE_EXPORT Platform linuxPlatform(const LinuxOptions& options = {});
 
 }  // namespace korvane

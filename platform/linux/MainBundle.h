@@ -1,0 +1,45 @@
+#pragma once
+
+#include <locale.h>
+
+#include <filesystem>
+#include <string>
+#include <string_view>
+
+#include "platform/Export.h"
+#include "platform/NSBundle.h"
+
+namespace korvane {
+
+/// The running program's resources: the info dictionary `korvane/Info.plist` and the message
+/// catalogues `locale/…/korvane.mo` below a data folder, which is `../share` beside the program's
+/// own folder unless another is given. What is missing there is absent, not an error.
+///
+/// The user's language is that of LC_ALL, else LC_MESSAGES, else LANG, with LANGUAGE before it;
+/// the locale need not be installed. Any thread may call.
+class KORVANE_EXPORT LinuxBundle : public NSBundle {
+ public:
+  /// `bundleIdentifier` replaces that of the info dictionary unless it is empty. Make it before the
+  /// first thread starts: it may have to put LANGUAGE into the environment.
+  explicit LinuxBundle(std::string_view bundleIdentifier = {},
+                       std::filesystem::path dataFolder = programDataFolder());
+  ~LinuxBundle() override;
+  LinuxBundle(const LinuxBundle&) = delete;
+  LinuxBundle& operator=(const LinuxBundle&) = delete;
+
+  Value objectForInfoDictionaryKey(std::string_view key) override;
+  /// Texts of other tables than the default one are not translated.
+  std::string localizedStringForKey(std::string_view key, std::string_view value = {},
+                                    std::string_view table = {}) override;
+  /// True for "ShareViewController" alone, whose interface is empty.
+  bool loadNibNamed(std::string_view name) override;
+
+  /// `../share` of the folder that holds the running program.
+  static std::filesystem::path programDataFolder();
+
+ private:
+  Value info_;
+  locale_t messages_;
+};
+
+}  // namespace korvane
