@@ -14,9 +14,11 @@
 namespace korvane {
 namespace {
 
-// A link that stands in a text k times is replaced k times, which doubles the anchors each time:
-// forty copies of one short link would make terabytes. Rendering stops before a body outgrows this.
-constexpr std::size_t maximumRendering = std::size_t{256} << 20;
+/// How long the HTML of a plain body may become. A link that stands in a text k times is replaced k
+/// times, which doubles the anchors each time: forty copies of one short link would make terabytes.
+std::size_t maximumRendering(std::size_t plainBody) {
+  return (std::size_t{64} << 20) + 8 * plainBody;
+}
 
 /// Where `searched` (not empty) stands in the text, from left to right without overlaps. Linear
 /// also where both repeat themselves (Knuth, Morris and Pratt's search), unlike string_view::find.
@@ -49,14 +51,14 @@ std::vector<std::size_t> occurrences(std::string_view text, std::string_view sea
 }
 
 /// The text with every occurrence of `searched` (not empty) replaced. Absent when the result would
-/// be longer than maximumRendering.
+/// be longer than `limit`.
 std::optional<std::string> stringByReplacingOccurrences(std::string_view text,
                                                         std::string_view searched,
-                                                        std::string_view replacement) {
+                                                        std::string_view replacement,
+                                                        std::size_t limit) {
   const std::vector<std::size_t> positions = occurrences(text, searched);
   const std::size_t kept = text.size() - positions.size() * searched.size();
-  if (kept > maximumRendering ||
-      positions.size() > (maximumRendering - kept) / replacement.size()) {
+  if (kept > limit || positions.size() > (limit - kept) / replacement.size()) {
     return std::nullopt;
   }
   std::string result;
@@ -88,25 +90,23 @@ std::string ExtensionMessage::renderHtml() {
   }
 
   if (!hasPlain) return {};
-  std::optional<std::string> body = stringByReplacingOccurrences(*plain, "\n", "<br>");
-  if (!body) {
-    NSLog("ExtensionMessage renderHtml: the text is too long");
-    return *plain;
-  }
+  const std::size_t limit = maximumRendering(plain->size());
+  std::string body = stringByReplacingOccurrences(*plain, "\n", "<br>", limit).value();
   setPlainBody(body);
   // Every link is replaced wherever its text stands, also inside anchors already written.
-  for (const std::string& link : searchUrlsDetector(*body)) {
+  for (const std::string& link : searchUrlsDetector(body)) {
     if (link.empty()) continue;
     std::optional<std::string> replaced = stringByReplacingOccurrences(
-        *body, link, stringWithFormat("<a href='%@'>%@</a>", link, link));
+        body, link, stringWithFormat("<a href='%@'>%@</a>", link, link), limit);
     if (!replaced) {
       NSLog("ExtensionMessage renderHtml: too many copies of one link, the rest stays plain");
       break;
     }
-    body = std::move(replaced);
+    if (replaced->size() == body.size()) continue;  // the link was normalised
+    body = std::move(*replaced);
     setPlainBody(body);
   }
-  return *body;
+  return body;
 }
 
 }  // namespace korvane
