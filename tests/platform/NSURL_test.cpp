@@ -2,36 +2,17 @@
 
 #include <gtest/gtest.h>
 
+#include <random>
+
 #include "support/JsonLines.h"
+#include "support/SlowURL.h"
 
 namespace korvane {
 namespace {
 
+using testing::partsOf;
 using testing::readJsonLines;
-
-template <class T>
-Value toValue(const std::optional<T>& part) {
-  return part ? Value(*part) : Value();
-}
-
-// The parts of a URL under the names that the tables use.
-Value partsOf(const NSURL& url) {
-  Dictionary parts;
-  const auto add = [&](const char* name, Value part) {
-    if (!part.isAbsent()) parts.set(name, std::move(part));
-  };
-  add("absoluteString", Value(url.absoluteString()));
-  add("scheme", toValue(url.scheme()));
-  add("host", toValue(url.host()));
-  add("port", toValue(url.port()));
-  add("user", toValue(url.user()));
-  add("password", toValue(url.password()));
-  add("path", toValue(url.path()));
-  add("parameterString", toValue(url.parameterString()));
-  add("query", toValue(url.query()));
-  add("fragment", toValue(url.fragment()));
-  return Value(std::move(parts));
-}
+using testing::slowParts;
 
 TEST(NSURLTables, Parse) {
   const auto rows = readJsonLines("urls.jsonl");
@@ -59,6 +40,137 @@ TEST(NSURLTables, Resolve) {
     EXPECT_EQ(got, row.objectForKey("want"))
         << text.text() << " against " << baseText.text() << " gives " << got.description();
   }
+}
+
+NSURL url(std::string_view text) { return NSURL::URLWithString(text).value(); }
+
+TEST(NSURLOracle, AgreesWithTheSlowWay) {
+  const auto rows = readJsonLines("urls.jsonl");
+  for (const Value& row : rows) {
+    const Value text = row.objectForKey("url");
+    ASSERT_EQ(slowParts(text.text()), row.objectForKey("want")) << text.text();
+  }
+  const std::string_view pieces[] = {"x",      ":",  "/",   "//",   "?",   "#", "@",  "[",
+                                     "]",      ";",  "%41", "%",    "%C3", ".", "..", "http",
+                                     "://",    "80", "é",   " ",    "%2F", "a", "h",  "/a/",
+                                     "%C3%A9", "1",  "+",   "\x7F", "x:",  "&="};
+  std::mt19937 random(21);
+  std::size_t good = 0;
+  for (int round = 0; round < 100'000; ++round) {
+    std::string text;
+    for (std::size_t n = random() % 12; n > 0; --n) {
+      // Seldom what makes it no URL at all.
+      const auto piece = pieces[random() % std::size(pieces)];
+      const bool bad = piece == "%" || piece == "é" || piece == " " || piece == "\x7F";
+      if (!bad || random() % 8 == 0) text += piece;
+    }
+    const auto parsed = NSURL::URLWithString(text);
+    const Value got = parsed ? partsOf(*parsed) : Value();
+    const Value want = slowParts(text);
+    ASSERT_EQ(got, want) << text << "\ngot  " << got.description() << "\nwant "
+                         << want.description();
+    if (parsed) {
+      ++good;
+      // What comes out is a URL that stays as it is, with the same parts.
+      const auto again = NSURL::URLWithString(parsed->absoluteString());
+      ASSERT_TRUE(again) << text;
+      ASSERT_EQ(partsOf(*again), got) << text;
+    }
+  }
+  EXPECT_GT(good, 30'000U);
+}
+
+TEST(NSURL, PartsThatTheTablesLeaveOut) {
+  const std::pair<const char*, Dictionary> rows[] = {
+      {"", {}},
+      {"x:", {{"scheme", "x"}}},
+      {":x", {{"path", ":x"}}},
+      {"1x:y", {{"path", "1x:y"}}},
+      {"//", {{"path", ""}}},
+      {"x://", {{"scheme", "x"}, {"path", ""}}},
+      {"x://h/%FF", {{"scheme", "x"}, {"host", "h"}}},  // the path is no text
+      {"x://%FF/", {{"scheme", "x"}, {"path", "/"}}},
+      {"x://%FF@h", {{"scheme", "x"}, {"host", "h"}, {"path", ""}}},
+      {"x://h:99999999999999999999",
+       {{"scheme", "x"},
+        {"host", "h"},
+        {"port", std::numeric_limits<std::int64_t>::max()},
+        {"path", ""}}},
+      {"x://h:-1", {{"scheme", "x"}, {"host", "h"}, {"path", ""}}},
+      {"x://h/a//", {{"scheme", "x"}, {"host", "h"}, {"path", "/a/"}}},
+      {"x://h/a///", {{"scheme", "x"}, {"host", "h"}, {"path", "/a/"}}},
+      {"x://h//", {{"scheme", "x"}, {"host", "h"}, {"path", "/"}}},
+  };
+  for (const auto& [text, want] : rows) {
+    Dictionary all = want;
+    all.set("absoluteString", text);
+    EXPECT_EQ(partsOf(url(text)), Value(all)) << text << partsOf(url(text)).description();
+  }
+}
+
+TEST(NSURL, ResolvingWhatTheTableLeavesOut) {
+  const struct {
+    const char* text;
+    const char* base;
+    std::optional<std::string> result;
+  } rows[] = {
+      {"", "x://h/a?b#c", "x://h/a?b"},
+      {"#f", "x://h/a?b#c", "x://h/a?b#f"},
+      {"?q", "x://h", "x://h?q"},
+      {"g", "mailto:a@b", std::nullopt},
+      {"#f", "mailto:a@b", std::nullopt},
+      {"y:g", "mailto:a@b", "y:g"},
+      {"b", "c/d", "c/b"},
+      {"../b", "c/d", "b"},
+      {"../../b", "c/d", "../b"},
+      {"b", "c", "b"},
+      {"b", "?q", "b"},
+      {"./x:y", "c", "./x:y"},         // not a scheme
+      {"..//h", "x:/a/b", "x:/.//h"},  // not a host
+      {"..", "x://h/a/b/c", "x://h/a/"},
+      {".", "x://h/a/b/c", "x://h/a/b/"},
+      {"../..", "x://h/a/b/c", "x://h/"},
+      {"d/.", "x://h/a/b", "x://h/a/d/"},
+      {"d/..", "x://h/a/b", "x://h/a/"},
+      {"../../../d/../e", "x://h/a/b", "x://h/../../e"},
+      {"a//../b", "x://h/", "x://h/a/b"},
+      {"g[1]", "x://h/", "x://h/g%5B1%5D"},
+      {"//u:p@i:9/g", "x://h/", "x://u:p@i:9/g"},
+      {"g", "x://u:p@h:007?q", "x://u:p@h:007/g"},
+      {"g", "//h/a", "//h/g"},
+  };
+  for (const auto& row : rows) {
+    const auto got = NSURL::URLWithString(row.text, url(row.base));
+    EXPECT_EQ(got ? std::optional(got->absoluteString()) : std::nullopt, row.result)
+        << row.text << " against " << row.base;
+  }
+}
+
+TEST(NSURL, Equality) {
+  EXPECT_EQ(url("x://h/a"), url("x://h/a"));
+  EXPECT_FALSE(url("x://h/a") == url("x://h/a/"));
+  EXPECT_FALSE(url("x://h/a") == url("X://h/a"));
+}
+
+TEST(NSURL, LongTexts) {
+  const std::string escapes = [] {
+    std::string text;
+    for (int i = 0; i < 3'000'000; ++i) text += "%41/";
+    return text;
+  }();
+  const NSURL parsed = url("x://h/" + escapes + "?" + escapes + "#" + escapes);
+  EXPECT_EQ(parsed.path()->size(), 6'000'000U);
+  EXPECT_EQ(parsed.query(), escapes);
+
+  std::string up;
+  for (int i = 0; i < 1'000'000; ++i) up += i % 2 == 0 ? "a/" : "../";
+  EXPECT_EQ(NSURL::URLWithString(up + "g", url("x://h/b"))->absoluteString(), "x://h/g");
+  std::string ups;
+  for (int i = 0; i < 1'000'000; ++i) ups += "../";
+  EXPECT_EQ(NSURL::URLWithString(ups + "g", url("x://h/b"))->absoluteString().size(), 3'000'007U);
+  std::string brackets(1'000'000, '[');
+  EXPECT_EQ(url(brackets).absoluteString().size(), 3'000'000U);
+  EXPECT_EQ(NSURL::URLWithString("x://h/" + escapes + "%"), std::nullopt);
 }
 
 }  // namespace
