@@ -41,6 +41,20 @@ std::string pattern(std::size_t size) {
   return text;
 }
 
+/// Gives the process mounts of its own, which an ordinary user gets by being root among himself.
+bool enterOwnNamespaces() {
+  const std::string user = std::to_string(::geteuid());
+  const std::string group = std::to_string(::getegid());
+  if (user == "0") return ::unshare(CLONE_NEWNS) == 0;
+  if (::unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0) return false;
+  const auto write = [](const char* path, const std::string& text) {
+    return static_cast<bool>((std::ofstream(path) << text).flush());
+  };
+  return write("/proc/self/uid_map", user + " " + user + " 1") &&
+         write("/proc/self/setgroups", "deny") &&
+         write("/proc/self/gid_map", group + " " + group + " 1");
+}
+
 class FileCopyTest : public ::testing::Test {
  protected:
   bool copy(const std::string& from, const std::string& to) {
@@ -371,11 +385,7 @@ TEST_F(FileCopyTest, AFullDiskLeavesNothing) {
   folder.file("tree/big", pattern(3'000'000));
   constexpr int kNoMount = 3;
   const int status = inChild([&] {
-    const std::string user = std::to_string(::geteuid());
-    if (::unshare(user == "0" ? CLONE_NEWNS : CLONE_NEWUSER | CLONE_NEWNS) != 0 ||
-        (user != "0" &&
-         !(std::ofstream("/proc/self/uid_map") << user + " " + user + " 1").flush()) ||
-        ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
+    if (!enterOwnNamespaces() || ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
         ::mount("tmpfs", out.c_str(), "tmpfs", 0, "size=1m") != 0) {
       ::_exit(kNoMount);
     }

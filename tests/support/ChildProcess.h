@@ -3,15 +3,19 @@
 // Work in a process of its own: as an ordinary user, under limits, or until it is killed.
 
 #include <fcntl.h>
+#include <poll.h>
+#include <sched.h>
 #include <signal.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <fstream>
 #include <functional>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace korvane::testing {
@@ -117,6 +121,24 @@ class ChildProcess {
     }
     process_ = -1;
     return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+  }
+  /// Whether there is a line to read at this moment.
+  bool hasOutput() const {
+    pollfd wanted{output_, POLLIN, 0};
+    return ::poll(&wanted, 1, 0) > 0;
+  }
+  /// Waits until it waits for something itself (a lock, its input), or has ended.
+  void waitUntilAsleep() const {
+    for (;;) {
+      std::ifstream file("/proc/" + std::to_string(process_) + "/stat");
+      std::string text;
+      std::getline(file, text);
+      const std::size_t end = text.rfind(')');
+      if (end == std::string::npos ||
+          std::string_view("SZX").find(text[end + 2]) != std::string_view::npos)
+        return;
+      ::sched_yield();
+    }
   }
   pid_t identifier() const { return process_; }
 
