@@ -1,0 +1,24 @@
+#include "platform/linux/HTML.h"
+
+#include <new>
+
+#include "platform/linux/HTMLCharacters.h"
+#include "platform/linux/HTMLTokens.h"
+#include "platform/linux/HTMLWriter.h"
+
+namespace korvane {
+
+std::optional<HTMLText> LinuxHTML::read(const NSData& html) try {
+  if (html.size() > maximumBytes) return std::nullopt;
+  const std::string document = htmlText(html);
+  HTMLTokens tokens(document);
+  HTMLWriter writer(document.size());
+  HTMLToken token;
+  while (tokens.next(token)) writer.write(token);
+  writer.finish();
+  return HTMLText{writer.takeText(), writer.takeHTML()};
+} catch (const std::bad_alloc&) {
+  return std::nullopt;
+}
+
+}  // namespace korvane

@@ -1,0 +1,28 @@
+#pragma once
+
+#include "platform/NSAttributedString.h"
+
+namespace korvane {
+
+/// HTML documents read as browsers read them and written anew from lists of what may stay. Any
+/// thread may call; documents are read side by side.
+///
+/// Elements that only say how text looks and is laid out stay (those that HTML5 has no more become
+/// what replaced them), with their style where it is harmless, links that isLinkForDocuments() and
+/// pictures that the document itself holds. A picture from elsewhere is replaced by its alternative
+/// text; scripts, frames, drawings, formulas, templates and what is not displayed go with all they
+/// hold; of every other element, its content stays. Reading a document that this wrote gives the
+/// same document.
+class KORVANE_EXPORT LinuxHTML : public HTMLReader {
+ public:
+  /// The largest document that is read.
+  static constexpr std::size_t maximumBytes = std::size_t{64} << 20;
+
+  /// The document or a part of one, without html or body say, in the encoding that it says it is
+  /// in; UTF-8, UTF-16 and windows-1252 are recognised otherwise. Nothing for more than
+  /// maximumBytes or when memory runs out: everything else can be read as HTML. In time
+  /// proportional to the size.
+  std::optional<HTMLText> read(const NSData& html) override;
+};
+
+}  // namespace korvane

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "platform/Value.h"
+
+/// The bytes and characters of HTML documents. Pure: any thread may call.
+namespace korvane {
+
+/// The text of an HTML document in UTF-8, without null characters, its line breaks "\n". The
+/// encoding is that of a byte order mark, UTF-16 where the bytes look like it (as browsers hand
+/// over selections), that of a <meta charset> at the beginning, else UTF-8 where the bytes are
+/// that, else windows-1252. What does not decode becomes U+FFFD.
+std::string htmlText(const NSData& document);
+
+enum class HTMLPlace { text, attribute };
+
+/// The text with its character references ("&amp;", "&#228;", "&#xE4;") replaced: the names of HTML
+/// 4 and "apos"; others stay as they are. UTF-8 in and out.
+std::string decodeCharacterReferences(std::string_view text, HTMLPlace place);
+
+/// Appends the text with everything that means something in HTML escaped, for text and for values
+/// in double quotes alike. Control characters other than tab and line feed are left out.
+void appendHTMLEscaped(std::string_view text, std::string& out);
+
+inline bool isHTMLSpace(char c) {
+  return c == ' ' || c == '\n' || c == '\t' || c == '\f' || c == '\r';
+}
+inline bool isASCIILetter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
+inline bool isASCIIDigit(char c) { return c >= '0' && c <= '9'; }
+inline char toASCIILower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; }
+std::string toASCIILower(std::string_view text);
+
+}  // namespace korvane
