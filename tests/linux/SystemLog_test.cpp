@@ -1,0 +1,177 @@
+#include "platform/linux/SystemLog.h"
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <syslog.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+#include "platform/NSString.h"
+
+namespace {
+
+struct Entry {
+  int priority;
+  std::string text;
+};
+std::mutex entriesMutex;
+std::vector<Entry> entries;
+
+void record(int priority, const char* format, va_list arguments) {
+  char text[20000];
+  std::vsnprintf(text, sizeof text, format, arguments);
+  std::lock_guard lock(entriesMutex);
+  entries.push_back({priority, text});
+}
+
+}  // namespace
+
+// In the place of the C library's, so that a test reads what would go into the system's log.
+extern "C" {
+void syslog(int priority, const char* format, ...) {
+  va_list arguments;
+  va_start(arguments, format);
+  record(priority, format, arguments);
+  va_end(arguments);
+}
+void __syslog_chk(int priority, int, const char* format, ...) {  // NOLINT: the C library's name
+  va_list arguments;
+  va_start(arguments, format);
+  record(priority, format, arguments);
+  va_end(arguments);
+}
+}
+
+namespace korvane {
+namespace {
+
+using ::testing::ElementsAre;
+
+struct SystemLogTest : ::testing::Test {
+  SystemLogTest() { entries.clear(); }
+  static std::vector<std::string> logged() {
+    std::vector<std::string> texts;
+    for (const Entry& entry : entries) texts.push_back(entry.text);
+    return texts;
+  }
+};
+
+TEST_F(SystemLogTest, TheSystemLogGetsEachLine) {
+  SystemLog log;
+  log.write("[***ERROR***] shareInit delete %s %n 100%");
+  log.write("");
+  EXPECT_THAT(logged(), ElementsAre("[***ERROR***] shareInit delete %s %n 100%", ""));
+  EXPECT_EQ(entries[0].priority, LOG_USER | LOG_NOTICE);
+}
+
+TEST_F(SystemLogTest, StandardErrorGetsItWhereAsked) {
+  ::testing::internal::CaptureStderr();
+  SystemLog({.standardError = true}).write("a line");
+  EXPECT_EQ(::testing::internal::GetCapturedStderr(), "a line\n");
+  ::testing::internal::CaptureStderr();
+  SystemLog().write("a line");  // captured: no terminal
+  EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
+  EXPECT_THAT(logged(), ElementsAre("a line", "a line"));
+}
+
+TEST_F(SystemLogTest, StandardErrorGetsItWhenItIsATerminal) {
+  const int terminal = ::posix_openpt(O_RDWR | O_NOCTTY);
+  ASSERT_GE(terminal, 0);
+  ASSERT_EQ(::grantpt(terminal), 0);
+  ASSERT_EQ(::unlockpt(terminal), 0);
+  const int side = ::open(::ptsname(terminal), O_RDWR | O_NOCTTY);
+  ASSERT_GE(side, 0);
+  const int before = ::dup(STDERR_FILENO);
+  ::dup2(side, STDERR_FILENO);
+  SystemLog().write("on a terminal");
+  ::dup2(before, STDERR_FILENO);
+  char text[100] = {};
+  const ssize_t count = ::read(terminal, text, sizeof text - 1);
+  EXPECT_EQ(std::string(text, static_cast<std::size_t>(std::max<ssize_t>(count, 0))),
+            "on a terminal\r\n");
+  ::close(side);
+  ::close(terminal);
+  ::close(before);
+}
+
+TEST_F(SystemLogTest, OneCallIsOneHarmlessLine) {
+  const std::pair<std::string, std::string> rows[] = {
+      {"plain \xC3\xA9 \xE2\x82\xAC \xF0\x9F\x98\x80",
+       "plain \xC3\xA9 \xE2\x82\xAC \xF0\x9F\x98\x80"},
+      {"a\nb\r\nc", "a\\nb\\x0d\\nc"},
+      {"tab\there", "tab\\there"},
+      {"\x1b[31mred", "\\x1b[31mred"},
+      {std::string("nul\0byte", 8), "nul\\x00byte"},
+      {"\x7f", "\\x7f"},
+      {"\xC2\x9B"
+       "31m",
+       "\\xc2\\x9b31m"},
+      {"\xC2\xA0", "\xC2\xA0"},
+      {"\xE2\x80\xA8 \xE2\x80\xA9", "\\xe2\\x80\\xa8 \\xe2\\x80\\xa9"},
+      {"\xE2\x80\xAE"
+       "txt",
+       "\\xe2\\x80\\xaetxt"},
+      {"caf\xE9", "caf\\xe9"},
+      {"\xED\xA0\x80", "\\xed\\xa0\\x80"},
+      {"cut \xE2\x82", "cut \\xe2\\x82"},
+      {"back\\slash", "back\\slash"},
+  };
+  for (const auto& [text, want] : rows) {
+    EXPECT_EQ(harmlessLine(text), want);
+    ::testing::internal::CaptureStderr();
+    SystemLog({.standardError = true}).write(text);
+    EXPECT_EQ(::testing::internal::GetCapturedStderr(), want + "\n");
+    EXPECT_EQ(logged().back(), want);
+  }
+}
+
+TEST_F(SystemLogTest, EveryByteComesOutAsText) {
+  for (int first = 0; first < 256; ++first) {
+    for (int second = 0; second < 256; ++second) {
+      const char bytes[] = {static_cast<char>(first), static_cast<char>(second)};
+      const std::string line = harmlessLine({bytes, 2});
+      EXPECT_TRUE(isUTF8(line));
+      EXPECT_TRUE(
+          std::ranges::none_of(line, [](char c) { return (c >= 0 && c < 0x20) || c == 0x7F; }));
+    }
+  }
+}
+
+TEST_F(SystemLogTest, LongLinesAreCutForTheSystemLogAlone) {
+  std::string text = "x";
+  for (int i = 0; i < 10000; ++i) text += "\xC3\xA9";
+  ::testing::internal::CaptureStderr();
+  SystemLog({.standardError = true}).write(text);
+  EXPECT_EQ(::testing::internal::GetCapturedStderr(), text + "\n");
+  ASSERT_EQ(entries.size(), 1U);
+  EXPECT_EQ(entries[0].text, text.substr(0, 7999));
+}
+
+TEST_F(SystemLogTest, LinesOfThreadsDoNotMix) {
+  SystemLog log({.standardError = true});
+  ::testing::internal::CaptureStderr();
+  std::vector<std::thread> threads;
+  for (char letter : {'a', 'b', 'c', 'd'}) {
+    threads.emplace_back([&log, letter] {
+      for (int i = 0; i < 100; ++i) log.write(std::string(500, letter));
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  const std::string text = ::testing::internal::GetCapturedStderr();
+  EXPECT_EQ(text.size(), 400U * 501U);
+  for (std::size_t i = 0; i + 501 <= text.size(); i += 501) {
+    EXPECT_EQ(text.substr(i, 501), std::string(500, text[i]) + "\n");
+  }
+  EXPECT_EQ(entries.size(), 400U);
+}
+
+}  // namespace
+}  // namespace korvane
