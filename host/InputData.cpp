@@ -97,12 +97,12 @@ bool hasImageSignature(const NSData& data) {
   return false;
 }
 
-// The tag or markup that a text begins with, lower case, without "<"; empty where there is none.
+// The name of the tag that a text begins with, of a document type with the type's name: "html",
+// "!doctype html"; lower case, empty where there is none.
 std::string firstTag(std::string_view text) {
+  static constexpr std::string_view kSpace = " \t\r\n\f";
   for (;;) {
-    const std::size_t start = text.find_first_not_of(" \t\r\n\f");
-    if (start == std::string_view::npos) return {};
-    text.remove_prefix(start);
+    text.remove_prefix(std::min(text.find_first_not_of(kSpace), text.size()));
     std::string_view end;
     if (text.starts_with("<!--")) {
       end = "-->";
@@ -117,20 +117,67 @@ std::string firstTag(std::string_view text) {
   }
   if (!text.starts_with('<')) return {};
   text.remove_prefix(1);
-  std::string tag(text.substr(0, text.find_first_of(" \t\r\n\f/>", 1)));
-  std::transform(tag.begin(), tag.end(), tag.begin(),
-                 [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; });
-  return tag;
+  const auto takeWord = [&] {
+    std::string word(text.substr(0, text.find_first_of(" \t\r\n\f/>")));
+    text.remove_prefix(word.size());
+    std::transform(word.begin(), word.end(), word.begin(),
+                   [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; });
+    return word;
+  };
+  const std::string tag = takeWord();
+  if (tag != "!doctype") return tag;
+  text.remove_prefix(std::min(text.find_first_not_of(kSpace), text.size()));
+  return "!doctype " + takeWord();
 }
 
 bool isHTMLTag(std::string_view tag) {
-  static constexpr std::array<std::string_view, 47> kTags{
-      "!doctype", "a",      "abbr",   "article", "b",     "base", "big",     "blockquote",
-      "body",     "br",     "center", "code",    "dd",    "del",  "div",     "dl",
-      "em",       "font",   "footer", "h1",      "h2",    "h3",   "h4",      "h5",
-      "h6",       "head",   "header", "hr",      "html",  "i",    "img",     "li",
-      "link",     "main",   "meta",   "ol",      "p",     "pre",  "section", "small",
-      "span",     "strong", "style",  "table",   "title", "u",    "ul"};
+  static constexpr std::array<std::string_view, 47> kTags{"!doctype html",
+                                                          "a",
+                                                          "abbr",
+                                                          "article",
+                                                          "b",
+                                                          "base",
+                                                          "big",
+                                                          "blockquote",
+                                                          "body",
+                                                          "br",
+                                                          "center",
+                                                          "code",
+                                                          "dd",
+                                                          "del",
+                                                          "div",
+                                                          "dl",
+                                                          "em",
+                                                          "font",
+                                                          "footer",
+                                                          "h1",
+                                                          "h2",
+                                                          "h3",
+                                                          "h4",
+                                                          "h5",
+                                                          "h6",
+                                                          "head",
+                                                          "header",
+                                                          "hr",
+                                                          "html",
+                                                          "i",
+                                                          "img",
+                                                          "li",
+                                                          "link",
+                                                          "main",
+                                                          "meta",
+                                                          "ol",
+                                                          "p",
+                                                          "pre",
+                                                          "section",
+                                                          "small",
+                                                          "span",
+                                                          "strong",
+                                                          "style",
+                                                          "table",
+                                                          "title",
+                                                          "u",
+                                                          "ul"};
   return std::find(kTags.begin(), kTags.end(), tag) != kTags.end();
 }
 

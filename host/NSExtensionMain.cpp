@@ -14,6 +14,7 @@
 #include "host/CommandLineRequest.h"
 #include "host/ExtensionHost.h"
 #include "host/InputError.h"
+#include "host/PrintableText.h"
 #include "host/RemoteFiles.h"
 #include "platform/linux/LinuxPlatform.h"
 
@@ -23,7 +24,9 @@ namespace {
 enum ExitStatus { kHandedOver = 0, kNotHandedOver = 1, kUsage = 2 };
 
 void complain(const std::string& line) {
-  std::fprintf(stderr, "korvane-share: %s\n", line.c_str());
+  // The line may hold names from outside.
+  const std::string shown = printableText(line, LineBreaks::show);
+  std::fprintf(stderr, "korvane-share: %s\n", shown.c_str());
 }
 
 bool print(const std::string& text) {
@@ -71,7 +74,7 @@ int report(const ShareOutcome& outcome, const Arguments& arguments, const Launch
     complain("standard output cannot be written");
     return kNotHandedOver;
   }
-  const char* hint = arguments.verbose ? "" : " (-v tells why)";
+  const char* hint = arguments.verbose ? "" : " (run with -v to see why)";
   if (outcome.empty) {
     complain(std::string("nothing of what was given could be put into the message") + hint);
     return kNotHandedOver;

@@ -5,15 +5,13 @@
 #include "platform/linux/DateFormatters.h"
 #include "platform/linux/FileCoordinator.h"
 #include "platform/linux/FileManager.h"
+#include "platform/linux/HTML.h"
 #include "platform/linux/Images.h"
 #include "platform/linux/LinkDetector.h"
 #include "platform/linux/MainBundle.h"
 #include "platform/linux/PropertyLists.h"
 #include "platform/linux/SystemLog.h"
 #include "platform/linux/Workspace.h"
-#if __has_include("platform/linux/HTML.h")
-#include "platform/linux/HTML.h"
-#endif
 
 namespace korvane {
 
@@ -24,13 +22,11 @@ Platform linuxPlatform(const LinuxOptions& options) {
   services.fileCoordinator = std::make_shared<FileCoordinator>();
   services.propertyLists = std::make_shared<LinuxPropertyLists>();
   services.images = std::make_shared<LinuxImages>();
+  services.html = std::make_shared<LinuxHTML>();
   services.dates = std::make_shared<LinuxDates>();
   services.links = std::make_shared<LinuxLinkDetector>();
   services.workspace = std::make_shared<Workspace>(options.launchFailure);
   services.log = std::make_shared<SystemLog>(SystemLogOptions{options.logToStandardError});
-#if __has_include("platform/linux/HTML.h")
-  services.html = std::make_shared<LinuxHTML>();
-#endif
   return services;
 }
 

@@ -25,18 +25,17 @@ struct KORVANE_EXPORT LinuxOptions {
   std::function<void(std::string_view reason)> launchFailure{};
 };
 
-/// The complete set of services on a Linux desktop: every service of Platform, none missing.
-/// No file or connection is opened before a service is first used. A program changes what it
-/// wants otherwise and hands the set to Platform::install:
+/// The complete set of services on a Linux desktop: every service of Platform, none missing. Only
+/// the info dictionary is read here; no other file and no connection is opened before a service is
+/// first used. A program changes what it wants otherwise and hands the set to Platform::install:
 ///
 ///     Platform services = linuxPlatform({.bundleIdentifier = "it.drelk.korvane.beta8.share"});
 ///     services.clock = myClock;
 ///     Platform::install(std::move(services));
 ///
-/// The launcher's activation token is taken out of the process's environment, which no other thread
-/// may use in the meantime: call this before the first thread is started. Translated texts and
-/// dates follow the locale that the environment names; setlocale need not have been called. Sets
-/// made by several calls work side by side; they coordinate their files with one another.
+/// Call it before the first thread is started: the launcher's activation token is taken out of the
+/// process's environment, and variables of the language may be put there. Sets made by several
+/// calls work side by side; they coordinate their files with one another.
 KORVANE_EXPORT Platform linuxPlatform(const LinuxOptions& options = {});
 
 }  // namespace korvane
