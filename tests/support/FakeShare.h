@@ -14,6 +14,7 @@
 #include <utility>
 #include <vector>
 
+#include "platform/NSExtension.h"
 #include "platform/Platform.h"
 #include "tests/support/TestPlatform.h"
 
