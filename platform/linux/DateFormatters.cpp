@@ -77,9 +77,10 @@ class Formatter : public NSDateFormatter {
         icu::StringPiece(text.data(), static_cast<int32_t>(text.size())));
     icu::ParsePosition position(0);
     const UDate milliseconds = formatter->parse(characters, position);
-    if (position.getErrorIndex() >= 0 || position.getIndex() != characters.length()) {
-      return std::nullopt;
-    }
+    if (position.getErrorIndex() >= 0) return std::nullopt;
+    // ICU forgives white space and missing letters at the ends; the same text must come out again.
+    icu::UnicodeString written;
+    if (formatter->format(milliseconds, written) != characters) return std::nullopt;
     double seconds = milliseconds / 1000;
     if (!format_.secondsFromGMT) {  // read as if in UTC; the zone's offset then is taken off
       seconds -= secondsFromGMT(seconds - secondsFromGMT(seconds));
@@ -117,10 +118,6 @@ class Formatter : public NSDateFormatter {
     }
     if (!made || U_FAILURE(status)) return nullptr;
     made->setLenient(false);
-    for (const auto attribute : {UDAT_PARSE_ALLOW_NUMERIC, UDAT_PARSE_ALLOW_WHITESPACE,
-                                 UDAT_PARSE_PARTIAL_LITERAL_MATCH}) {
-      made->setBooleanAttribute(attribute, false, status);
-    }
     return made;
   }
 

@@ -1,0 +1,122 @@
+#include "platform/linux/MainBundle.h"
+
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <functional>
+#include <map>
+#include <string>
+#include <vector>
+
+namespace korvane {
+namespace {
+
+const std::filesystem::path kShare = std::filesystem::path(KORVANE_BINARY_DIR) / "share";
+
+/// Runs a check in a process of its own, whose environment has these variables and no other that
+/// names a language: gettext remembers what it has looked up.
+void withEnvironment(const std::map<std::string, std::string>& variables,
+                     const std::function<bool()>& check) {
+  const pid_t child = fork();
+  ASSERT_GE(child, 0);
+  if (child == 0) {
+    for (const char* name : {"LC_ALL", "LC_MESSAGES", "LANG", "LANGUAGE"}) unsetenv(name);
+    for (const auto& [name, value] : variables) setenv(name.c_str(), value.c_str(), 1);
+    _exit(check() ? 0 : 1);
+  }
+  int status = 0;
+  ASSERT_EQ(waitpid(child, &status, 0), child);
+  EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+}
+
+bool translates(const std::vector<std::pair<std::string, std::string>>& expected) {
+  LinuxBundle bundle({}, kShare);
+  for (const auto& [key, translation] : expected) {
+    const std::string seen = bundle.localizedStringForKey(key);
+    if (seen != translation) {
+      std::fprintf(stderr, "\"%s\" is \"%s\"\n", key.c_str(), seen.c_str());
+      return false;
+    }
+  }
+  return true;
+}
+
+TEST(MainBundle, InfoDictionaryIsThatOfTheInstalledFile) {
+  LinuxBundle bundle({}, kShare);
+  EXPECT_EQ(bundle.objectForInfoDictionaryKey("CFBundleIdentifier"),
+            Value("it.drelk.korvane.share"));
+  EXPECT_TRUE(bundle.objectForInfoDictionaryKey("no such key").isAbsent());
+}
+
+TEST(MainBundle, IdentifierCanBeChosen) {
+  LinuxBundle bundle("it.drelk.korvane.beta8.share", kShare);
+  EXPECT_EQ(bundle.objectForInfoDictionaryKey("CFBundleIdentifier"),
+            Value("it.drelk.korvane.beta8.share"));
+  EXPECT_FALSE(bundle.objectForInfoDictionaryKey("CFBundleName").isAbsent());
+}
+
+TEST(MainBundle, WithoutAFileThereIsNoIdentifier) {
+  LinuxBundle bundle({}, "/nonexistent");
+  EXPECT_TRUE(bundle.objectForInfoDictionaryKey("CFBundleIdentifier").isAbsent());
+  EXPECT_EQ(bundle.localizedStringForKey("No Mail"), "No Mail");
+}
+
+TEST(MainBundle, DataFolderIsBesideTheProgramsOwn) {
+  EXPECT_EQ(LinuxBundle::programDataFolder(),
+            std::filesystem::canonical("/proc/self/exe").parent_path().parent_path() / "share");
+}
+
+TEST(MainBundle, TextsAreTranslatedByTheRealCatalogues) {
+  // The names of locales that may or may not be installed on this machine.
+  withEnvironment({{"LANG", "de_DE.UTF-8"}}, [] {
+    return translates({{"No subject", "Kein Betreff"}, {"No Name", "Kein Name"}});
+  });
+  withEnvironment({{"LC_ALL", "it_IT.UTF-8"}, {"LANG", "de_DE.UTF-8"}}, [] {
+    return translates({{"No subject", "Nessun oggetto"}});
+  });
+  withEnvironment({{"LC_MESSAGES", "fr_CA.ISO-8859-1"}}, [] {
+    return translates({{"No subject", "Aucun objet"}});
+  });
+  withEnvironment({{"LANG", "es_XX.UTF-8@euro"}}, [] {
+    return translates({{"No Mail", "Sin dirección de correo"}});
+  });
+  withEnvironment({{"LANG", "C.UTF-8"}, {"LANGUAGE", "it:de"}}, [] {
+    return translates({{"No Name", "Nessun nome"}});
+  });
+}
+
+TEST(MainBundle, UntranslatedTextsAreTheKeysOrTheValue) {
+  withEnvironment({{"LANG", "C"}, {"LANGUAGE", "de"}}, [] {
+    return translates({{"No subject", "No subject"}});
+  });
+  withEnvironment({{"LANG", "pt_BR.UTF-8"}}, [] {
+    return translates({{"No subject", "No subject"}});
+  });
+  withEnvironment({{"LANG", "de_DE.UTF-8"}}, [] {
+    LinuxBundle bundle({}, kShare);
+    return bundle.localizedStringForKey("unknown") == "unknown" &&
+           bundle.localizedStringForKey("unknown", "value") == "value" &&
+           bundle.localizedStringForKey("No Name", "value") == "Kein Name" &&
+           bundle.localizedStringForKey("No Name", "value", "another table") == "value";
+  });
+}
+
+TEST(MainBundle, EmptyKeyIsTheEmptyTextAndNotTheCataloguesHeader) {
+  withEnvironment({{"LANG", "de_DE.UTF-8"}}, [] {
+    LinuxBundle bundle({}, kShare);
+    return bundle.localizedStringForKey("").empty() &&
+           bundle.localizedStringForKey("", "value").empty();
+  });
+}
+
+TEST(MainBundle, OnlyTheControllersInterfaceIsThere) {
+  LinuxBundle bundle({}, kShare);
+  EXPECT_TRUE(bundle.loadNibNamed("ShareViewController"));
+  EXPECT_FALSE(bundle.loadNibNamed("Other"));
+}
+
+}  // namespace
+}  // namespace korvane
