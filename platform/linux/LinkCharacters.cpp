@@ -18,17 +18,6 @@ constexpr std::size_t maximumRawHost = 1024;
 constexpr std::size_t maximumHost = 253;
 constexpr std::size_t maximumLabel = 63;
 
-// Legal in a URL (RFC 3986), "%" and the brackets included; braces too, which people write in
-// templates and which come out percent-encoded.
-constexpr auto asciiLinkCharacters = [] {
-  std::array<bool, 128> table{};
-  for (int c = 0; c < 128; ++c)
-    table[static_cast<std::size_t>(c)] = isAlphanumeric(static_cast<char>(c));
-  for (const char c : std::string_view("-._~:/?#[]@!$&'()*+,;=%{}"))
-    table[static_cast<std::size_t>(c)] = true;
-  return table;
-}();
-
 std::int32_t signedLength(std::string_view text) { return static_cast<std::int32_t>(text.size()); }
 
 const UIDNA* converter() {
@@ -71,8 +60,7 @@ bool isValidHost(std::string_view host) {
 
 }  // namespace
 
-Character characterAt(std::string_view text, std::size_t at) {
-  if (isASCII(text[at])) return {static_cast<char32_t>(text[at]), 1};
+Character wideCharacterAt(std::string_view text, std::size_t at) {
   // No character is longer than four bytes, and ICU counts in 32 bits.
   const std::string_view rest = text.substr(at, 4);
   const auto* bytes = reinterpret_cast<const std::uint8_t*>(rest.data());
@@ -100,16 +88,14 @@ std::string lowercase(std::string_view ascii) {
   return result;
 }
 
-bool isHostCharacter(char32_t scalar) {
-  if (scalar < 0x80) return isAlphanumeric(static_cast<char>(scalar));
+bool isWideHostCharacter(char32_t scalar) {
   if (scalar > 0x10FFFF) return false;
   const auto c = static_cast<UChar32>(scalar);
   return (U_GET_GC_MASK(c) & (U_GC_L_MASK | U_GC_M_MASK | U_GC_ND_MASK)) != 0 &&
          !u_hasBinaryProperty(c, UCHAR_DEFAULT_IGNORABLE_CODE_POINT);
 }
 
-bool isLinkCharacter(char32_t scalar) {
-  if (scalar < 0x80) return asciiLinkCharacters[scalar];
+bool isWideLinkCharacter(char32_t scalar) {
   if (scalar > 0x10FFFF || scalar == 0xFFFC || scalar == 0xFFFD) return false;
   if (scalar == 0xB7) return true;  // the middle dot inside Catalan words
   const auto c = static_cast<UChar32>(scalar);

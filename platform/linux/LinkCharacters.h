@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <optional>
 #include <string>
@@ -15,8 +16,14 @@ struct Character {
   static constexpr char32_t invalid = 0xFFFFFFFF;
 };
 
+// The same as below, where the character is no ASCII.
+Character wideCharacterAt(std::string_view text, std::size_t at);
+
 /// The character that begins at a position of the text.
-Character characterAt(std::string_view text, std::size_t at);
+inline Character characterAt(std::string_view text, std::size_t at) {
+  if (static_cast<unsigned char>(text[at]) < 0x80) return {static_cast<char32_t>(text[at]), 1};
+  return wideCharacterAt(text, at);
+}
 /// The character that ends before a position, which is not 0.
 Character characterBefore(std::string_view text, std::size_t at);
 
@@ -29,12 +36,31 @@ constexpr bool isHexDigit(char c) {
 constexpr bool isASCII(char c) { return static_cast<unsigned char>(c) < 0x80; }
 std::string lowercase(std::string_view ascii);
 
+// Legal in a URL (RFC 3986), "%" and the brackets included; braces too, which people write in
+// templates and which come out percent-encoded.
+inline constexpr auto asciiLinkCharacters = [] {
+  std::array<bool, 128> table{};
+  for (int c = 0; c < 128; ++c)
+    table[static_cast<std::size_t>(c)] = isAlphanumeric(static_cast<char>(c));
+  for (const char c : std::string_view("-._~:/?#[]@!$&'()*+,;=%{}"))
+    table[static_cast<std::size_t>(c)] = true;
+  return table;
+}();
+
+// What the two functions below say beyond ASCII.
+bool isWideHostCharacter(char32_t scalar);
+bool isWideLinkCharacter(char32_t scalar);
+
 /// Whether a character may stand in a host's label: a letter, digit or mark of any script.
-bool isHostCharacter(char32_t scalar);
+inline bool isHostCharacter(char32_t scalar) {
+  return scalar < 0x80 ? isAlphanumeric(static_cast<char>(scalar)) : isWideHostCharacter(scalar);
+}
 /// Whether a character may stand in a path, query or fragment: what is legal in a URL, brackets,
 /// and letters, digits, marks, dashes and symbols of any script. Not the punctuation of other
 /// scripts, and nothing that is invisible or changes the direction of the text.
-bool isLinkCharacter(char32_t scalar);
+inline bool isLinkCharacter(char32_t scalar) {
+  return scalar < 0x80 ? asciiLinkCharacters[scalar] : isWideLinkCharacter(scalar);
+}
 /// Whether a character belongs to a script whose words stand right before and behind a link: one
 /// without spaces between words, or with particles behind the words (Korean).
 bool isWrittenWithoutSpaces(char32_t scalar);

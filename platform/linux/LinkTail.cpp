@@ -8,8 +8,15 @@
 namespace korvane::links {
 namespace {
 
-constexpr std::string_view openingBrackets = "([{";
-constexpr std::string_view closingBrackets = ")]}";
+// Kinds of brackets.
+constexpr std::size_t noBracket = 3;
+
+constexpr std::size_t openingKind(char c) {
+  return c == '(' ? 0 : c == '[' ? 1 : c == '{' ? 2 : noBracket;
+}
+constexpr std::size_t closingKind(char c) {
+  return c == ')' ? 0 : c == ']' ? 1 : c == '}' ? 2 : noBracket;
+}
 
 }  // namespace
 
@@ -19,19 +26,18 @@ void LinkTail::readRun(std::size_t from) {
   brackets_.clear();
   // Indices into brackets_ of those still open. Each kind pairs for itself, so that the pairs
   // inside any later part of the run are the same as if that part were read alone.
-  std::array<std::vector<std::size_t>, 3> open;
+  std::array<std::vector<std::size_t>, noBracket> open;
   while (runEnd_ < text_.size()) {
     const Character character = characterAt(text_, runEnd_);
     ++steps_;
     if (!isLinkCharacter(character.scalar)) break;
     const char c = text_[runEnd_];
-    if (const std::size_t kind = openingBrackets.find(c); kind != std::string_view::npos) {
+    if (const std::size_t kind = openingKind(c); kind != noBracket) {
       // "[/" begins a closing tag of bulletin board markup.
       if (c == '[' && text_.substr(runEnd_ + 1).starts_with('/')) break;
       open[kind].push_back(brackets_.size());
       brackets_.push_back({runEnd_, Bracket::none});
-    } else if (const std::size_t closed = closingBrackets.find(c);
-               closed != std::string_view::npos) {
+    } else if (const std::size_t closed = closingKind(c); closed != noBracket) {
       Bracket bracket{runEnd_, Bracket::none};
       if (!open[closed].empty()) {
         Bracket& partner = brackets_[open[closed].back()];
