@@ -3,8 +3,9 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
-#include <cstring>
 #include <limits>
+
+#include "platform/UTF8Blocks.h"
 
 namespace korvane {
 namespace {
@@ -213,15 +214,8 @@ std::optional<std::string> stringByAppendingPathExtension(std::string_view path,
 }
 
 bool isUTF8(std::string_view bytes) {
+  if (!skipUTF8Blocks(bytes)) return false;
   while (!bytes.empty()) {
-    std::uint64_t eight;
-    if (bytes.size() >= sizeof eight) {
-      std::memcpy(&eight, bytes.data(), sizeof eight);
-      if ((eight & 0x8080808080808080) == 0) {  // all ASCII
-        bytes.remove_prefix(sizeof eight);
-        continue;
-      }
-    }
     const Character c = firstCharacter(bytes);
     if (c.size == 0) return false;
     bytes.remove_prefix(c.size);
