@@ -3,8 +3,10 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <iterator>
 #include <limits>
 
+#include "platform/PercentEscapeBlocks.h"
 #include "platform/UTF8Blocks.h"
 
 namespace korvane {
@@ -223,25 +225,32 @@ bool isUTF8(std::string_view bytes) {
   return true;
 }
 
-bool appendByReplacingPercentEscapes(std::string& to, std::string_view text) {
-  const std::size_t begin = to.size();
-  to.resize(begin + text.size());
-  char* out = to.data() + begin;
+bool appendByReplacingPercentEscapes(std::string& to, std::string_view text, bool plusAsSpace) {
+  const char plus = plusAsSpace ? ' ' : '+';
   const char* in = text.data();
   const char* const end = in + text.size();
+  to.reserve(to.size() + text.size());
+  // By way of a buffer, since a string can only grow by bytes that are written twice.
+  std::array<char, 4096> buffer;
   while (in != end) {
-    if (*in != '%') {
-      *out++ = *in++;
-      continue;
+    const char* const stop = end - in > std::ssize(buffer) ? in + buffer.size() : end;
+    char* out = buffer.data();
+    if (!replaceEscapeBlocks(in, stop, out, plus)) return false;
+    while (in < stop) {
+      if (*in != '%') {
+        *out++ = *in == '+' ? plus : *in;
+        ++in;
+        continue;
+      }
+      if (end - in < 3) return false;
+      const unsigned high = hexValue(in[1]);
+      const unsigned low = hexValue(in[2]);
+      if ((high | low) > 15) return false;
+      *out++ = static_cast<char>(high * 16 + low);
+      in += 3;
     }
-    if (end - in < 3) return false;
-    const unsigned high = hexValue(in[1]);
-    const unsigned low = hexValue(in[2]);
-    if ((high | low) > 15) return false;
-    *out++ = static_cast<char>(high * 16 + low);
-    in += 3;
+    to.append(buffer.data(), out);
   }
-  to.resize(static_cast<std::size_t>(out - to.data()));
   return true;
 }
 

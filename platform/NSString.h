@@ -52,9 +52,11 @@ KORVANE_EXPORT std::optional<std::string> stringByAppendingPathExtension(
 /// Whether the bytes are UTF-8 as RFC 3629 has it (no surrogates, no overlong forms).
 KORVANE_EXPORT bool isUTF8(std::string_view bytes);
 
-/// Appends the bytes with every "%" and two hexadecimal digits replaced by the byte they stand for.
-/// False when a "%" is not followed by two; part of the bytes may have been appended then.
-KORVANE_EXPORT bool appendByReplacingPercentEscapes(std::string& to, std::string_view text);
+/// Appends the bytes with every "%" and two hexadecimal digits replaced by the byte they stand for,
+/// and every "+" by a space where asked. False when a "%" is not followed by two; part of the bytes
+/// may have been appended then.
+KORVANE_EXPORT bool appendByReplacingPercentEscapes(std::string& to, std::string_view text,
+                                                    bool plusAsSpace = false);
 
 /// The bytes with every "%" and two hexadecimal digits replaced by the byte they stand for; absent
 /// when a "%" is not followed by two. The result need not be UTF-8.

@@ -1,11 +1,13 @@
 #include "urlutils/PercentEncoding.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <cstring>
 #include <utility>
 
 #include "platform/NSString.h"
+#include "urlutils/PercentEncodingBlocks.h"
 #include "urlutils/RequestUtils.h"
 
 namespace korvane::RequestUtils {
@@ -34,36 +36,42 @@ constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
 const Encoded& encodedByte(char c) { return kEncoded[static_cast<unsigned char>(c)]; }
 
+// The number of bytes that encoding gives.
+std::size_t encodedSize(std::string_view text) {
+  const char* in = text.data();
+  const char* const end = in + text.size();
+  std::size_t size = text.size() + 2 * countEscapedBlocks(in, end);
+  for (; in != end; ++in) size += encodedByte(*in).size - 1;
+  return size;
+}
+
 }  // namespace
 
 void appendURLEncoded(std::string& to, std::string_view subject) {
   if (subject.starts_with(kByteOrderMark)) subject.remove_prefix(kByteOrderMark.size());
-  if (subject.empty()) return;
-  std::size_t size = 0;
-  for (const char c : subject) size += encodedByte(c).size;
-  const std::size_t begin = to.size();
-  to.resize(begin + size);
-  char* out = to.data() + begin;
-  // Each move but the last ones writes whole entries, what is too much is written over.
-  std::size_t at = 0;
-  for (const char* const end = to.data() + to.size(); end - out >= 4 && at < subject.size(); ++at) {
-    const Encoded& entry = encodedByte(subject[at]);
-    std::memcpy(out, &entry, 4);
-    out += entry.size;
-  }
-  for (; at < subject.size(); ++at) {
-    const Encoded& entry = encodedByte(subject[at]);
-    std::memcpy(out, entry.characters, entry.size);
-    out += entry.size;
+  const std::size_t size = to.size() + encodedSize(subject);
+  if (size > to.capacity()) to.reserve(std::max(size, 2 * to.capacity()));
+  // By way of a buffer, since a string can only grow by bytes that are written twice.
+  constexpr std::size_t kChunk = 1024;
+  std::array<char, 3 * kChunk + encodedBlockSlack> buffer;
+  while (!subject.empty()) {
+    const char* in = subject.data();
+    const char* const end = in + std::min(subject.size(), kChunk);
+    char* out = buffer.data();
+    encodePercentBlocks(in, end, out);
+    for (; in != end; ++in) {
+      const Encoded& entry = encodedByte(*in);
+      std::memcpy(out, &entry, sizeof entry);
+      out += entry.size;
+    }
+    to.append(buffer.data(), out);
+    subject.remove_prefix(static_cast<std::size_t>(end - subject.data()));
   }
 }
 
 bool assignURLDecoded(std::string& to, std::string_view subject, bool plusAsSpace) {
   to.clear();
-  if (!plusAsSpace) return appendByReplacingPercentEscapes(to, subject) && isUTF8(to);
-  std::string spaced(subject);
-  for (char& c : spaced) c = c == '+' ? ' ' : c;
-  return appendByReplacingPercentEscapes(to, spaced) && isUTF8(to);
+  return appendByReplacingPercentEscapes(to, subject, plusAsSpace) && isUTF8(to);
 }
 
 std::string URLEncodedString(std::string_view subject) {
