@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <atomic>
 #include <map>
 #include <memory>
@@ -18,21 +19,26 @@ using Index = std::map<std::string_view, std::size_t>;
 struct Dictionary::Keys::Node {
   std::atomic<std::uint32_t> references{1};
   List keys;
-  std::unique_ptr<Index> index;  // views the keys' own bytes
+  std::vector<std::string_view> texts;  // the keys' own bytes
+  std::unique_ptr<Index> index;
 
-  explicit Node(List list) : keys(std::move(list)) { makeIndex(); }
+  explicit Node(List list) : keys(std::move(list)) {
+    for (const Value& key : keys) texts.push_back(key.text());
+    makeIndex();
+  }
 
   void makeIndex() {
     index.reset();
     if (keys.size() <= kManyKeys) return;
     index = std::make_unique<Index>();
-    for (std::size_t i = 0; i < keys.size(); ++i) index->emplace(keys[i].text(), i);
+    for (std::size_t i = 0; i < keys.size(); ++i) index->emplace(texts[i], i);
   }
 
   void append(Value key) {
     keys.push_back(std::move(key));
+    texts.push_back(keys.back().text());
     if (index) {
-      index->emplace(keys.back().text(), keys.size() - 1);
+      index->emplace(texts.back(), keys.size() - 1);
     } else {
       makeIndex();
     }
@@ -40,12 +46,12 @@ struct Dictionary::Keys::Node {
 
   void remove(std::size_t position) {
     keys.erase(keys.begin() + static_cast<std::ptrdiff_t>(position));
+    texts.erase(texts.begin() + static_cast<std::ptrdiff_t>(position));
     makeIndex();
   }
 };
 
 Dictionary::Keys::Keys(List keys) {
-  for (const Value& key : keys) static_cast<void>(key.text());
   if (!keys.empty()) node_ = new Node(std::move(keys));
 }
 
@@ -59,9 +65,7 @@ Dictionary::Keys::~Keys() {
 
 std::size_t Dictionary::Keys::size() const noexcept { return node_ ? node_->keys.size() : 0; }
 
-std::string_view Dictionary::Keys::at(std::size_t position) const {
-  return node_->keys[position].text();
-}
+std::string_view Dictionary::Keys::at(std::size_t position) const { return node_->texts[position]; }
 
 std::size_t Dictionary::Keys::position(std::string_view key) const {
   if (!node_) return 0;
@@ -69,9 +73,8 @@ std::size_t Dictionary::Keys::position(std::string_view key) const {
     const auto found = node_->index->find(key);
     return found == node_->index->end() ? node_->keys.size() : found->second;
   }
-  std::size_t at = 0;
-  while (at < node_->keys.size() && node_->keys[at].text() != key) ++at;
-  return at;
+  const auto& texts = node_->texts;
+  return static_cast<std::size_t>(std::find(texts.begin(), texts.end(), key) - texts.begin());
 }
 
 Dictionary::Keys::Node& Dictionary::Keys::own() {

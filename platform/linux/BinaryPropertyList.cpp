@@ -9,11 +9,12 @@
 #include <cstdint>
 #include <cstring>
 #include <limits>
+#include <map>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "platform/linux/DictionaryShapes.h"
 #include "platform/linux/PropertyLists.h"
 #include "platform/linux/UTF8.h"
 
@@ -29,9 +30,26 @@ constexpr double kSecondsTo2001 = 978307200;  // dates count from 2001
 
 // A number of any width, its most significant byte first. Of a wider one than 64 bits the lower.
 std::uint64_t bigEndian(const unsigned char* bytes, std::size_t width) {
-  std::uint64_t number = 0;
-  for (std::size_t i = 0; i < width; ++i) number = number << 8 | bytes[i];
-  return number;
+  // Without a loop for the widths that nearly all files have.
+  switch (width) {
+    case 1:
+      return bytes[0];
+    case 2:
+      return static_cast<std::uint64_t>(bytes[0] << 8 | bytes[1]);
+    case 3:
+      return static_cast<std::uint64_t>(bytes[0] << 16 | bytes[1] << 8 | bytes[2]);
+    case 4: {
+      std::uint32_t number = 0;
+      std::memcpy(&number, bytes, sizeof number);
+      if constexpr (std::endian::native == std::endian::little) number = __builtin_bswap32(number);
+      return number;
+    }
+    default: {
+      std::uint64_t number = 0;
+      for (std::size_t i = 0; i < width; ++i) number = number << 8 | bytes[i];
+      return number;
+    }
+  }
 }
 
 std::string utf8OfUTF16(const unsigned char* bytes, std::size_t units) {
@@ -76,20 +94,25 @@ class BinaryReader {
 
   Value read() {
     readObject(root_);
-    while (!open_.empty()) readMember();
+    while (!open_.empty()) readMembers();
     return std::move(result_);
   }
 
  private:
+  // The keys of a dictionary as its references name them. Keys that come again have no place of
+  // their own: of such a key the first value counts.
+  struct KeyList {
+    Dictionary::Keys keys;
+    std::vector<bool> comesAgain;  // empty where none does
+  };
+
   struct Container {
     std::uint64_t object;
-    const unsigned char* members;
+    const KeyList* keys;           // of a dictionary; none for a list
+    const unsigned char* members;  // what they refer to: elements, or values
     std::uint64_t count;
-    bool isDictionary;
-    DictionaryInProgress dictionary;
-    std::size_t base;  // of a list's elements on the stack
+    List values;
     std::uint64_t next = 0;
-    bool ignoresValue = false;  // the key was there before: the first one counts
     std::uint64_t units;
     std::uint16_t depth = 1;
   };
@@ -167,8 +190,10 @@ class BinaryReader {
     return {bytes, count};
   }
 
-  // Reads a scalar, or opens a list or dictionary.
+  // Reads an object into the innermost open container, or opens it.
   void readObject(std::uint64_t object) {
+    const Value& known = values_[object];
+    if (known.isText() || known.isData()) return add(known, kScalarCost);
     const unsigned char* const at = begin(object);
     switch (*at & 0xF0) {
       case 0x00:
@@ -184,7 +209,7 @@ class BinaryReader {
       case 0x40:
       case 0x50:
       case 0x60:
-        if (values_[object].isAbsent()) values_[object] = bytesObject(at);
+        values_[object] = bytesObject(at);
         return add(values_[object], kScalarCost);
       default:
         return readContainer(object, at);
@@ -199,45 +224,78 @@ class BinaryReader {
       return add(values_[object], cost);
     }
     if (open_.size() == kDeepestPropertyList) refuse();
+    Container container{.object = object,
+                        .keys = nullptr,
+                        .members = nullptr,
+                        .count = 0,
+                        .values = {},
+                        .units = 4};
     switch (*at & 0xF0) {
       case 0x80:
         cost = {.units = 16, .depth = 1};
         values_[object] = uid(at);
         return add(values_[object], cost);
       case 0xA0:
-      case 0xC0:  // a set, whose members are in some order too
-      case 0xD0:
+      case 0xC0: {  // a set, whose members are in some order too
+        const Content members = content(at, referenceWidth_);
+        container.members = members.bytes;
+        container.count = members.count;
         break;
+      }
+      case 0xD0: {
+        const Content members = content(at, 2 * referenceWidth_);
+        container.members = members.bytes + members.count * referenceWidth_;
+        container.count = members.count;
+        container.keys = &keyList(members.bytes, members.count);
+        container.units = 10;
+        break;
+      }
       default:
         refuse();
     }
-    const bool isDictionary = (*at & 0xF0) == 0xD0;
-    const Content members = content(at, referenceWidth_ * (isDictionary ? 2U : 1U));
     cost.isOpen = true;
-    open_.push_back({.object = object,
-                     .members = members.bytes,
-                     .count = members.count,
-                     .isDictionary = isDictionary,
-                     .dictionary = DictionaryInProgress(shapes_, stack_),
-                     .base = stack_.size(),
-                     .units = isDictionary ? 10U : 4U});
-    if (!isDictionary) stack_.reserve(stack_.size() + members.count);
+    container.values.reserve(container.count);
+    open_.push_back(std::move(container));
   }
 
-  // The next member of the innermost open container, or its end.
-  void readMember() {
+  // The members of the innermost open container, up to one that has to be opened itself.
+  void readMembers() {
+    const std::size_t depth = open_.size();
     Container& container = open_.back();
-    if (container.next == container.count) return endContainer();
-    std::uint64_t position = container.next++;
-    if (container.isDictionary) {
-      const std::string_view key = keyText(reference(container.members, position));
-      container.ignoresValue = !container.dictionary.setKey(shapes_, stack_, key);
-      position += container.count;
+    while (container.next < container.count) {
+      readObject(reference(container.members, container.next++));
+      if (open_.size() != depth) return;
     }
-    readObject(reference(container.members, position));
+    endContainer();
   }
 
-  std::string_view keyText(std::uint64_t object) {
+  // Dictionaries that are alike refer to the same objects as their keys, in the same order: their
+  // references are the same bytes.
+  const KeyList& keyList(const unsigned char* references, std::uint64_t count) {
+    const std::string_view bytes(reinterpret_cast<const char*>(references),
+                                 count * referenceWidth_);
+    if (latestKeys_ != keyLists_.end() && latestKeys_->first == bytes) return latestKeys_->second;
+    const auto [found, isNew] = keyLists_.try_emplace(bytes);
+    latestKeys_ = found;
+    if (isNew) found->second = readKeys(references, count);
+    return found->second;
+  }
+
+  KeyList readKeys(const unsigned char* references, std::uint64_t count) {
+    List keys;
+    keys.reserve(count);
+    std::set<std::string_view> seen;
+    std::vector<bool> comesAgain(count);
+    for (std::uint64_t i = 0; i < count; ++i) {
+      const Value& key = readKey(reference(references, i));
+      comesAgain[i] = !seen.insert(key.text()).second;
+      if (!comesAgain[i]) keys.push_back(key);
+    }
+    if (keys.size() == count) comesAgain.clear();
+    return {Dictionary::Keys(std::move(keys)), std::move(comesAgain)};
+  }
+
+  const Value& readKey(std::uint64_t object) {
     Value& key = values_[object];
     if (key.isAbsent()) {
       const unsigned char* const at = begin(object);
@@ -245,13 +303,13 @@ class BinaryReader {
       key = bytesObject(at);
     }
     if (!key.isText()) refuse();
-    return key.text();
+    return key;
   }
 
   void endContainer() {
     Container& last = open_.back();
-    Value value =
-        last.isDictionary ? last.dictionary.finish(stack_) : Value(takeFrom(stack_, last.base));
+    Value value = last.keys ? Value(Dictionary(last.keys->keys, std::move(last.values)))
+                            : Value(std::move(last.values));
     const Cost cost{.units = static_cast<std::uint32_t>(last.units), .depth = last.depth};
     costs_[last.object] = cost;
     values_[last.object] = value;
@@ -270,11 +328,9 @@ class BinaryReader {
     if (cost.depth >= container.depth) {
       container.depth = static_cast<std::uint16_t>(cost.depth + 1);
     }
-    if (!container.isDictionary) {
-      stack_.push_back(std::move(value));
-    } else if (!container.ignoresValue) {
-      container.dictionary.setValue(stack_, std::move(value));
-    }
+    const bool isIgnored = container.keys && !container.keys->comesAgain.empty() &&
+                           container.keys->comesAgain[container.next - 1];
+    if (!isIgnored) container.values.push_back(std::move(value));
   }
 
   // One, two and four bytes are unsigned, eight and sixteen signed.
@@ -336,8 +392,8 @@ class BinaryReader {
   List values_;              // of texts, data, lists and dictionaries that were read, by object
   std::vector<Cost> costs_;  // of the lists and dictionaries among them
   std::vector<Container> open_;
-  List stack_;  // the values in the open containers
-  DictionaryShapes shapes_;
+  std::map<std::string_view, KeyList> keyLists_;  // by the bytes of their references
+  std::map<std::string_view, KeyList>::iterator latestKeys_ = keyLists_.end();
   Value result_;
 };
 

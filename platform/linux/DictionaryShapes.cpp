@@ -48,18 +48,17 @@ const Dictionary::Keys& DictionaryShapes::keys(Shape* shape) {
   return shape->keys;
 }
 
-bool DictionaryInProgress::setKey(DictionaryShapes& shapes, List& stack, std::string_view key) {
+void DictionaryInProgress::setKey(DictionaryShapes& shapes, List& stack, std::string_view key) {
   if (!large_) {
     const auto step = shapes.add(shape_, key);
     if (step.shape) {
       shape_ = step.shape;
       position_ = base_ + step.position;
-      return position_ == stack.size();
+      return;
     }
     large_ = std::make_unique<Dictionary>(DictionaryShapes::keys(shape_), takeFrom(stack, base_));
   }
   largeKey_ = Value(key);
-  return !large_->find(key);
 }
 
 void DictionaryInProgress::setValue(List& stack, Value value) {

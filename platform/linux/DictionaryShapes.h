@@ -1,6 +1,6 @@
 #pragma once
 
-// Internal to the property-list reader.
+// Internal to the reader of the XML form.
 
 #include <cstddef>
 #include <deque>
@@ -49,9 +49,9 @@ class DictionaryInProgress {
   DictionaryInProgress(DictionaryShapes& shapes, List& stack)
       : shape_(shapes.empty()), base_(stack.size()) {}
 
-  /// Names the key of the value that comes next; false where it was there before. Such a key keeps
-  /// its place, and its value where setValue is not called.
-  bool setKey(DictionaryShapes& shapes, List& stack, std::string_view key);
+  /// Names the key of the value that comes next. A key that comes again keeps its place and gets
+  /// the later value.
+  void setKey(DictionaryShapes& shapes, List& stack, std::string_view key);
   /// The value of the key.
   void setValue(List& stack, Value value);
   /// The dictionary; its values are taken off the stack.
