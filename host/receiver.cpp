@@ -262,7 +262,10 @@ int serve(const Options& options) {
                                     nullptr, nullptr);
   // The name comes last: once it is owned, calls are answered.
   const guint name = g_bus_own_name_on_connection(
-      bus, options.name.c_str(), G_BUS_NAME_OWNER_FLAGS_DO_NOT_QUEUE, nullptr,
+      bus, options.name.c_str(), G_BUS_NAME_OWNER_FLAGS_DO_NOT_QUEUE,
+      [](GDBusConnection*, const char* acquired, gpointer) {
+        std::cerr << "korvane-receiver: serving " << acquired << std::endl;
+      },
       [](GDBusConnection*, const char* lost, gpointer data) {
         std::cerr << "korvane-receiver: " << lost << " is another program's\n";
         static_cast<Service*>(data)->status = 1;

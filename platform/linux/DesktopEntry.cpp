@@ -31,13 +31,17 @@ GPointer<GKeyFile> findEntry(std::string_view identifier) {
                                  G_KEY_FILE_NONE, nullptr)) {
     return nullptr;
   }
+  // Hidden is how a user takes an application of the system's away.
+  if (g_key_file_get_boolean(entry.get(), kGroup, G_KEY_FILE_DESKTOP_KEY_HIDDEN, nullptr)) {
+    return nullptr;
+  }
   return entry;
 }
 
 /// Whether the Exec line has the field code.
 bool takes(std::string_view exec, char code) {
-  for (std::size_t at = exec.find('%'); at + 1 < exec.size(); at = exec.find('%', at + 2)) {
-    if (exec[at + 1] == code) return true;
+  for (std::size_t i = 0; i + 1 < exec.size(); ++i) {
+    if (exec[i] == '%' && exec[++i] == code) return true;
   }
   return false;
 }
@@ -72,7 +76,7 @@ std::optional<std::string> launch(GKeyFile* entry, const std::string& exec,
                                   const Activation& activation) {
   g_key_file_set_string(entry, kGroup, G_KEY_FILE_DESKTOP_KEY_EXEC, exec.c_str());
   const GObjectPointer<GDesktopAppInfo> application(g_desktop_app_info_new_from_keyfile(entry));
-  if (!application) return "its desktop entry is hidden or names a program that is not there";
+  if (!application) return "its desktop entry names a program that is not there";
 
   const GObjectPointer<GAppLaunchContext> context(g_app_launch_context_new());
   const auto pass = [&](const char* name, const std::optional<std::string>& value) {

@@ -86,11 +86,8 @@ BusAnswer answerOfError(const std::string& identifier, GDBusMessage* reply) {
   const char* sender = g_dbus_message_get_sender(reply);
   const bool fromBus = sender && std::string_view(sender) == "org.freedesktop.DBus";
 
-  const auto is = [&](const auto&... suffixes) {
-    return ((error == std::string("org.freedesktop.DBus.Error.") + suffixes) || ...);
-  };
-  if (fromBus ? is("ServiceUnknown", "NameHasNoOwner")
-              : is("UnknownMethod", "UnknownInterface", "UnknownObject")) {
+  if (fromBus && (error == "org.freedesktop.DBus.Error.ServiceUnknown" ||
+                  error == "org.freedesktop.DBus.Error.NameHasNoOwner")) {
     return {BusAnswer::unreachable, {}};
   }
   if (!fromBus) return {BusAnswer::refused, identifier + " refused the request (" + error + ")"};
