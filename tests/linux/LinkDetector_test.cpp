@@ -382,7 +382,7 @@ TEST(LinkDetector, LinearOnHostileTexts) {
         LinuxLinkDetector::matches(repeated(piece, size) + tail, steps);
         return steps;
       };
-      constexpr std::size_t size = 1 << 14;
+      constexpr std::size_t size = 1 << 13;
       const std::uint64_t once = stepsFor(size);
       const std::uint64_t fourfold = stepsFor(4 * size);
       EXPECT_LE(fourfold, 64u * 4 * size) << piece << tail;
