@@ -4,6 +4,7 @@
 #include <gio/gio.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdlib>
 #include <filesystem>
@@ -130,10 +131,16 @@ void reportUrl(std::ostream& to, const std::string& text) {
   }
 }
 
+/// A URI as a JSON string. Sixty megabytes of URL need no look at every character's meaning.
+std::string jsonOfUri(const std::string& uri) {
+  const auto plain = [](char c) { return c > ' ' && c < 0x7f && c != '"' && c != '\\'; };
+  return std::all_of(uri.begin(), uri.end(), plain) ? '"' + uri + '"' : jsonString(uri);
+}
+
 std::string jsonLine(const Request& request) {
   std::string line = "{\"urls\": [";
   for (const std::string& url : request.urls) {
-    line += (&url == request.urls.data() ? "" : ", ") + jsonString(url);
+    line += (&url == request.urls.data() ? "" : ", ") + jsonOfUri(url);
   }
   line += "], \"platform_data\": {";
   for (const auto& entry : request.platformData) {
