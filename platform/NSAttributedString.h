@@ -24,8 +24,8 @@ class KORVANE_EXPORT NSAttributedString {
     bool italic = false;
     bool underline = false;
     /// 0xRRGGBB.
-    std::optional<std::uint32_t> color;
-    std::optional<NSURL> link;
+    std::optional<std::uint32_t> color = std::nullopt;
+    std::optional<NSURL> link = std::nullopt;
     friend bool operator==(const Attributes&, const Attributes&) = default;
   };
   struct Run {

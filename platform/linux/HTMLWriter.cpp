@@ -170,22 +170,28 @@ void HTMLWriter::startTablePart(const HTMLRule& rule, const HTMLKeptAttributes& 
 }
 
 void HTMLWriter::startStyle(const HTMLRule& rule, HTMLKeptAttributes kept) {
-  if (rule.role == Role::anchor) {  // links do not nest
-    for (std::size_t i = styles_.size(); i-- > blocks_.back().firstStyle;) {
-      if (styles_[i].rule == &rule) {
-        endStyle(i);
-        break;
-      }
-    }
-  }
+  if (rule.role == Role::anchor) endLinks();
   if (styles_.size() >= kMostStyles) return;
   const bool needsAttributes = rule.written == "span" || rule.role == Role::anchor;
   const bool empty = needsAttributes && kept.text.empty();
   const bool noLink = rule.role == Role::anchor && kept.text.find(" href=\"") == kept.text.npos;
-  const bool spaces = kept.preservesSpace.value_or(preservesSpace());
-  styles_.push_back({&rule, std::move(kept.text), blocks_.size(), empty || noLink || isHidden(),
-                     kept.hidden, spaces});
+  const bool silent = empty || noLink || kept.hidden || isHidden() || out_.size() > mostBytes_;
+  styles_.push_back(
+      {&rule, std::move(kept.text), blocks_.size(), silent, kept.hidden, kept.preservesSpace});
   if (kept.hidden) ++hiddenStyles_;
+}
+
+// Links do not nest: one that was begun in this cell ends, one around the table stops here.
+void HTMLWriter::endLinks() {
+  for (std::size_t i = styles_.size(); i-- > 0;) {
+    if (styles_[i].rule->role != Role::anchor) continue;
+    if (i >= blocks_.back().firstStyle) {
+      endStyle(i);
+    } else if (!styles_[i].silent) {
+      if (i < writtenStyles_) closeStyles(i);
+      styles_[i].silent = true;
+    }
+  }
 }
 
 void HTMLWriter::endTag(std::string_view name) {
@@ -232,11 +238,12 @@ void HTMLWriter::endStyle(std::size_t index) {
 void HTMLWriter::push(const HTMLRule& rule, const HTMLKeptAttributes& kept) {
   closeStyles();
   Block& outer = blocks_.back();
-  Block block{&rule, isHidden() || kept.hidden, kept.preservesSpace.value_or(preservesSpace()),
+  Block block{&rule, isHidden() || kept.hidden, kept.preservesSpace.value_or(outer.preservesSpace),
               outer.firstStyle};
   if (rule.role == Role::cell || rule.role == Role::caption) block.firstStyle = styles_.size();
   outer.hasContent = true;
   if (!block.silent) {
+    if (!outer.preservesSpace && !out_.empty() && !out_.ends_with('\n')) out_ += '\n';
     out_ += '<';
     out_ += rule.written;
     out_ += kept.text;
@@ -247,8 +254,8 @@ void HTMLWriter::push(const HTMLRule& rule, const HTMLKeptAttributes& kept) {
     if (rule.role != Role::cell) plain_.separate(rule.role == Role::paragraph ? 2 : 1);
     outer.hasCells = true;
     block.atTag = rule.written == "pre";
+    boundary();
   }
-  boundary();
   if (isContainer(rule.role)) ++containers_;
   blocks_.push_back(std::move(block));
 }
@@ -259,12 +266,13 @@ void HTMLWriter::pop() {
   const Block block = std::move(blocks_.back());
   blocks_.pop_back();
   if (isContainer(block.rule->role)) --containers_;
-  boundary();
   if (block.silent) return;
+  boundary();
   out_ += "</";
   out_ += block.rule->written;
   out_ += '>';
-  if (!preservesSpace() || holdsNoText(blocks_.back().rule->role)) out_ += '\n';
+  const Block& outer = blocks_.back();
+  if (!outer.preservesSpace || holdsNoText(outer.rule->role)) out_ += '\n';
   if (block.rule->role == Role::row) plain_.nextRow();
   if (block.rule->role != Role::cell) {
     plain_.separate(block.rule->role == Role::paragraph ? 2 : 1);
@@ -308,9 +316,14 @@ void HTMLWriter::boundary() {
   atBoundary_ = true;
 }
 
-bool HTMLWriter::preservesSpace() const {
-  const bool byStyle = !styles_.empty() && styles_.back().depth >= blocks_.size();
-  return byStyle ? styles_.back().preservesSpace : blocks_.back().preservesSpace;
+// Whether white space counts in text with the first `styles` of the text styles.
+bool HTMLWriter::preservesSpace(std::size_t styles) const {
+  while (styles-- > 0) {
+    if (!styles_[styles].silent && styles_[styles].preservesSpace) {
+      return *styles_[styles].preservesSpace;
+    }
+  }
+  return blocks_.back().preservesSpace;
 }
 
 void HTMLWriter::closeStyles(std::size_t keep) {
@@ -321,6 +334,9 @@ void HTMLWriter::closeStyles(std::size_t keep) {
     out_ += style.rule->written;
     out_ += '>';
   }
+  if (out_.size() <= mostBytes_) return;
+  // Many blocks, each with many styles: from here on without them.
+  for (std::size_t i = keep; i < styles_.size(); ++i) styles_[i].silent = true;
 }
 
 // What goes before any text or picture.
@@ -330,13 +346,15 @@ void HTMLWriter::beginText() {
   block.hasContent = true;
   if (block.lineEnded) {
     block.lineEnded = false;
-    if (!preservesSpace()) {
-      closeStyles();
+    const bool ended = out_.ends_with('\n');
+    closeStyles();
+    if (!block.preservesSpace) {
       if (!atBoundary_) lineBreak();
-    } else if (!out_.ends_with('\n')) {
+    } else if (!ended) {
       out_ += '\n';
       plain_.lineBreak();
     }
+    space_ = '\0';
   }
   if (space_ != '\0') {
     out_ += space_;
@@ -344,8 +362,7 @@ void HTMLWriter::beginText() {
     space_ = '\0';
   }
   for (; writtenStyles_ < styles_.size(); ++writtenStyles_) {
-    TextStyle& style = styles_[writtenStyles_];
-    if (out_.size() > mostBytes_) style.silent = true;  // many blocks, each with many styles
+    const TextStyle& style = styles_[writtenStyles_];
     if (style.silent) continue;
     out_ += '<';
     out_ += style.rule->written;
@@ -388,7 +405,7 @@ void HTMLWriter::lineBreak() {
   openContainers();
   blocks_.back().hasContent = true;
   out_ += "<br>";
-  if (!preservesSpace()) out_ += '\n';
+  if (!preservesSpace(writtenStyles_)) out_ += '\n';
   plain_.lineBreak();
   boundary();
 }
@@ -401,7 +418,7 @@ void HTMLWriter::separator() {
   closeStyles();
   blocks_.back().hasContent = true;
   out_ += "<hr>";
-  if (!preservesSpace()) out_ += '\n';
+  if (!blocks_.back().preservesSpace) out_ += '\n';
   plain_.separate(1);
   boundary();
 }
@@ -422,7 +439,7 @@ void HTMLWriter::finish() {
 
 std::string HTMLWriter::takeHTML() {
   return "<!DOCTYPE html>\n<html>\n<head><meta charset=\"utf-8\"></head>\n<body" + bodyAttributes_ +
-         ">\n" + out_ + "\n</body>\n</html>\n";
+         ">\n" + out_ + (out_.ends_with('\n') ? "" : "\n") + "</body>\n</html>\n";
 }
 
 }  // namespace korvane

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -63,7 +64,7 @@ class HTMLWriter {
     std::size_t depth;  // of the blocks it was begun in
     bool silent;        // nothing to write
     bool hidden;
-    bool preservesSpace;
+    std::optional<bool> preservesSpace;  // where it says so itself
   };
 
   void startTag(const HTMLToken& token);
@@ -75,6 +76,7 @@ class HTMLWriter {
   void startTablePart(const HTMLRule& rule, const HTMLKeptAttributes& kept);
   void startStyle(const HTMLRule& rule, HTMLKeptAttributes kept);
   void endStyle(std::size_t index);
+  void endLinks();
   void lineBreak();
   void separator();
   void picture(const HTMLToken& token);
@@ -91,7 +93,8 @@ class HTMLWriter {
   void closeStyles(std::size_t keep = 0);
   void boundary();
   bool isHidden() const { return blocks_.back().silent || hiddenStyles_ > 0; }
-  bool preservesSpace() const;
+  bool preservesSpace(std::size_t styles) const;
+  bool preservesSpace() const { return preservesSpace(styles_.size()); }
   std::size_t findOpen(const HTMLRule& rule) const;
 
   std::size_t mostBytes_;
