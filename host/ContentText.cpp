@@ -29,40 +29,28 @@ NSAttributedString styled(const Content& piece) {
   return plain(piece.bytes);
 }
 
-// What stands between "<NAME …>" and "</NAME>"; the documents come from styled texts, which write
-// these tags in lower case and once.
-struct Span {
-  std::size_t begin = std::string::npos;
-  std::size_t end = std::string::npos;
+// Where the body of a document stands. The documents come from styled texts, which write the tags
+// in lower case and once; other marks of the kind are escaped there.
+struct Body {
+  explicit Body(std::string_view document)
+      : tag(document.find("<body")),
+        begin(document.find('>', tag)),
+        end(document.rfind("</body>")) {}
+  bool isThere() const { return begin != std::string::npos && end != std::string::npos; }
+  std::size_t tag, begin, end;  // of the begin tag, of its ">", of the end tag
 };
-Span inner(std::string_view document, const std::string& name) {
-  const std::size_t open = document.find('<' + name);
-  const std::size_t begin = document.find('>', open == std::string::npos ? document.size() : open);
-  const std::size_t end = document.rfind("</" + name + '>');
-  if (begin == std::string::npos || end == std::string::npos || end <= begin) return {};
-  return {begin + 1, end};
-}
 
-// Puts the body of one document behind that of the other, and its style rules with it.
+// Puts the body of one document, as a block with its style, behind that of the other.
 void append(std::string& document, const std::string& other) {
-  const Span otherBody = inner(other, "body");
-  const Span body = inner(document, "body");
-  if (otherBody.end == std::string::npos || body.end == std::string::npos) {
+  constexpr std::size_t kTag = 5;  // "<body"
+  const Body to(document);
+  const Body from(other);
+  if (!to.isThere() || !from.isThere()) {
     document += other;  // a reader puts it into the body
     return;
   }
-  std::string added = "<div>" + other.substr(otherBody.begin, otherBody.end - otherBody.begin);
-  document.insert(body.end, added + "</div>");
-  const Span head = inner(document, "head");
-  if (head.end == std::string::npos) return;
-  std::size_t at = 0;
-  while ((at = other.find("<style", at)) < otherBody.begin) {
-    const std::size_t end = other.find("</style>", at);
-    if (end == std::string::npos) return;
-    constexpr std::size_t kEndTag = 8;
-    document.insert(inner(document, "head").end, other, at, end + kEndTag - at);
-    at = end;
-  }
+  document.insert(to.end,
+                  "<div" + other.substr(from.tag + kTag, from.end - from.tag - kTag) + "</div>");
 }
 
 }  // namespace

@@ -134,8 +134,9 @@ bool schemeIs(std::string_view text, std::string_view scheme) {
 }
 
 std::optional<NSURL> urlFromText(std::string_view text) {
-  if (auto url = NSURL::URLWithString(text)) return url;
   std::string repaired = stringByTrimmingWhitespaceAndNewlines(text);
+  if (repaired.empty()) return std::nullopt;
+  if (auto url = NSURL::URLWithString(repaired)) return url;
   const Span host = hostSpan(repaired);
   const std::string name = repaired.substr(host.begin, host.end - host.begin);
   if (!isASCII(name)) repaired.replace(host.begin, name.size(), asciiHost(name));

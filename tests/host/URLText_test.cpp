@@ -66,6 +66,10 @@ TEST(URLText, RepairsWhatPeopleCopy) {
   for (const Case& c : cases) EXPECT_EQ(repaired(c.text), c.url) << c.text;
 }
 
+TEST(URLText, ABlankTextIsNoURL) {
+  for (const char* text : {"", " ", "\n\t", "\xC2\xA0"}) EXPECT_EQ(repaired(text), std::nullopt);
+}
+
 TEST(URLText, NothingOfALinkIsLost) {
   // Repaired or not at all: every letter of the text is in the URL.
   for (const char* text : {"https://[bad host/x y", "https://a b.example/", "https://a:port/ x",

@@ -1,0 +1,197 @@
+#include "host/ItemProviders.h"
+
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+
+#include <condition_variable>
+#include <thread>
+
+#include "tests/support/FakeShare.h"
+#include "tests/support/TemporaryFolder.h"
+
+namespace korvane {
+namespace {
+
+using ::testing::ElementsAreArray;
+using ::testing::HasSubstr;
+
+class ItemProviders : public ::testing::Test {
+ protected:
+  struct Loaded {
+    Value item;
+    std::optional<NSError> error;
+    int calls = 0;
+  };
+
+  std::shared_ptr<NSItemProvider> make(ShareRequest::Attachment attachment) {
+    return makeItemProvider(attachment, loads);
+  }
+  Loaded load(NSItemProvider& provider, const char* type) {
+    Loaded loaded;
+    provider.loadItemForTypeIdentifier(type,
+                                       [&](const Value& item, const std::optional<NSError>& error) {
+                                         loaded = {item, error, loaded.calls + 1};
+                                       });
+    platform.waitUntilIdle();
+    EXPECT_EQ(loaded.calls, 1);
+    return loaded;
+  }
+  static bool isURL(const NSItemProvider& provider) {
+    return provider.hasItemConformingToTypeIdentifier(kUTTypeURL);
+  }
+  static bool isImage(const NSItemProvider& provider) {
+    return provider.hasItemConformingToTypeIdentifier(kUTTypeImage);
+  }
+
+  testing::SharePlatform platform;
+  testing::TemporaryFolder folder;
+  std::shared_ptr<ShareLoads> loads = std::make_shared<ShareLoads>();
+};
+
+TEST_F(ItemProviders, ALinkIsAURL) {
+  const auto provider = make(ShareRequest::Link{"https://a.example/ä b"});
+  EXPECT_TRUE(isURL(*provider));
+  EXPECT_FALSE(isImage(*provider));
+  EXPECT_FALSE(provider->hasItemConformingToTypeIdentifier("public.file-url"));
+  const Loaded loaded = load(*provider, kUTTypeURL);
+  EXPECT_EQ(loaded.item.url().absoluteString(), "https://a.example/%C3%A4%20b");
+  EXPECT_EQ(loaded.error, std::nullopt);
+  EXPECT_EQ(loads->linksDelivered, 1U);
+}
+
+TEST_F(ItemProviders, AFileIsAFileURL) {
+  const std::string path = folder.file("a b\xFF");
+  for (const ShareRequest::Attachment& attachment : std::vector<ShareRequest::Attachment>{
+           ShareRequest::File{path}, ShareRequest::Link{"file://" + path},
+           ShareRequest::TypedText{"public.file-url", "file://" + path},
+           ShareRequest::Link{" file:" + folder.path("a%20b%FF")}}) {
+    const auto provider = make(attachment);
+    EXPECT_TRUE(isURL(*provider));
+    EXPECT_TRUE(provider->hasItemConformingToTypeIdentifier("public.file-url"));
+    EXPECT_FALSE(isImage(*provider));
+    EXPECT_EQ(load(*provider, kUTTypeURL).item.url().fileSystemRepresentation(), path);
+  }
+  EXPECT_EQ(loads->linksDelivered, 0U);
+}
+
+TEST_F(ItemProviders, AFileThatIsNotThereIsStillAFileURL) {
+  const auto loaded = load(*make(ShareRequest::File{"/none/x"}), kUTTypeURL);
+  EXPECT_EQ(loaded.item.url().absoluteString(), "file:///none/x");
+}
+
+TEST_F(ItemProviders, AFileOfAnotherMachineFails) {
+  const auto provider = make(ShareRequest::Link{"file://other.example/etc/passwd"});
+  EXPECT_TRUE(isURL(*provider));
+  const Loaded loaded = load(*provider, kUTTypeURL);
+  ASSERT_TRUE(loaded.error);
+  EXPECT_THAT(loaded.error->description(), HasSubstr("names no file of this machine"));
+}
+
+TEST_F(ItemProviders, ARemoteFileIsItsLocalFileOrALink) {
+  const std::string path = folder.file("x");
+  loads->localPath = [&](const std::string& url) -> std::optional<std::string> {
+    if (url == "sftp://a.example/x%20y") return path;
+    return std::nullopt;
+  };
+  EXPECT_EQ(load(*make(ShareRequest::Link{"sftp://a.example/x y"}), kUTTypeURL)
+                .item.url()
+                .fileSystemRepresentation(),
+            path);
+  EXPECT_EQ(loads->linksDelivered, 0U);
+  EXPECT_EQ(load(*make(ShareRequest::Link{"smb://a.example/none"}), kUTTypeURL)
+                .item.url()
+                .absoluteString(),
+            "smb://a.example/none");
+  EXPECT_EQ(loads->linksDelivered, 1U);
+}
+
+TEST_F(ItemProviders, WebAddressesAreNeverLookedUp) {
+  loads->localPath = [](const std::string&) -> std::optional<std::string> {
+    ADD_FAILURE();
+    return std::nullopt;
+  };
+  for (const char* url : {"http://a.example/", "https://a.example/", "mailto:a@b.example", "x:y"}) {
+    EXPECT_EQ(load(*make(ShareRequest::Link{url}), kUTTypeURL).item.url().absoluteString(), url);
+  }
+}
+
+TEST_F(ItemProviders, AnImageFileIsItsBytes) {
+  const auto provider = make(ShareRequest::ImageFile{folder.file("p.jpg", "picture 1")});
+  EXPECT_TRUE(isImage(*provider));
+  EXPECT_FALSE(isURL(*provider));
+  const std::string_view bytes = "picture 1";
+  EXPECT_EQ(load(*provider, kUTTypeImage).item.data(), NSData(bytes.begin(), bytes.end()));
+}
+
+TEST_F(ItemProviders, AnImageFileThatCannotBeReadFailsAtOnce) {
+  const std::string pipe = folder.path("pipe");
+  ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+  for (const std::string& path : {pipe, folder.path("none"), folder.path()}) {
+    const Loaded loaded = load(*make(ShareRequest::ImageFile{path}), kUTTypeImage);
+    ASSERT_TRUE(loaded.error) << path;
+    EXPECT_THAT(loaded.error->description(), HasSubstr(path));
+    EXPECT_TRUE(loaded.item.isAbsent());
+  }
+}
+
+TEST_F(ItemProviders, TypedTextsAreWhatTheirTypeSays) {
+  const auto url = make(ShareRequest::TypedText{"public.url", "https://a.example/"});
+  EXPECT_EQ(load(*url, kUTTypeURL).item.url().absoluteString(), "https://a.example/");
+  const auto drawing = make(ShareRequest::TypedText{"public.svg-image", "<svg/>"});
+  EXPECT_TRUE(isImage(*drawing));
+  EXPECT_TRUE(drawing->hasItemConformingToTypeIdentifier("public.svg-image"));
+  EXPECT_EQ(load(*drawing, kUTTypeImage).item.data().size(), 6U);
+  const auto text = make(ShareRequest::TypedText{"public.plain-text", "x"});
+  EXPECT_FALSE(isURL(*text));
+  EXPECT_FALSE(isImage(*text));
+  EXPECT_TRUE(text->hasItemConformingToTypeIdentifier("public.text"));
+  EXPECT_EQ(load(*text, "public.text").item, Value("x"));
+}
+
+TEST_F(ItemProviders, AnotherTypeThanItsOwnCannotBeLoaded) {
+  const auto provider = make(ShareRequest::ImageData{{1, 2, 3}});
+  EXPECT_EQ(load(*provider, kUTTypeImage).item.data(), NSData({1, 2, 3}));
+  const Loaded loaded = load(*provider, kUTTypeURL);
+  ASSERT_TRUE(loaded.error);
+  EXPECT_THAT(loaded.error->description(), HasSubstr("public.url"));
+}
+
+TEST_F(ItemProviders, FilesAreDeliveredInTheOrderOfTheirLoads) {
+  constexpr int kFiles = 2000;
+  std::mutex mutex;
+  std::vector<std::string> paths, loaded;
+  for (int i = 0; i < kFiles; ++i) {
+    paths.push_back("/none/" + std::to_string(i));
+    make(ShareRequest::File{paths.back()})
+        ->loadItemForTypeIdentifier(kUTTypeURL, [&](const Value& item, const auto&) {
+          std::lock_guard lock(mutex);
+          loaded.push_back(item.url().fileSystemRepresentation());
+        });
+  }
+  platform.waitUntilIdle();
+  EXPECT_THAT(loaded, ElementsAreArray(paths));
+}
+
+TEST_F(ItemProviders, AFileThatTakesItsTimeHoldsUpNoImage) {
+  std::mutex mutex;
+  std::condition_variable changed;
+  bool imageDone = false;
+  bool fileSawIt = false;
+  make(ShareRequest::File{"/none/slow"})
+      ->loadItemForTypeIdentifier(kUTTypeURL, [&](const Value&, const auto&) {
+        std::unique_lock lock(mutex);
+        changed.wait(lock, [&] { return imageDone; });
+        fileSawIt = true;
+      });
+  make(ShareRequest::ImageData{{1}})
+      ->loadItemForTypeIdentifier(kUTTypeImage, [&](const Value&, const auto&) {
+        std::lock_guard lock(mutex);
+        imageDone = true;
+        changed.notify_all();
+      });
+  platform.waitUntilIdle();
+  EXPECT_TRUE(fileSawIt);
+}
+
+}  // namespace
+}  // namespace korvane
