@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <cstring>
 #include <iterator>
 #include <limits>
 
@@ -218,6 +219,14 @@ std::optional<std::string> stringByAppendingPathExtension(std::string_view path,
 bool isUTF8(std::string_view bytes) {
   if (!skipUTF8Blocks(bytes)) return false;
   while (!bytes.empty()) {
+    std::uint64_t eight;
+    if (bytes.size() >= sizeof eight) {
+      std::memcpy(&eight, bytes.data(), sizeof eight);
+      if ((eight & 0x8080808080808080) == 0) {  // all of them ASCII
+        bytes.remove_prefix(sizeof eight);
+        continue;
+      }
+    }
     const Character c = firstCharacter(bytes);
     if (c.size == 0) return false;
     bytes.remove_prefix(c.size);

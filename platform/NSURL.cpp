@@ -108,14 +108,17 @@ std::string escapeMisplaced(std::string_view text) {
   return result;
 }
 
-// Percent-encodes what cannot stand in a path, and what would end one: ";", "?", "#".
-std::string encodedPath(std::string_view path) {
+// Percent-encodes what cannot stand in a path, and what would end one: ";", "?", "#". In the first
+// segment of a relative path a ":" would make a scheme of what precedes it.
+constexpr std::string_view kEscapedInPath = ";";
+constexpr std::string_view kEscapedInFirstSegment = ";:";
+std::string encodedPath(std::string_view path, std::string_view escaped = kEscapedInPath) {
   static constexpr char kDigits[] = "0123456789ABCDEF";
   constexpr std::uint8_t kEscaped = kIllegal | kPercent | kBracket | kHash | kQuestion;
   std::string result;
   result.reserve(path.size() + 16);
   for (const char c : path) {
-    if (c == ';' || (classOf(c) & kEscaped) != 0) {
+    if ((classOf(c) & kEscaped) != 0 || escaped.find(c) != npos) {
       const auto byte = static_cast<unsigned char>(c);
       result += {'%', kDigits[byte >> 4], kDigits[byte & 15]};
     } else {
@@ -407,16 +410,8 @@ NSURL NSURL::URLByAppendingPathComponent(std::string_view component) const {
   component.remove_prefix(std::min(component.find_first_not_of('/'), component.size()));
 
   std::string text = text_.substr(0, pathBegin_ + kept);
-  std::string encoded = encodedPath(component);
-  if (slash) {
-    text += '/';
-  } else {
-    // A ":" in the first segment of a relative path would make a scheme of what precedes it.
-    for (std::size_t at = encoded.find(':'); at != npos; at = encoded.find(':', at)) {
-      encoded.replace(at, 1, "%3A");
-    }
-  }
-  text += encoded;
+  if (slash) text += '/';
+  text += encodedPath(component, slash ? kEscapedInPath : kEscapedInFirstSegment);
   text.append(text_, pathBegin_ + path.size());
   return fromValidText(std::move(text));
 }
@@ -427,7 +422,7 @@ NSURL NSURL::URLByAppendingPathExtension(std::string_view extension) const {
   const std::size_t last = path.find_last_not_of('/');
   if (last == npos || extension.empty() || extension.starts_with('/')) return *this;
   std::string text = text_;
-  text.insert(pathBegin_ + last + 1, "." + encodedPath(extension));
+  text.insert(pathBegin_ + last + 1, "." + encodedPath(extension, kEscapedInFirstSegment));
   return fromValidText(std::move(text));
 }
 

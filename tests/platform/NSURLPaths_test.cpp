@@ -158,6 +158,7 @@ TEST(NSURL, AppendingAPathExtension) {
       {"file:///a", "", "file:///a"},
       {"file:///a", "/t", "file:///a"},
       {"mailto:a@b", "txt", "mailto:a@b"},
+      {"a", "x:y", "a.x%3Ay"},  // not a scheme
   };
   for (const auto& row : rows) {
     EXPECT_EQ(url(row.text).URLByAppendingPathExtension(row.extension).absoluteString(),

@@ -2,7 +2,7 @@
 
 #include <random>
 
-#include "platform/NSString.h"
+#include "support/SlowCoding.h"
 #include "urlutils/RequestUtils.h"
 
 namespace korvane::RequestUtils {
@@ -10,37 +10,9 @@ namespace {
 
 using Text = std::optional<std::string>;
 
-constexpr std::string_view kAlphabet =
-    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-
-// Both ways bit by bit.
-Text slowlyEncoded(std::string_view bytes) {
-  std::string bits;
-  for (const char c : bytes) {
-    for (int bit = 7; bit >= 0; --bit) bits += static_cast<char>('0' + ((c >> bit) & 1));
-  }
-  while (bits.size() % 6 != 0) bits += '0';
-  std::string result;
-  for (std::size_t i = 0; i < bits.size(); i += 6) {
-    result += kAlphabet[static_cast<std::size_t>(std::stoi(bits.substr(i, 6), nullptr, 2))];
-  }
-  while (result.size() % 4 != 0) result += '=';
-  return result.empty() ? Text() : Text(result);
-}
-
-Text slowlyDecoded(std::string_view text) {
-  std::string bits;
-  for (const char c : text) {
-    const std::size_t value = kAlphabet.find(c);
-    if (value == kAlphabet.npos) continue;
-    for (int bit = 5; bit >= 0; --bit) bits += static_cast<char>('0' + ((value >> bit) & 1));
-  }
-  std::string result;
-  for (std::size_t i = 0; i + 8 <= bits.size(); i += 8) {
-    result += static_cast<char>(std::stoi(bits.substr(i, 8), nullptr, 2));
-  }
-  return result.empty() || !isUTF8(result) ? Text() : Text(result);
-}
+constexpr std::string_view kAlphabet = testing::base64Alphabet;
+using testing::slowlyBase64Decoded;
+using testing::slowlyBase64Encoded;
 
 TEST(Base64Encoded, EdgeCases) {
   const std::pair<std::string_view, Text> rows[] = {
@@ -91,7 +63,7 @@ TEST(Base64Decoded, EveryByteOutsideTheAlphabetIsSkipped) {
       std::string with = text;
       with.insert(at, 1, c);
       const Text decoded = base64DecodedString(with);
-      ASSERT_EQ(decoded, slowlyDecoded(with)) << byte << " at " << at;
+      ASSERT_EQ(decoded, slowlyBase64Decoded(with)) << byte << " at " << at;
       if (!letter) {
         ASSERT_EQ(decoded, "The quick brown fox jumps over it") << byte << " at " << at;
       }
@@ -105,7 +77,7 @@ TEST(Base64, EveryPairOfHalvesInEveryColumn) {
       std::string bytes;
       for (std::size_t i = 0; i < length; ++i) bytes += static_cast<char>((i * step) & 0x7F);
       const Text encoded = base64EncodedString(bytes);
-      ASSERT_EQ(encoded, slowlyEncoded(bytes));
+      ASSERT_EQ(encoded, slowlyBase64Encoded(bytes));
       if (encoded) {
         ASSERT_EQ(base64DecodedString(*encoded), bytes);
       }
@@ -121,12 +93,12 @@ TEST(Base64, AgreesWithTheSlowWay) {
     const unsigned limit = round % 2 == 0 ? 256 : 128;
     for (std::size_t n = random() % 200; n > 0; --n) bytes += static_cast<char>(random() % limit);
     const Text encoded = base64EncodedString(bytes);
-    ASSERT_EQ(encoded, slowlyEncoded(bytes));
+    ASSERT_EQ(encoded, slowlyBase64Encoded(bytes));
     std::string text = encoded.value_or("");
     for (std::size_t n = random() % 5; n > 0; --n) {
       text.insert(random() % (text.size() + 1), foreign[random() % std::size(foreign)]);
     }
-    ASSERT_EQ(base64DecodedString(text), slowlyDecoded(text)) << text;
+    ASSERT_EQ(base64DecodedString(text), slowlyBase64Decoded(text)) << text;
   }
 }
 
