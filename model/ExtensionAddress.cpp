@@ -15,6 +15,11 @@ Value noMail() {
   return text;
 }
 
+// A property list may hold a number or a list where a text belongs: that has a text form to show.
+bool showsNothing(const Value& field) {
+  return field.isAbsent() || (field.isText() && field.length() == 0);
+}
+
 }  // namespace
 
 void ExtensionAddress::initWithDictonary(const Value& dictionary) {
@@ -41,12 +46,8 @@ std::string ExtensionAddress::fullName() const {
 
 std::string ExtensionAddress::prettyprint() const {
   std::string line = fullName();
-  if (line.empty()) {
-    const Value organisation = company();
-    if (organisation.length() > 0) line = organisation.text();
-  }
-  const Value address = mail();
-  if (address.length() > 0) line += stringWithFormat(" <%@>", address);
+  if (line.empty() && !showsNothing(company())) line = company().description();
+  if (!showsNothing(mail())) line += stringWithFormat(" <%@>", mail());
   return stringByTrimmingWhitespaceAndNewlines(line);
 }
 

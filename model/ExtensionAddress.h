@@ -47,7 +47,8 @@ class KORVANE_EXPORT ExtensionAddress {
   /// First and last name with a space between, without white space at the ends; an unset name
   /// shows as "(null)".
   std::string fullName() const;
-  /// The display line: the full name, else the company, then the mail in angle brackets.
+  /// The display line: the full name, else the company, then the mail in angle brackets; what is
+  /// unset or empty is left out, what is no text shows its text form.
   std::string prettyprint() const;
 
  private:

@@ -100,6 +100,19 @@ TEST(ExtensionAddress, DisplayTexts) {
   }
 }
 
+TEST(ExtensionAddress, WhatIsNoTextShowsItsTextForm) {
+  ExtensionAddress contact;
+  contact.setFirstName("");
+  contact.setLastName("");
+  contact.setCompany(7);
+  contact.setMail(5);
+  EXPECT_EQ(contact.prettyprint(), "7 <5>");
+  EXPECT_EQ(contact.description(), "ExtensionAddress 5");
+  contact.setCompany({});
+  contact.setMail({});
+  EXPECT_EQ(contact.prettyprint(), "");
+}
+
 TEST(ExtensionAddress, DescriptionShowsTheMail) {
   ExtensionAddress contact;
   contact.setMail("a@b");
