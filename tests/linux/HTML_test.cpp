@@ -383,4 +383,122 @@ TEST(HTML, HugeHostileDocumentsTakeNoTime) {
     const auto begin = std::chrono::steady_clock::now();
     const HTMLText result = read(html);
     const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - begin;
-  // Many times what it takes, far below what growth with the square would take.
+    // Many times what it takes, far below what growth with the square would take.
+    EXPECT_LT(seconds.count(), 20) << html.substr(0, 60);
+    EXPECT_LE(result.html.size(), html.size() * 9 + (std::size_t{1} << 20)) << html.substr(0, 60);
+    EXPECT_EQ(read(result.html).html, result.html) << html.substr(0, 60);
+  }
+}
+
+TEST(HTML, TooLargeADocumentIsRefused) {
+  EXPECT_FALSE(LinuxHTML().read(NSData(LinuxHTML::maximumBytes + 1, 'x')));
+}
+
+TEST(HTML, WhatItWritesItReadsBackAsTheSame) {
+  const std::vector<std::string_view> pieces = {"<p>",
+                                                "</p>",
+                                                "<div>",
+                                                "</div>",
+                                                "<b>",
+                                                "</b>",
+                                                "<i style='color:red'>",
+                                                "</i>",
+                                                "<table>",
+                                                "</table>",
+                                                "<tr>",
+                                                "</tr>",
+                                                "<td>",
+                                                "</td>",
+                                                "<th colspan=2>",
+                                                "<caption>",
+                                                "</caption>",
+                                                "<tbody>",
+                                                "<thead>",
+                                                "<ul>",
+                                                "</ul>",
+                                                "<ol>",
+                                                "</ol>",
+                                                "<li>",
+                                                "</li>",
+                                                "<dl>",
+                                                "<dt>",
+                                                "<dd>",
+                                                "</dl>",
+                                                "<pre>",
+                                                "</pre>",
+                                                "<h1>",
+                                                "</h1>",
+                                                "<br>",
+                                                "<hr>",
+                                                " ",
+                                                "\n",
+                                                "a",
+                                                "b c",
+                                                "  x\n y ",
+                                                "&lt;",
+                                                "&nbsp;",
+                                                "<",
+                                                "&",
+                                                "<a href=http://a/>",
+                                                "</a>",
+                                                "<span>",
+                                                "</span>",
+                                                "<span style='white-space:pre'>",
+                                                "<div style='white-space:pre'>",
+                                                "<div style='white-space:normal'>",
+                                                "<div hidden>",
+                                                "<span hidden>",
+                                                "<svg>",
+                                                "</svg>",
+                                                "<textarea>",
+                                                "</textarea>",
+                                                "<!--",
+                                                "-->",
+                                                "<script>",
+                                                "</script>",
+                                                "<font size=3>",
+                                                "</font>",
+                                                "<center>",
+                                                "</center>",
+                                                "<body dir=rtl>",
+                                                "</body>",
+                                                "</html>",
+                                                "<head>",
+                                                "<img src=data:image/gif;base64,AA>",
+                                                "<img alt='a  b'>",
+                                                "<blockquote>",
+                                                "</blockquote>",
+                                                "<plaintext>",
+                                                "<title>",
+                                                "</title>",
+                                                "<select>",
+                                                "<option>",
+                                                "<section>",
+                                                "</section>"};
+  std::mt19937 random(20);
+  for (int round = 0; round < 20'000; ++round) {
+    std::string html;
+    const std::size_t count = random() % 24;
+    for (std::size_t i = 0; i < count; ++i) html += pieces[random() % pieces.size()];
+    const HTMLText once = read(html);
+    const HTMLText twice = read(once.html);
+    ASSERT_EQ(twice.html, once.html) << html;
+    ASSERT_EQ(twice.text, once.text) << html << "\n" << once.html;
+    expectHarmless(once.html, html);
+  }
+}
+
+TEST(HTML, AnyBytesCanBeRead) {
+  std::mt19937 random(21);
+  const std::string_view alphabet("<>/=\"'&;!-?#ax \n\0\x80\xC3\xFF", 20);
+  for (int round = 0; round < 20'000; ++round) {
+    std::string html;
+    const std::size_t count = random() % 60;
+    for (std::size_t i = 0; i < count; ++i) html += alphabet[random() % alphabet.size()];
+    const HTMLText once = read(html);
+    ASSERT_EQ(read(once.html).html, once.html) << html;
+  }
+}
+
+}  // namespace
+}  // namespace korvane
