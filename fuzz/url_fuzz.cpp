@@ -20,7 +20,7 @@ bool holds(std::string_view text, std::string_view characters) {
 }
 
 // Whether the components say all there is to say about a URL: it has a scheme and more, nothing was
-// decoded, cut off or left out.
+// decoded, cut off or left out. An empty host is there only by what stands beside it.
 bool isAllInComponents(const NSURL& url) {
   const std::string& text = url.absoluteString();
   const auto scheme = url.scheme();
@@ -29,7 +29,8 @@ bool isAllInComponents(const NSURL& url) {
   const std::string_view rest =
       std::string_view(text).substr(0, std::min(text.find_first_of("?#"), text.size()));
   return !holds(rest, "%[]") && (!path->ends_with('/') || *path == "/") &&
-         rest.find("//", scheme->size() + 3) == rest.npos && !holds(url.host().value_or(""), ":");
+         rest.find("//", scheme->size() + 3) == rest.npos && url.host() != "" &&
+         !holds(url.host().value_or(""), ":");
 }
 
 void checkParsed(const NSURL& url) {

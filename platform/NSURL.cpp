@@ -1,112 +1,20 @@
 #include "platform/NSURL.h"
 
 #include <algorithm>
-#include <array>
 #include <filesystem>
 #include <system_error>
 #include <utility>
 
 #include "platform/NSString.h"
 #include "platform/Platform.h"
+#include "platform/URLCharacters.h"
 
 namespace korvane {
 namespace {
 
+using namespace urlcharacters;
+
 constexpr std::size_t npos = std::string_view::npos;
-
-// What a byte means to the parser.
-enum : std::uint8_t {
-  kIllegal = 1,
-  kPercent = 2,
-  kBracket = 4,
-  kHash = 8,
-  kQuestion = 16,
-  kSlash = 32,
-  kSchemeCharacter = 64,
-  kHexDigit = 128,
-};
-
-constexpr std::array<std::uint8_t, 256> kClasses = [] {
-  std::array<std::uint8_t, 256> classes{};
-  const auto add = [&](std::string_view characters, std::uint8_t bits) {
-    for (const char c : characters) classes[static_cast<unsigned char>(c)] |= bits;
-  };
-  for (std::size_t c = 0; c < 256; ++c) {
-    if (c <= ' ' || c >= 0x7F) classes[c] = kIllegal;
-  }
-  add("\"<>\\^`{|}", kIllegal);
-  add("%", kPercent);
-  add("[]", kBracket);
-  add("#", kHash);
-  add("?", kQuestion);
-  add("/", kSlash);
-  add("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789+-.", kSchemeCharacter);
-  add("0123456789abcdefABCDEF", kHexDigit);
-  return classes;
-}();
-
-std::uint8_t classOf(char c) { return kClasses[static_cast<unsigned char>(c)]; }
-
-bool isLetter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
-
-// Position of the ":" that ends the scheme, 0 without one (RFC 3986, section 3.1).
-std::size_t findSchemeEnd(std::string_view text) {
-  if (text.empty() || !isLetter(text[0])) return 0;
-  std::size_t at = 1;
-  while (at < text.size() && (classOf(text[at]) & kSchemeCharacter) != 0) ++at;
-  return at < text.size() && text[at] == ':' ? at : 0;
-}
-
-// The first position from `at` on whose byte is of one of the classes, after checking the escapes
-// on the way; the size when there is none, npos after an illegal byte.
-std::size_t findEnd(std::string_view text, std::size_t at, std::uint8_t endClasses) {
-  const std::uint8_t stops = endClasses | kIllegal | kPercent;
-  for (; at < text.size(); ++at) {
-    const std::uint8_t bits = classOf(text[at]) & stops;
-    if (bits == 0) continue;
-    if ((bits & endClasses) != 0) return at;
-    if ((bits & kIllegal) != 0 || text.size() - at < 3 ||
-        (classOf(text[at + 1]) & classOf(text[at + 2]) & kHexDigit) == 0) {
-      return npos;
-    }
-    at += 2;
-  }
-  return at;
-}
-
-// The text with the characters escaped that may stand in it but not where they stand: square
-// brackets that do not begin or end a host, and "#" in a URL that has no parts.
-std::string escapeMisplaced(std::string_view text) {
-  const std::size_t schemeEnd = findSchemeEnd(text);
-  const std::size_t begin = schemeEnd == 0 ? 0 : schemeEnd + 1;
-  const bool opaque = schemeEnd != 0 && !text.substr(begin).starts_with('/');
-  std::size_t hostBegin = 0;
-  std::size_t authorityEnd = 0;
-  if (text.substr(begin).starts_with("//")) {
-    hostBegin = begin + 2;
-    authorityEnd = std::min(text.find_first_of("/?#", hostBegin), text.size());
-    const std::size_t at = text.substr(0, authorityEnd).find('@', hostBegin);
-    if (at != npos) hostBegin = at + 1;
-  }
-  const auto belongs = [&](std::size_t at) {
-    if (at < hostBegin || at >= authorityEnd) return false;
-    if (text[at] == '[') return at == hostBegin;
-    return at + 1 == authorityEnd || text[at + 1] == ':';
-  };
-  std::string result;
-  result.reserve(text.size() + 16);
-  for (std::size_t at = 0; at < text.size(); ++at) {
-    const char c = text[at];
-    if (c == '#' && opaque) {
-      result += "%23";
-    } else if ((c == '[' || c == ']') && !belongs(at)) {
-      result += c == '[' ? "%5B" : "%5D";
-    } else {
-      result += c;
-    }
-  }
-  return result;
-}
 
 // Percent-encodes what cannot stand in a path, and what would end one: ";", "?", "#". In the first
 // segment of a relative path a ":" would make a scheme of what precedes it.
@@ -133,6 +41,7 @@ std::string decoded(std::string_view text) {
 }
 
 std::optional<std::string> decodedText(std::string_view text) {
+  if (text.find('%') == npos) return std::string(text);  // ASCII as it is
   return stringByReplacingPercentEscapes(text);
 }
 
@@ -362,7 +271,7 @@ std::optional<std::string> NSURL::password() const {
 }
 
 std::optional<std::string> NSURL::path() const {
-  // Without a host only a text before the path, or a ";" after it, makes an empty path present.
+  // An empty path is there only where something stands before it or a ";" behind it.
   if (isOpaque() || (rawPath().empty() && !hasAuthority())) return std::nullopt;
   const std::string_view raw = rawPath();
   std::optional<std::string> path = decodedText(raw.substr(0, raw.find(';')));

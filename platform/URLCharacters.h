@@ -1,0 +1,75 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+// The characters of URLs (RFC 3986), for the functions of NSURL. Pure: any thread may call.
+namespace korvane::urlcharacters {
+
+/// What a byte means; the bits of classOf.
+enum : std::uint8_t {
+  kIllegal = 1,
+  kPercent = 2,
+  kBracket = 4,
+  kHash = 8,
+  kQuestion = 16,
+  kSlash = 32,
+  kSchemeCharacter = 64,
+  kHexDigit = 128,
+};
+
+inline constexpr std::array<std::uint8_t, 256> kClasses = [] {
+  std::array<std::uint8_t, 256> classes{};
+  const auto add = [&](std::string_view characters, std::uint8_t bits) {
+    for (const char c : characters) classes[static_cast<unsigned char>(c)] |= bits;
+  };
+  for (std::size_t c = 0; c < 256; ++c) {
+    if (c <= ' ' || c >= 0x7F) classes[c] = kIllegal;
+  }
+  add("\"<>\\^`{|}", kIllegal);
+  add("%", kPercent);
+  add("[]", kBracket);
+  add("#", kHash);
+  add("?", kQuestion);
+  add("/", kSlash);
+  add("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789+-.", kSchemeCharacter);
+  add("0123456789abcdefABCDEF", kHexDigit);
+  return classes;
+}();
+
+inline std::uint8_t classOf(char c) { return kClasses[static_cast<unsigned char>(c)]; }
+
+inline bool isLetter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
+
+/// Position of the ":" that ends the scheme, 0 without one (RFC 3986, section 3.1).
+inline std::size_t findSchemeEnd(std::string_view text) {
+  if (text.empty() || !isLetter(text[0])) return 0;
+  std::size_t at = 1;
+  while (at < text.size() && (classOf(text[at]) & kSchemeCharacter) != 0) ++at;
+  return at < text.size() && text[at] == ':' ? at : 0;
+}
+
+/// The first position from `at` on whose byte is of one of the classes, after checking the escapes
+/// on the way; the size when there is none, std::string_view::npos after an illegal byte.
+inline std::size_t findEnd(std::string_view text, std::size_t at, std::uint8_t endClasses) {
+  const std::uint8_t stops = endClasses | kIllegal | kPercent;
+  for (; at < text.size(); ++at) {
+    const std::uint8_t bits = classOf(text[at]) & stops;
+    if (bits == 0) continue;
+    if ((bits & endClasses) != 0) return at;
+    if ((bits & kIllegal) != 0 || text.size() - at < 3 ||
+        (classOf(text[at + 1]) & classOf(text[at + 2]) & kHexDigit) == 0) {
+      return std::string_view::npos;
+    }
+    at += 2;
+  }
+  return at;
+}
+
+/// The text of a URL with the characters escaped that may stand in it but not where they stand:
+/// square brackets that do not begin or end a host, and "#" in a URL that has no parts.
+std::string escapeMisplaced(std::string_view text);
+
+}  // namespace korvane::urlcharacters
