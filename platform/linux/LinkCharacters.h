@@ -40,10 +40,10 @@ std::string lowercase(std::string_view ascii);
 // templates and which come out percent-encoded.
 inline constexpr auto asciiLinkCharacters = [] {
   std::array<bool, 128> table{};
-  for (int c = 0; c < 128; ++c)
-    table[static_cast<std::size_t>(c)] = isAlphanumeric(static_cast<char>(c));
-  for (const char c : std::string_view("-._~:/?#[]@!$&'()*+,;=%{}"))
-    table[static_cast<std::size_t>(c)] = true;
+  for (std::size_t c = 0; c < table.size(); ++c) table[c] = isAlphanumeric(static_cast<char>(c));
+  for (const char c : std::string_view("-._~:/?#[]@!$&'()*+,;=%{}")) {
+    table[static_cast<unsigned char>(c)] = true;
+  }
   return table;
 }();
 
