@@ -44,6 +44,21 @@ TEST(NSString, IntegerValue) {
   for (const auto& [text, value] : rows) EXPECT_EQ(integerValue(text), value) << text;
 }
 
+TEST(NSString, ReplacingDecimalDigits) {
+  const std::pair<std::string_view, std::string_view> rows[] = {
+      {"", ""},
+      {"a1é", "a1é"},
+      {"٠١٢٣٤٥٦٧٨٩", "0123456789"},
+      {"۲۰۲۶-०१", "2026-01"},
+      {"０９：", "09："},
+      {"\U0001D7CE\U0001D7D7\U0001D7D8\U0001D7FF", "0909"},
+      {"\U0001FBF9\U0001FBFA", "9\U0001FBFA"},
+      {"²Ⅷ½", "²Ⅷ½"},  // numbers, but no decimal digits
+      {"\xFF\xD9", "\xFF\xD9"},
+  };
+  for (const auto& [text, want] : rows) EXPECT_EQ(stringByReplacingDecimalDigits(text), want);
+}
+
 TEST(NSString, DoubleValue) {
   const std::pair<std::string_view, double> rows[] = {
       {"", 0},
