@@ -4,6 +4,7 @@
 
 #include "platform/NSException.h"
 #include "urlutils/PercentEncoding.h"
+#include "urlutils/QueryStrings.h"
 #include "urlutils/RequestUtils.h"
 
 // Queries as dictionaries: writing, reading and merging their parameters.
@@ -158,8 +159,7 @@ std::string URLQueryWithParameters(const Dictionary& parameters, URLQueryFlags o
 
 Dictionary URLQueryParametersWithOptions(std::string_view subject, URLQueryFlags options) {
   Reader reader(options);
-  const std::optional<std::string> query = URLQuery(subject);
-  if (query) reader.read(*query);
+  if (const auto query = queryInside(subject)) reader.read(*query);
   return reader.takeParameters();
 }
 
@@ -170,9 +170,9 @@ Dictionary URLQueryParameters(std::string_view subject, URLQueryFlags options) {
 std::string stringByMergingURLQuery(std::string_view subject, std::string_view query,
                                     URLQueryFlags options) {
   const URLQueryFlags mode = modeOf(options, URLQueryModeKeepLast);
-  const std::optional<std::string> incoming = URLQuery(query);
+  const std::optional<std::string_view> incoming = queryInside(query);
   if (!incoming || incoming->empty()) return std::string(subject);
-  const std::optional<std::string> existing = URLQuery(subject);
+  const std::optional<std::string_view> existing = queryInside(subject);
   if (!existing || existing->empty()) return stringByAppendingURLQuery(subject, *incoming);
 
   // Reading finds the query of a query: one that holds a "?" loses what precedes it.

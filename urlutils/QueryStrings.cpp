@@ -1,3 +1,5 @@
+#include "urlutils/QueryStrings.h"
+
 #include <algorithm>
 
 #include "platform/NSException.h"
@@ -9,16 +11,15 @@ namespace {
 
 constexpr std::size_t npos = std::string_view::npos;
 
-// The query of rangeOfURLQuery without its "?"; absent without one.
-std::optional<std::string_view> queryOf(std::string_view subject) {
+}  // namespace
+
+std::optional<std::string_view> queryInside(std::string_view subject) {
   const URLQueryRange range = rangeOfURLQuery(subject);
   if (range.location == URLQueryRange::notFound) return std::nullopt;
   std::string_view query = subject.substr(range.location, range.length);
   if (query.starts_with('?')) query.remove_prefix(1);
   return query;
 }
-
-}  // namespace
 
 URLQueryRange rangeOfURLQuery(std::string_view subject) {
   const std::size_t end = std::min(subject.find('#'), subject.size());
@@ -34,7 +35,7 @@ URLQueryRange rangeOfURLQuery(std::string_view subject) {
 }
 
 std::optional<std::string> URLQuery(std::string_view subject) {
-  const std::optional<std::string_view> query = queryOf(subject);
+  const std::optional<std::string_view> query = queryInside(subject);
   if (!query) return std::nullopt;
   return std::string(*query);
 }
@@ -61,7 +62,7 @@ std::string stringByAppendingURLQuery(std::string_view subject,
   std::string result;
   result.reserve(subject.size() + query->size() + 1);
   result += base;
-  const std::optional<std::string_view> existing = queryOf(base);
+  const std::optional<std::string_view> existing = queryInside(base);
   if (!existing) {
     result += '?';
   } else if (!existing->empty()) {
