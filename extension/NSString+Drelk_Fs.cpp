@@ -33,11 +33,15 @@ std::string Drelk_Fs::GetGoodPath(std::string_view name, std::string_view folder
 
   const auto files = NSFileManager::defaultManager();
   const std::string start = std::string(folder) + "/";
+  std::string path;
   std::string suffix;
   for (std::uint64_t counter = 1;; ++counter) {
     const std::size_t room =
         kMaximumName - std::min(kMaximumName, extension.size() + suffix.size());
-    const std::string path = start + std::string(shortened(base, room)) + suffix + extension;
+    path = start;
+    path += shortened(base, room);
+    path += suffix;
+    path += extension;
     if (!files->fileExistsAtPath(path)) return path;
     suffix = stringWithFormat("_%lu", counter);
   }

@@ -5,7 +5,6 @@
 
 #include <cstdlib>
 #include <filesystem>
-#include <memory>
 #include <system_error>
 
 namespace korvane {
@@ -79,17 +78,19 @@ std::string normalisedPath(std::string_view path) {
 ContainerRoot::ContainerRoot() : ContainerRoot(defaultPath()) {}
 
 ContainerRoot::ContainerRoot(const std::optional<std::string>& path) {
-  if (path && path->starts_with('/')) path_ = normalisedPath(*path);
+  if (!path || !path->starts_with('/')) return;
+  path_ = normalisedPath(*path);
+  // What does not exist yet cannot be a link.
+  std::error_code error;
+  resolved_ = std::filesystem::weakly_canonical(*path_, error).string();
+  if (error) resolved_ = *path_;
 }
 
 std::optional<std::string> ContainerRoot::relativePath(std::string_view itemPath) const {
   if (!path_) return std::nullopt;
   const std::string item = normalisedPath(itemPath);
   if (auto relative = relativeTo(*path_, item)) return relative;
-  const std::unique_ptr<char, decltype(&std::free)> resolved(::realpath(path_->c_str(), nullptr),
-                                                             &std::free);
-  if (!resolved) return std::nullopt;
-  return relativeTo(resolved.get(), item);
+  return relativeTo(resolved_, item);
 }
 
 }  // namespace korvane

@@ -34,11 +34,12 @@ class KORVANE_EXPORT ContainerRoot {
 
   /// The path of an item relative to the container: "SharedData/Share", "" for the container
   /// itself, nothing for an item outside. An item is inside when its normalised path begins with
-  /// the container's or with what the container's resolves to.
+  /// the container's or with what that resolved to, links followed, when this was made.
   std::optional<std::string> relativePath(std::string_view itemPath) const;
 
  private:
   std::optional<std::string> path_;
+  std::string resolved_;
 };
 
 }  // namespace korvane

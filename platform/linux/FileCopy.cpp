@@ -149,7 +149,8 @@ class FolderCopy {
         leave();
         continue;
       }
-      copyEntry(std::move(level.entries[level.next++]));
+      const Entry entry = std::move(level.entries[level.next++]);  // entering moves the level
+      copyEntry(entry);
     }
   }
 
@@ -183,7 +184,7 @@ class FolderCopy {
     return status;
   }
 
-  void copyEntry(Entry entry) {
+  void copyEntry(const Entry& entry) {
     const std::size_t pathLength = path_.size();
     path_ += "/" + entry.name;
     if (entriesLeft_-- == 0) throw FileFailure{E2BIG, path_, "the folder holds too much"};
@@ -200,7 +201,8 @@ class FolderCopy {
     const FileDescriptor made(::openat(target_.get(), entry.name.c_str(),
                                        O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
                                        S_IRUSR | S_IWUSR));
-    if (!made || ::fchmod(made.get(), S_IRUSR | S_IWUSR) != 0) throw FileFailure{errno, path_};
+    if (!made) throw FileFailure{errno, path_};
+    makePrivate(made.get(), path_);
     copyContent(item, made.get(), path_);
     path_.resize(pathLength);
   }

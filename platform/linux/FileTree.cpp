@@ -59,7 +59,7 @@ std::string removeFilesUpToFolder(int folder, const std::string& path) {
 
   errno = 0;
   while (const dirent* entry = ::readdir(entries.get())) {
-    const std::string name = entry->d_name;
+    std::string name = entry->d_name;
     if (name == "." || name == "..") continue;
     bool isFolder = entry->d_type == DT_DIR;
     if (entry->d_type == DT_UNKNOWN) {
@@ -69,7 +69,8 @@ std::string removeFilesUpToFolder(int folder, const std::string& path) {
     }
     if (isFolder) return name;
     if (::unlinkat(folder, name.c_str(), 0) != 0 && errno != ENOENT) {
-      throw FileFailure{errno, path + "/" + name};
+      const int code = errno;
+      throw FileFailure{code, (path + "/").append(name)};
     }
     errno = 0;
   }
@@ -155,6 +156,16 @@ FileDescriptor openPrivateFolder(int folder, const std::string& name, const std:
   return opened;
 }
 
+void makePrivate(int file, const std::string& path) {
+  constexpr mode_t kPrivate = S_IRUSR | S_IWUSR;
+  struct stat status = {};
+  if (::fstat(file, &status) != 0) throw FileFailure{errno, path};
+  // Looking costs less than a change of the inode.
+  if ((status.st_mode & 07777) != kPrivate && ::fchmod(file, kPrivate) != 0) {
+    throw FileFailure{errno, path};
+  }
+}
+
 void removeEntry(int folder, const std::string& name, const std::string& path) {
   struct stat status = {};
   if (::fstatat(folder, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
@@ -181,8 +192,8 @@ UnfinishedEntry::UnfinishedEntry(const FilePlace& place, Kind kind)
   try {
     if (kind == Kind::folder) {
       descriptor_ = openPrivateFolder(folder, name_, place.path);
-    } else if (::fchmod(descriptor_.get(), S_IRUSR | S_IWUSR) != 0) {
-      throw FileFailure{errno, place.path};
+    } else {
+      makePrivate(descriptor_.get(), place.path);
     }
   } catch (...) {
     remove();

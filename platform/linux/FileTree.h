@@ -33,6 +33,9 @@ struct FilePlace {
 /// Opens an entry of a folder that is a folder itself, and makes its mode 0700. Never a link.
 FileDescriptor openPrivateFolder(int folder, const std::string& name, const std::string& path);
 
+/// Gives a file that was just made mode 0600 where the process's mask took some of it.
+void makePrivate(int file, const std::string& path);
+
 /// Removes an entry of a folder, with all it holds if it is a folder. Links are removed, not
 /// followed; folders that deny their owner access are opened up first. The depth has no bound and
 /// costs no descriptors. Throws FileFailure.
