@@ -194,7 +194,7 @@ class RequestBuilder final : public nlohmann::json_sax<Json> {
     return text;
   }
 
-  [[noreturn]] void fail(std::string what) const {
+  [[noreturn]] void fail(const std::string& what) const {
     std::string where = place();
     if (where.ends_with('.')) where.pop_back();
     throw InputError(where.empty() ? what : where + ": " + what);
