@@ -22,8 +22,7 @@ std::vector<std::shared_ptr<Record>> makeRecords(std::optional<List> elements) {
   if (!elements) return records;
   records.reserve(elements->size());
   for (Value& element : *elements) {
-    const Value taken = std::move(element);
-    records.push_back(std::make_shared<Record>(taken));
+    records.push_back(std::make_shared<Record>(std::exchange(element, Value())));
   }
   return records;
 }

@@ -24,7 +24,9 @@ class KORVANE_EXPORT ExtensionAddress {
   /// default ("No Mail", not translated, for "mail"; "" for the names; 0 for "rank"), and a value
   /// that cannot be read ends the reading with the log line "ExtensionAddress initWithDictonary …"
   /// and leaves the fields from there on unset.
-  explicit ExtensionAddress(const Value& dictionary) { initWithDictonary(dictionary); }
+  explicit ExtensionAddress(const Value& dictionary) : ExtensionAddress(Value(dictionary)) {}
+  /// The same; takes the texts out of the dictionary where no copy shares it.
+  explicit ExtensionAddress(Value&& dictionary);
 
   /// The reading itself, on a contact whose fields are unset.
   void initWithDictonary(const Value& dictionary);
@@ -52,6 +54,9 @@ class KORVANE_EXPORT ExtensionAddress {
   std::string prettyprint() const;
 
  private:
+  template <class Source, class Store>
+  void read(Source& dictionary, Store store);
+
   Property<Value> mail_;
   Property<Value> firstName_;
   Property<Value> lastName_;

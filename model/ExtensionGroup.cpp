@@ -12,7 +12,8 @@ Value noName() { return localizedText("No Name"); }
 
 }  // namespace
 
-void ExtensionGroup::initWithDictonary(const Value& dictionary) {
+template <class Source>
+void ExtensionGroup::read(Source& dictionary) {
   try {
     idx_.set(valueForKey(dictionary, "idx", emptyText));
     name_.set(valueForKey(dictionary, "name", noName));
@@ -22,6 +23,13 @@ void ExtensionGroup::initWithDictonary(const Value& dictionary) {
     NSLog("ExtensionGroup initWithDictonary %@", exception);
   }
 }
+
+ExtensionGroup::ExtensionGroup(Value&& dictionary) {
+  UsedDictionary used(std::move(dictionary));
+  read(used);
+}
+
+void ExtensionGroup::initWithDictonary(const Value& dictionary) { read(dictionary); }
 
 std::string ExtensionGroup::description() const {
   return stringWithFormat("ExtensionGroup %@", name());

@@ -32,6 +32,8 @@ class KORVANE_EXPORT ExtensionGroup {
   /// cannot be read ends the reading with the log line "ExtensionGroup initWithDictonary …" and
   /// leaves the fields from there on as they are.
   explicit ExtensionGroup(const Value& dictionary) { initWithDictonary(dictionary); }
+  /// The same; takes the texts and members out of the dictionary where no copy shares it.
+  explicit ExtensionGroup(Value&& dictionary);
 
   /// The reading itself, on a group whose fields are unset.
   void initWithDictonary(const Value& dictionary);
@@ -51,6 +53,9 @@ class KORVANE_EXPORT ExtensionGroup {
   std::string prettyprint() const;
 
  private:
+  template <class Source>
+  void read(Source& dictionary);
+
   Property<Value> idx_;
   Property<Value> name_;
   Property<std::optional<Addresses>> addresses_;

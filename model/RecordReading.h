@@ -23,9 +23,20 @@ inline Value localizedText(std::string_view key) {
   return NSBundle::mainBundle()->localizedStringForKey(key, "", "");
 }
 
+/// A dictionary that is used up by reading each of its keys once: nothing is copied where nobody
+/// shares it, which matters with the contacts of a large address book.
+class UsedDictionary {
+ public:
+  explicit UsedDictionary(Value&& dictionary) : dictionary_(std::move(dictionary)) {}
+  Value objectForKey(std::string_view key) { return dictionary_.takeObjectForKey(key); }
+
+ private:
+  Value dictionary_;
+};
+
 /// The value under a key of the dictionary, whatever its kind, or `fallback()` where there is none.
-template <class Fallback>
-Value valueForKey(const Value& dictionary, std::string_view key, Fallback&& fallback) {
+template <class Source, class Fallback>
+Value valueForKey(Source& dictionary, std::string_view key, Fallback&& fallback) {
   Value value = dictionary.objectForKey(key);
   if (value.isAbsent()) return std::forward<Fallback>(fallback)();
   return value;
@@ -33,12 +44,12 @@ Value valueForKey(const Value& dictionary, std::string_view key, Fallback&& fall
 
 /// A record made of each element of a list; an absent list has none.
 template <class Record>
-std::vector<std::shared_ptr<Record>> recordsOfList(const Value& list) {
+std::vector<std::shared_ptr<Record>> recordsOfList(Value list) {
   std::vector<std::shared_ptr<Record>> records;
   if (list.isAbsent()) return records;
-  const List& elements = list.list();
+  List elements = std::move(list).takeList();
   records.reserve(elements.size());
-  for (const Value& element : elements) records.push_back(std::make_shared<Record>(element));
+  for (Value& element : elements) records.push_back(std::make_shared<Record>(std::move(element)));
   return records;
 }
 

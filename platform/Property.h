@@ -37,6 +37,9 @@ class Property {
     }
   }
 
+  /// Sets the value without a lock: in the making of a record, before another thread can know it.
+  void initialise(T value) { value_ = std::move(value); }
+
   /// Calls `change(T&)` while nobody else can read or write the field, and gives back what it
   /// returns. `change` must not touch this same Property.
   template <class Change>

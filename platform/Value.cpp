@@ -4,6 +4,7 @@
 #include <cstring>
 #include <limits>
 #include <new>
+#include <utility>
 
 #include "platform/NSException.h"
 #include "platform/NSImage.h"
@@ -100,8 +101,7 @@ const List& Value::list() const { return unbox<List>(Kind::list, "elements"); }
 const Dictionary& Value::dictionary() const { return unbox<Dictionary>(Kind::dictionary, "keys"); }
 List Value::takeList() && {
   const List& shared = list();
-  const bool unshared = payload_.node->references.load(std::memory_order_acquire) == 1;
-  List elements = unshared ? std::move(const_cast<List&>(shared)) : shared;
+  List elements = isUnshared() ? std::move(const_cast<List&>(shared)) : shared;
   *this = Value();
   return elements;
 }
@@ -119,6 +119,13 @@ Value Value::objectForKey(std::string_view key) const {
   if (kind_ == Kind::absent) return {};
   if (kind_ != Kind::dictionary) raise("keys");
   return dictionary().objectForKey(key);
+}
+
+Value Value::takeObjectForKey(std::string_view key) {
+  if (kind_ != Kind::dictionary || !isUnshared()) return objectForKey(key);
+  auto& own = static_cast<Box<Dictionary>*>(payload_.node)->content;
+  const std::size_t at = own.keys_.position(key);
+  return at == own.values_.size() ? Value() : std::exchange(own.values_[at], Value());
 }
 
 std::int64_t Value::integerValue() const {

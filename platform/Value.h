@@ -116,6 +116,9 @@ class KORVANE_EXPORT Value {
   /// The value under a key of a dictionary, absent when the key is missing or this value is absent.
   /// Raises for any other kind.
   Value objectForKey(std::string_view key) const;
+  /// The same; moves the value out of the dictionary, which then has an absent one there, where no
+  /// copy of this value shares it.
+  Value takeObjectForKey(std::string_view key);
 
   // Conversions of texts, numbers and booleans; the others raise. A text converts as the functions
   // of NSString.h tell. A fraction truncates; out of range gives the nearest limit.
@@ -150,6 +153,10 @@ class KORVANE_EXPORT Value {
            kind_ != Kind::date;
   }
   void destroy() noexcept;
+  /// Whether no copy shares what this value has; only for kinds that can be shared.
+  bool isUnshared() const noexcept {
+    return payload_.node->references.load(std::memory_order_acquire) == 1;
+  }
   template <class T>
   const T& unbox(Kind kind, const char* wanted) const;
   [[noreturn]] void raise(const char* wanted) const;
@@ -241,6 +248,8 @@ class KORVANE_EXPORT Dictionary {
   friend KORVANE_EXPORT bool operator==(const Dictionary& a, const Dictionary& b);
 
  private:
+  friend class Value;
+
   Keys keys_;
   List values_;
 };

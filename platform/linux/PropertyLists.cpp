@@ -1,12 +1,12 @@
 #include "platform/linux/PropertyLists.h"
 
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdint>
-#include <memory>
 #include <new>
 #include <utility>
 
@@ -19,28 +19,49 @@ namespace {
 
 enum class Links { follow, refuse };
 
-struct FileContent {
-  std::unique_ptr<char[]> bytes;
-  std::size_t size = 0;
-  std::string_view view() const { return {bytes.get(), size}; }
+// The bytes of a file, in memory that goes back to the system at once when they go: the heap would
+// keep as much beside everything that is made of them.
+class FileContent {
+ public:
+  /// Room for as many bytes, which must be more than none.
+  explicit FileContent(std::size_t room)
+      : memory_(::mmap(nullptr, room, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0)),
+        room_(room) {}
+  FileContent(FileContent&& other) noexcept
+      : memory_(std::exchange(other.memory_, MAP_FAILED)), room_(other.room_), size_(other.size_) {}
+  FileContent& operator=(FileContent&&) = delete;
+  ~FileContent() {
+    if (memory_ != MAP_FAILED) ::munmap(memory_, room_);
+  }
+
+  /// Reads up to the room's size. The file is read, not mapped: a mapped file that somebody
+  /// shortens ends the process.
+  bool readFrom(int file) {
+    if (memory_ == MAP_FAILED) return false;
+    while (size_ < room_) {
+      const ssize_t got = ::read(file, static_cast<char*>(memory_) + size_, room_ - size_);
+      if (got < 0 && errno == EINTR) continue;
+      if (got < 0) return false;
+      if (got == 0) break;
+      size_ += static_cast<std::size_t>(got);
+    }
+    return true;
+  }
+  std::string_view view() const { return {static_cast<const char*>(memory_), size_}; }
+
+ private:
+  void* memory_;
+  std::size_t room_;
+  std::size_t size_ = 0;
 };
 
-// The file is read, not mapped: a mapped file that somebody shortens ends the process.
 std::optional<FileContent> readAll(int file) {
   struct stat status {};
   if (::fstat(file, &status) != 0 || !S_ISREG(status.st_mode)) return std::nullopt;
-  if (static_cast<std::uintmax_t>(status.st_size) > kLargestPropertyList) return std::nullopt;
-  FileContent content;
-  const auto expected = static_cast<std::size_t>(status.st_size);
-  content.bytes.reset(new (std::nothrow) char[expected + 1]);
-  if (!content.bytes) return std::nullopt;
-  while (content.size < expected) {
-    const ssize_t got = ::read(file, content.bytes.get() + content.size, expected - content.size);
-    if (got < 0 && errno == EINTR) continue;
-    if (got < 0) return std::nullopt;
-    if (got == 0) break;
-    content.size += static_cast<std::size_t>(got);
-  }
+  const auto size = static_cast<std::uintmax_t>(status.st_size);
+  if (size == 0 || size > kLargestPropertyList) return std::nullopt;
+  FileContent content(static_cast<std::size_t>(size));
+  if (!content.readFrom(file)) return std::nullopt;
   return content;
 }
 
