@@ -68,7 +68,7 @@ TEST(Documents, CodeStandsInAnExample) {
 }
 
 TEST(Documents, LinksLeadToFiles) {
-  static const std::regex link(R"(\]\(([^)#:]+)(#[^)]*)?\))");
+  static const std::regex link(R"(\]\(([\w./+-]+)(#[^)]*)?\))");
   int links = 0;
   for (const fs::path& document : documents()) {
     const std::string text = contents(document);
