@@ -293,5 +293,33 @@ TEST(Dictionary, ListsOfKeysAreSharedUntilOneChanges) {
   EXPECT_THROW(Dictionary::Keys(List{5}), NSException);
 }
 
+TEST(Value, WhatNobodySharesIsTakenOut) {
+  Value dictionary = Dictionary{{"a", "text"}, {"b", 1}};
+  EXPECT_EQ(dictionary.takeObjectForKey("a"), "text");
+  EXPECT_TRUE(dictionary.takeObjectForKey("a").isAbsent());
+  EXPECT_TRUE(dictionary.takeObjectForKey("missing").isAbsent());
+  EXPECT_EQ(dictionary.objectForKey("b"), 1);
+  EXPECT_TRUE(Value().takeObjectForKey("a").isAbsent());
+  EXPECT_THROW(Value("text").takeObjectForKey("a"), NSException);
+
+  Value list = List{"x", 2};
+  EXPECT_EQ(std::move(list).takeList(), (List{"x", 2}));
+  EXPECT_THROW(Value(5).takeList(), NSException);
+  EXPECT_THROW(Value().takeList(), NSException);
+}
+
+TEST(Value, WhatIsSharedStaysWhole) {
+  Value dictionary = Dictionary{{"a", "text"}};
+  const Value other = dictionary;
+  EXPECT_EQ(dictionary.takeObjectForKey("a"), "text");
+  EXPECT_EQ(other, Value(Dictionary{{"a", "text"}}));
+  EXPECT_EQ(dictionary, other);
+
+  Value list = List{"x"};
+  const Value otherList = list;
+  EXPECT_EQ(std::move(list).takeList(), List{"x"});
+  EXPECT_EQ(otherList, Value(List{"x"}));
+}
+
 }  // namespace
 }  // namespace korvane
