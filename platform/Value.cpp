@@ -100,8 +100,12 @@ const NSData& Value::data() const { return unbox<NSData>(Kind::data, "bytes"); }
 const List& Value::list() const { return unbox<List>(Kind::list, "elements"); }
 const Dictionary& Value::dictionary() const { return unbox<Dictionary>(Kind::dictionary, "keys"); }
 List Value::takeList() && {
-  const List& shared = list();
-  List elements = isUnshared() ? std::move(const_cast<List&>(shared)) : shared;
+  List elements;
+  if (kind_ == Kind::list && isUnshared()) {
+    elements.swap(static_cast<Box<List>*>(payload_.node)->content);
+  } else {
+    elements = list();
+  }
   *this = Value();
   return elements;
 }

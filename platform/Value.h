@@ -135,6 +135,8 @@ class KORVANE_EXPORT Value {
   friend KORVANE_EXPORT bool operator==(const Value& a, const Value& b);
 
  private:
+  friend class StockedValue;
+
   struct Node {
     std::atomic<std::uint32_t> references{1};
   };
@@ -164,6 +166,52 @@ class KORVANE_EXPORT Value {
   Kind kind_ = Kind::absent;
   bool real_ = false;
   Payload payload_{};
+};
+
+/// A value that one thread copies many times. References are taken in advance, so that most copies
+/// need no atomic operation; they are values like any other.
+class KORVANE_EXPORT StockedValue {
+ public:
+  StockedValue() noexcept = default;
+  StockedValue(const StockedValue&) = delete;
+  StockedValue& operator=(const StockedValue&) = delete;
+  ~StockedValue() { clear(); }
+
+  const Value& value() const noexcept { return value_; }
+  void set(Value value) noexcept {
+    clear();
+    value_ = std::move(value);
+    if (!value_.isShared() || !value_.isUnshared()) return;
+    stock_ = kStock;
+    value_.payload_.node->references.store(1 + kStock, std::memory_order_relaxed);
+  }
+  Value copy() noexcept {
+    if (!value_.isShared()) return value_;
+    if (stock_ == 0) {
+      stock_ = kStock;
+      value_.payload_.node->references.fetch_add(kStock, std::memory_order_relaxed);
+    }
+    --stock_;
+    return Value(value_.kind_, value_.payload_.node);
+  }
+
+ private:
+  static constexpr std::uint32_t kStock = 64;
+
+  // Gives back the stock together with the value's own reference.
+  void clear() noexcept {
+    if (stock_ > 0) {
+      const std::uint32_t all = std::exchange(stock_, 0) + 1;
+      if (value_.payload_.node->references.fetch_sub(all, std::memory_order_acq_rel) == all) {
+        value_.destroy();
+      }
+      value_.kind_ = Value::Kind::absent;
+    }
+    value_ = Value();
+  }
+
+  Value value_;
+  std::uint32_t stock_ = 0;
 };
 
 /// Text keys and their values, in the order in which the keys were first set. Copying copies the

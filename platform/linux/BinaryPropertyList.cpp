@@ -52,25 +52,6 @@ std::uint64_t bigEndian(const unsigned char* bytes, std::size_t width) {
   }
 }
 
-std::string utf8OfUTF16(const unsigned char* bytes, std::size_t units) {
-  std::string text;
-  text.reserve(units);
-  const auto unit = [&](std::size_t i) {
-    return static_cast<std::uint32_t>(bytes[2 * i] << 8 | bytes[2 * i + 1]);
-  };
-  for (std::size_t i = 0; i < units; ++i) {
-    std::uint32_t code = unit(i);
-    const bool isHigh = code >= 0xD800 && code < 0xDC00;
-    if (isHigh && i + 1 < units && (unit(i + 1) & 0xFC00) == 0xDC00) {
-      code = 0x10000 + ((code - 0xD800) << 10) + (unit(++i) - 0xDC00);
-    } else if (code >= 0xD800 && code < 0xE000) {
-      code = 0xFFFD;
-    }
-    appendUTF8(code, text);
-  }
-  return text;
-}
-
 // What an object costs where each of its occurrences is paid for, in units of 16 bytes, and how
 // many lists and dictionaries are inside one another.
 struct Cost {
@@ -80,13 +61,18 @@ struct Cost {
 };
 constexpr Cost kScalarCost{.units = 1};
 
+// What is known of an object: the value of a text, data, list or dictionary that was read.
+struct Known {
+  StockedValue value;
+  Cost cost;  // of a list or dictionary
+};
+
 class BinaryReader {
  public:
   explicit BinaryReader(std::string_view bytes)
       : begin_(reinterpret_cast<const unsigned char*>(bytes.data())), size_(bytes.size()) {
     readTrailer();
-    values_.resize(objects_);
-    costs_.resize(objects_);
+    known_ = std::vector<Known>(objects_);
     bytesLeft_ = 4 * size_ + 65536;
     greatestCost_ = std::min<std::uint64_t>(10 * size_ + (std::uint64_t{4} << 20),
                                             std::numeric_limits<std::uint32_t>::max());
@@ -192,8 +178,8 @@ class BinaryReader {
 
   // Reads an object into the innermost open container, or opens it.
   void readObject(std::uint64_t object) {
-    const Value& known = values_[object];
-    if (known.isText() || known.isData()) return add(known, kScalarCost);
+    StockedValue& known = known_[object].value;
+    if (known.value().isText() || known.value().isData()) return add(known.copy(), kScalarCost);
     const unsigned char* const at = begin(object);
     switch (*at & 0xF0) {
       case 0x00:
@@ -209,19 +195,19 @@ class BinaryReader {
       case 0x40:
       case 0x50:
       case 0x60:
-        values_[object] = bytesObject(at);
-        return add(values_[object], kScalarCost);
+        known.set(bytesObject(at));
+        return add(known.copy(), kScalarCost);
       default:
         return readContainer(object, at);
     }
   }
 
   void readContainer(std::uint64_t object, const unsigned char* at) {
-    Cost& cost = costs_[object];
+    auto& [known, cost] = known_[object];
     if (cost.isOpen) refuse();
-    if (!values_[object].isAbsent()) {
+    if (!known.value().isAbsent()) {
       if (open_.size() + cost.depth > kDeepestPropertyList) refuse();
-      return add(values_[object], cost);
+      return add(known.copy(), cost);
     }
     if (open_.size() == kDeepestPropertyList) refuse();
     Container container{.object = object,
@@ -233,8 +219,8 @@ class BinaryReader {
     switch (*at & 0xF0) {
       case 0x80:
         cost = {.units = 16, .depth = 1};
-        values_[object] = uid(at);
-        return add(values_[object], cost);
+        known.set(uid(at));
+        return add(known.copy(), cost);
       case 0xA0:
       case 0xC0: {  // a set, whose members are in some order too
         const Content members = content(at, referenceWidth_);
@@ -296,14 +282,14 @@ class BinaryReader {
   }
 
   const Value& readKey(std::uint64_t object) {
-    Value& key = values_[object];
-    if (key.isAbsent()) {
+    StockedValue& key = known_[object].value;
+    if (key.value().isAbsent()) {
       const unsigned char* const at = begin(object);
       if ((*at & 0xF0) != 0x50 && (*at & 0xF0) != 0x60) refuse();
-      key = bytesObject(at);
+      key.set(bytesObject(at));
     }
-    if (!key.isText()) refuse();
-    return key;
+    if (!key.value().isText()) refuse();
+    return key.value();
   }
 
   void endContainer() {
@@ -311,10 +297,11 @@ class BinaryReader {
     Value value = last.keys ? Value(Dictionary(last.keys->keys, std::move(last.values)))
                             : Value(std::move(last.values));
     const Cost cost{.units = static_cast<std::uint32_t>(last.units), .depth = last.depth};
-    costs_[last.object] = cost;
-    values_[last.object] = value;
+    Known& known = known_[last.object];
+    known.cost = cost;
+    known.value.set(std::move(value));
     open_.pop_back();
-    add(std::move(value), cost);
+    add(known.value.copy(), cost);
   }
 
   void add(Value value, const Cost& cost) {
@@ -389,8 +376,7 @@ class BinaryReader {
   std::uint64_t bytesLeft_ = 0;
   std::uint64_t greatestCost_ = 0;
 
-  List values_;              // of texts, data, lists and dictionaries that were read, by object
-  std::vector<Cost> costs_;  // of the lists and dictionaries among them
+  std::vector<Known> known_;  // by object
   std::vector<Container> open_;
   std::map<std::string_view, KeyList> keyLists_;  // by the bytes of their references
   std::map<std::string_view, KeyList>::iterator latestKeys_ = keyLists_.end();

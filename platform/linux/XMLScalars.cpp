@@ -148,7 +148,7 @@ std::optional<Value> dateOfXML(std::string_view text) {
     return std::nullopt;
   }
   const std::int64_t seconds =
-      daysFrom1970(year, month, day) * 86400 + hour * 3600 + minute * 60 + second;
+      daysFrom1970(year, month, day) * 86400 + ((std::int64_t{hour} * 60) + minute) * 60 + second;
   return Value(NSDate{static_cast<double>(seconds)});
 }
 
@@ -156,10 +156,10 @@ std::optional<Value> dataOfXML(std::string_view text) {
   static constexpr std::string_view kAlphabet =
       "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
   static constexpr auto kValues = [] {
-    std::array<std::int8_t, 256> values{};
+    std::array<int, 256> values{};
     values.fill(-1);
     for (std::size_t i = 0; i < kAlphabet.size(); ++i) {
-      values[static_cast<unsigned char>(kAlphabet[i])] = static_cast<std::int8_t>(i);
+      values[static_cast<unsigned char>(kAlphabet[i])] = static_cast<int>(i);
     }
     values['='] = 0;
     return values;

@@ -321,5 +321,41 @@ TEST(Value, WhatIsSharedStaysWhole) {
   EXPECT_EQ(otherList, Value(List{"x"}));
 }
 
+TEST(StockedValue, CopiesOutliveItAndEachOther) {
+  std::vector<Value> copies;
+  Value shared = "shared before";
+  {
+    StockedValue text;
+    EXPECT_TRUE(text.copy().isAbsent());
+    text.set("a text");
+    for (int i = 0; i < 1000; ++i) copies.push_back(text.copy());
+    StockedValue number;
+    number.set(5);
+    EXPECT_EQ(number.copy(), 5);
+    StockedValue other;
+    other.set(shared);
+    for (int i = 0; i < 100; ++i) EXPECT_EQ(other.copy(), shared);
+    copies.push_back(other.copy());
+    text.set("another");
+    EXPECT_EQ(text.copy(), "another");
+  }
+  for (int i = 0; i < 1000; ++i) EXPECT_EQ(copies[static_cast<std::size_t>(i)], "a text");
+  EXPECT_EQ(copies[1000], "shared before");
+  EXPECT_EQ(shared, "shared before");
+}
+
+TEST(StockedValue, TheLastCopyIsUnshared) {
+  Value copy;
+  {
+    StockedValue dictionary;
+    dictionary.set(Dictionary{{"a", 1}});
+    copy = dictionary.copy();
+    EXPECT_EQ(copy.takeObjectForKey("a"), 1);
+    EXPECT_EQ(copy.objectForKey("a"), 1) << "it was shared";
+  }
+  EXPECT_EQ(copy.takeObjectForKey("a"), 1);
+  EXPECT_TRUE(copy.objectForKey("a").isAbsent());
+}
+
 }  // namespace
 }  // namespace korvane
