@@ -248,8 +248,17 @@ class BinaryReader {
   void readMembers() {
     const std::size_t depth = open_.size();
     Container& container = open_.back();
+    const bool isPlain = !container.keys || container.keys->comesAgain.empty();
     while (container.next < container.count) {
-      readObject(reference(container.members, container.next++));
+      const std::uint64_t object = reference(container.members, container.next++);
+      // The quick way for most members: a text that was met before.
+      StockedValue& known = known_[object].value;
+      if (isPlain && known.value().isText()) {
+        container.values.push_back(known.copy());
+        container.units += kScalarCost.units;
+        continue;
+      }
+      readObject(object);
       if (open_.size() != depth) return;
     }
     endContainer();
@@ -294,6 +303,7 @@ class BinaryReader {
 
   void endContainer() {
     Container& last = open_.back();
+    if (last.units > greatestCost_) refuse();
     Value value = last.keys ? Value(Dictionary(last.keys->keys, std::move(last.values)))
                             : Value(std::move(last.values));
     const Cost cost{.units = static_cast<std::uint32_t>(last.units), .depth = last.depth};

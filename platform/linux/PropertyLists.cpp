@@ -25,7 +25,8 @@ class FileContent {
  public:
   /// Room for as many bytes, which must be more than none.
   explicit FileContent(std::size_t room)
-      : memory_(::mmap(nullptr, room, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0)),
+      : memory_(::mmap(nullptr, room, PROT_READ | PROT_WRITE,
+                       MAP_PRIVATE | MAP_ANONYMOUS | MAP_POPULATE, -1, 0)),
         room_(room) {}
   FileContent(FileContent&& other) noexcept
       : memory_(std::exchange(other.memory_, MAP_FAILED)), room_(other.room_), size_(other.size_) {}
