@@ -176,7 +176,10 @@ void ExtensionUtilities::GetItemForExtension(std::shared_ptr<NSExtensionContext>
                  [context = std::move(context), service = std::string(service),
                   completion = std::move(completion)] {
                    const auto share = std::make_shared<Share>(service);
-                   extract(share, context ? context->inputItems() : std::vector<NSExtensionItem>());
+                   guarded("job", [&] {
+                     static const std::vector<NSExtensionItem> kNone;
+                     extract(share, context ? context->inputItems() : kNone);
+                   });
                    if (completion) completion(share->message, std::nullopt);
                  });
 }

@@ -2,6 +2,9 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <iterator>
+#include <unordered_set>
+#include <vector>
 
 #include "platform/NSFileManager.h"
 #include "platform/NSFormat.h"
@@ -12,6 +15,9 @@ namespace {
 
 // What file systems allow in one component of a path, in bytes.
 constexpr std::size_t kMaximumName = 255;
+
+// As many candidates are asked for one by one before the whole folder is read.
+constexpr std::uint64_t kFewCandidates = 8;
 
 /// The text cut to a number of bytes, at the end of a UTF-8 character.
 std::string_view shortened(std::string_view text, std::size_t size) {
@@ -32,17 +38,26 @@ std::string Drelk_Fs::GetGoodPath(std::string_view name, std::string_view folder
   }
 
   const auto files = NSFileManager::defaultManager();
-  const std::string start = std::string(folder) + "/";
-  std::string path;
+  std::string candidate;
   std::string suffix;
+  std::unordered_set<std::string> taken;
   for (std::uint64_t counter = 1;; ++counter) {
     const std::size_t room =
         kMaximumName - std::min(kMaximumName, extension.size() + suffix.size());
-    path = start;
-    path += shortened(base, room);
-    path += suffix;
-    path += extension;
-    if (!files->fileExistsAtPath(path)) return path;
+    candidate = shortened(base, room);
+    candidate += suffix;
+    candidate += extension;
+    if (!taken.contains(candidate)) {
+      std::string path(folder);
+      path += '/';
+      path += candidate;
+      if (!files->fileExistsAtPath(path)) return path;
+      if (counter == kFewCandidates) {
+        // Many pictures have one name: from here on the folder tells which candidates are taken.
+        std::vector<std::string> names = files->contentsOfDirectoryAtPath(folder);
+        taken.insert(std::make_move_iterator(names.begin()), std::make_move_iterator(names.end()));
+      }
+    }
     suffix = stringWithFormat("_%lu", counter);
   }
 }

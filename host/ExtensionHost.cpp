@@ -23,11 +23,9 @@ class WatchedQueue : public DispatchQueue {
       if (background) ++counts_->background;
     }
     queue_->async(priority, [counts = counts_, background, job = std::move(job)]() mutable {
-      job();
-      job = nullptr;  // what the job holds goes before it counts as ended
-      std::lock_guard lock(counts->mutex);
-      --counts->all;
-      if (background && --counts->background == 0) counts->changed.notify_all();
+      const Ending ending(*counts, background);              // however the job ends
+      const std::function<void()> running = std::move(job);  // gone before it counts as ended
+      running();
     });
   }
 
@@ -47,6 +45,21 @@ class WatchedQueue : public DispatchQueue {
     std::condition_variable changed;
     std::size_t all = 0;
     std::size_t background = 0;
+  };
+  class Ending {
+   public:
+    Ending(Counts& counts, bool background) : counts_(counts), background_(background) {}
+    ~Ending() {
+      std::lock_guard lock(counts_.mutex);
+      --counts_.all;
+      if (background_ && --counts_.background == 0) counts_.changed.notify_all();
+    }
+    Ending(const Ending&) = delete;
+    Ending& operator=(const Ending&) = delete;
+
+   private:
+    Counts& counts_;
+    bool background_;
   };
   std::shared_ptr<DispatchQueue> queue_;
   std::shared_ptr<Counts> counts_ = std::make_shared<Counts>();

@@ -219,7 +219,10 @@ void SerialQueue::async(std::function<void()> job) {
         const std::function<void()> next = std::move(state->jobs.front());
         state->jobs.pop_front();
         lock.unlock();
-        next();
+        try {
+          next();
+        } catch (...) {  // no memory, say: the next one may fit
+        }
       }
       lock.lock();
     }

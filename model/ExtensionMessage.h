@@ -123,7 +123,8 @@ class KORVANE_EXPORT ExtensionMessage {
   /// "ExtensionMessage " and the subject.
   std::string description() const;
 
-  /// The same record, or one with the same `messageId` and `account`. Absent ones equal nothing.
+  /// The same record, or one with the same `messageId` and `account`, compared as the values they
+  /// are. Absent ones equal nothing.
   bool isEqualToModel(const ExtensionMessage& other) const;
   /// The same; false for nothing.
   bool isEqual(const ExtensionMessage* other) const;

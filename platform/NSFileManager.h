@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "platform/Export.h"
 #include "platform/NSError.h"
@@ -15,8 +16,9 @@ namespace korvane {
 /// Files and folders; a service of the Platform. Any thread may call.
 ///
 /// An operation that fails returns false and puts the failure into `error`; one that succeeds
-/// returns true and leaves `error` as it was, a failure of an earlier call included. Paths are bytes
-/// as the file system has them. What it creates only the user can read (files 0600, folders 0700).
+/// returns true and leaves `error` as it was, a failure of an earlier call included. Paths are
+/// bytes as the file system has them. What it creates only the user can read (files 0600, folders
+/// 0700).
 class KORVANE_EXPORT NSFileManager {
  public:
   virtual ~NSFileManager() = default;
@@ -49,6 +51,12 @@ class KORVANE_EXPORT NSFileManager {
   virtual bool fileExistsAtPath(std::string_view path) = 0;
   /// Whether a folder is at the path (links are followed).
   virtual bool directoryExistsAtPath(std::string_view path) = 0;
+
+  /// The names of what a folder holds, in no order; none where there is no such folder or it cannot
+  /// be read.
+  virtual std::vector<std::string> contentsOfDirectoryAtPath(std::string_view /*path*/) {
+    return {};
+  }
 
   /// Writes data so that the whole of it appears under the path at once, or nothing does. An
   /// existing file is replaced.

@@ -62,6 +62,10 @@ off_t copyRange(int source, int target, off_t offset, off_t end, const std::stri
   return offset;
 }
 
+FileFailure shortened(const std::string& path) {
+  return {EIO, path, "became shorter while it was being copied"};
+}
+
 }  // namespace
 
 OpenedItem openItem(int folder, const std::string& name, const std::string& path, Links links) {
@@ -102,7 +106,7 @@ void copyContent(const OpenedItem& source, int target, const std::string& path) 
   if (::ioctl(target, FICLONE, from) == 0) return;
 
   if (source.status.st_blocks >= size / 512) {
-    copyRange(from, target, 0, size, path);
+    if (copyRange(from, target, 0, size, path) < size) throw shortened(path);
     return;
   }
   // There are holes: only what lies between them is copied.
@@ -122,7 +126,7 @@ void copyContent(const OpenedItem& source, int target, const std::string& path) 
     const off_t hole = ::lseek(from, data, SEEK_HOLE);
     const off_t stop = hole < 0 ? size : std::min(hole, size);
     end = copyRange(from, target, data, stop, path);
-    if (end < stop) break;  // it has become shorter
+    if (end < stop) throw shortened(path);
     offset = stop;
   }
   if (::ftruncate(target, end) != 0) throw FileFailure{errno, path};

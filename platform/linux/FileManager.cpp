@@ -1,10 +1,12 @@
 #include "platform/linux/FileManager.h"
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <memory>
 #include <utility>
 
 #include "platform/linux/FileCopy.h"
@@ -159,6 +161,26 @@ bool FileManager::directoryExistsAtPath(std::string_view path) {
   } catch (const FileFailure&) {
     return false;
   }
+}
+
+std::vector<std::string> FileManager::contentsOfDirectoryAtPath(std::string_view path) {
+  std::vector<std::string> names;
+  try {
+    const FilePlace place = locate(path);
+    const int follow = place.links == Links::followed ? 0 : O_NOFOLLOW;
+    FileDescriptor folder(::openat(place.folder.get(), place.name.c_str(),
+                                   O_RDONLY | O_DIRECTORY | O_CLOEXEC | follow));
+    if (!folder) return names;
+    const std::unique_ptr<DIR, int (*)(DIR*)> stream(::fdopendir(folder.get()), &::closedir);
+    if (!stream) return names;
+    folder.release();
+    while (const dirent* entry = ::readdir(stream.get())) {
+      const std::string_view name = entry->d_name;
+      if (name != "." && name != "..") names.emplace_back(name);
+    }
+  } catch (const FileFailure&) {
+  }
+  return names;
 }
 
 bool FileManager::writeDataAtomically(const NSData& data, std::string_view path,

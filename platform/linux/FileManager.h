@@ -47,6 +47,7 @@ class KORVANE_EXPORT FileManager : public NSFileManager {
                       std::optional<NSError>& error) override;
   bool fileExistsAtPath(std::string_view path) override;
   bool directoryExistsAtPath(std::string_view path) override;
+  std::vector<std::string> contentsOfDirectoryAtPath(std::string_view path) override;
   bool writeDataAtomically(const NSData& data, std::string_view path,
                            std::optional<NSError>& error) override;
 

@@ -14,6 +14,9 @@ namespace {
 class Names : public NSFileManager {
  public:
   std::set<std::string, std::less<>> existing;
+  int probes = 0;
+  /// What the folder is said to hold, where that is not the truth.
+  std::optional<std::vector<std::string>> listing;
 
   std::optional<NSURL> containerURLForSecurityApplicationGroupIdentifier(
       std::string_view) override {
@@ -25,7 +28,16 @@ class Names : public NSFileManager {
     return false;
   }
   bool fileExistsAtPath(std::string_view path) override {
+    ++probes;
     return existing.find(path) != existing.end();
+  }
+  std::vector<std::string> contentsOfDirectoryAtPath(std::string_view path) override {
+    if (listing) return *listing;
+    std::vector<std::string> names;
+    for (const std::string& file : existing) {
+      if (file.starts_with(path)) names.push_back(file.substr(path.size() + 1));
+    }
+    return names;
   }
   bool directoryExistsAtPath(std::string_view) override { return false; }
   bool writeDataAtomically(const NSData&, std::string_view, std::optional<NSError>&) override {
@@ -92,6 +104,23 @@ TEST_F(GetGoodPathTest, CountsOnWithoutABound) {
   files->existing.insert("/f/n");
   for (int i = 1; i < 3000; ++i) files->existing.insert("/f/n_" + std::to_string(i));
   EXPECT_EQ(next("n"), "n_3000");
+}
+
+TEST_F(GetGoodPathTest, ManyFilesOfOneNameAreNotAskedForOneByOne) {
+  files->existing.insert("/f/n.png");
+  for (int i = 1; i < 3000; ++i) files->existing.insert("/f/n_" + std::to_string(i) + ".png");
+  EXPECT_EQ(next("n.png"), "n_3000.png");
+  EXPECT_LT(files->probes, 20);
+}
+
+TEST_F(GetGoodPathTest, AFolderThatCannotBeReadOrChangesIsAskedForEachName) {
+  for (const std::vector<std::string>& told :
+       {std::vector<std::string>(), std::vector<std::string>{"n", "n_1", "other"}}) {
+    files->listing = told;
+    files->existing = {"/f/n"};
+    for (int i = 1; i < 50; ++i) files->existing.insert("/f/n_" + std::to_string(i));
+    EXPECT_EQ(next("n"), "n_50");
+  }
 }
 
 TEST_F(GetGoodPathTest, NamesStayWithin255Bytes) {

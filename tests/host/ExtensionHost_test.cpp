@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include <condition_variable>
+#include <new>
 
 #include "model/ExtensionMessage.h"
 #include "tests/support/FakeShare.h"
@@ -56,6 +57,18 @@ class ExtensionHost : public ::testing::Test {
     return std::nullopt;
   };
 };
+
+TEST_F(ExtensionHost, EndsAlsoWhenTheJobIsEndedByAnException) {
+  class NoMemory : public NSWorkspace {
+   public:
+    bool openURLs(const std::vector<NSURL>&, std::string_view, unsigned) override {
+      throw std::bad_alloc();
+    }
+  };
+  platform.services.workspace = std::make_shared<NoMemory>();
+  const ShareOutcome outcome = run(context({}));
+  EXPECT_FALSE(outcome.opening);
+}
 
 TEST_F(ExtensionHost, HandsOverWhatWasShared) {
   letLoadsTakeTime();

@@ -1,10 +1,12 @@
 #include "platform/linux/FileManager.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
 #include <atomic>
 #include <cstdlib>
+#include <fstream>
 #include <thread>
 
 #include "support/ChildProcess.h"
@@ -45,6 +47,21 @@ class FileManagerTest : public ::testing::Test {
   FileManager files = managerOf(root);
   std::optional<NSError> error;
 };
+
+// Listing.
+
+TEST_F(FileManagerTest, ListsWhatAFolderHoldsButNotThroughALinkInTheContainer) {
+  fs::create_directories(root + "/Share/inner");
+  std::ofstream(root + "/Share/.a b") << "x";
+  fs::create_symlink("/nowhere", root + "/Share/link");
+  EXPECT_THAT(files.contentsOfDirectoryAtPath(root + "/Share"),
+              ::testing::UnorderedElementsAre("inner", ".a b", "link"));
+  EXPECT_TRUE(files.contentsOfDirectoryAtPath(root + "/Share/inner").empty());
+  EXPECT_TRUE(files.contentsOfDirectoryAtPath(root + "/missing").empty());
+  EXPECT_TRUE(files.contentsOfDirectoryAtPath(root + "/Share/.a b").empty());
+  fs::create_directory_symlink(root + "/Share", root + "/Alias");
+  EXPECT_TRUE(files.contentsOfDirectoryAtPath(root + "/Alias").empty());
+}
 
 // The container.
 

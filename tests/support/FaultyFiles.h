@@ -41,6 +41,9 @@ class FaultyFiles : public NSFileManager {
   bool directoryExistsAtPath(std::string_view path) override {
     return files_->directoryExistsAtPath(path);
   }
+  std::vector<std::string> contentsOfDirectoryAtPath(std::string_view path) override {
+    return files_->contentsOfDirectoryAtPath(path);
+  }
   bool writeDataAtomically(const NSData& data, std::string_view path,
                            std::optional<NSError>& error) override {
     return !fails("write", path, error) && files_->writeDataAtomically(data, path, error);
