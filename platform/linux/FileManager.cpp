@@ -10,12 +10,11 @@
 #include <utility>
 
 #include "platform/linux/FileCopy.h"
+#include "platform/linux/FilePlace.h"
 #include "platform/linux/FileTree.h"
 
 namespace korvane {
 namespace {
-
-constexpr int kHoldFolder = O_PATH | O_DIRECTORY | O_CLOEXEC;
 
 /// Runs an operation; its failure becomes the error.
 template <class Operation>
@@ -34,30 +33,6 @@ std::string pathOf(const NSURL& url) {
   std::string path = url.fileSystemRepresentation();
   if (!path.starts_with('/')) throw FileFailure{EINVAL, path, "not an absolute path"};
   return path;
-}
-
-FileDescriptor holdFolder(const std::string& path) {
-  FileDescriptor folder(::open(path.c_str(), kHoldFolder));
-  if (!folder) throw FileFailure{errno, path};
-  return folder;
-}
-
-bool isLink(int folder, const std::string& name) {
-  struct stat status = {};
-  return ::fstatat(folder, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0 &&
-         S_ISLNK(status.st_mode);
-}
-
-/// Opens a folder inside another one of the container.
-FileDescriptor stepInto(const FileDescriptor& folder, const std::string& name,
-                        const std::string& path) {
-  FileDescriptor next(::openat(folder.get(), name.c_str(), kHoldFolder | O_NOFOLLOW));
-  if (next) return next;
-  const int code = errno;
-  if (isLink(folder.get(), name)) {
-    throw FileFailure{ELOOP, path, "a link inside the container is not followed"};
-  }
-  throw FileFailure{code, path};
 }
 
 /// Status of the item at a place; nothing when it cannot be had.
@@ -107,7 +82,7 @@ std::optional<NSURL> FileManager::containerURLForSecurityApplicationGroupIdentif
 
 bool FileManager::removeItemAtURL(const NSURL& url, std::optional<NSError>& error) {
   return attempt(error, [&] {
-    const FilePlace place = locate(pathOf(url));
+    const FilePlace place = locate(options_.container, pathOf(url));
     if (place.name == "." || place.name == "..") throw FileFailure{EINVAL, place.path};
     removeEntry(place.folder.get(), place.name, place.path);
   });
@@ -120,7 +95,7 @@ bool FileManager::createDirectoryAtURL(const NSURL& url, bool withIntermediateDi
     if (withIntermediateDirectories) {
       createIntermediateDirectories(path);
     } else {
-      makeFolder(locate(path));
+      makeFolder(locate(options_.container, path));
     }
   });
 }
@@ -128,8 +103,8 @@ bool FileManager::createDirectoryAtURL(const NSURL& url, bool withIntermediateDi
 bool FileManager::copyItemAtPath(std::string_view source, std::string_view destination,
                                  std::optional<NSError>& error) {
   return attempt(error, [&] {
-    const FilePlace from = locate(source);
-    const FilePlace to = locate(destination);
+    const FilePlace from = locate(options_.container, source);
+    const FilePlace to = locate(options_.container, destination);
     refuseExisting(to);
     OpenedItem item = openItem(from.folder.get(), from.name, from.path, from.links);
     const auto kind = item.isFolder() ? UnfinishedEntry::Kind::folder : UnfinishedEntry::Kind::file;
@@ -147,7 +122,7 @@ bool FileManager::copyItemAtPath(std::string_view source, std::string_view desti
 
 bool FileManager::fileExistsAtPath(std::string_view path) {
   try {
-    return statusAt(locate(path), Links::refused).has_value();
+    return statusAt(locate(options_.container, path), Links::refused).has_value();
   } catch (const FileFailure&) {
     return false;
   }
@@ -155,7 +130,7 @@ bool FileManager::fileExistsAtPath(std::string_view path) {
 
 bool FileManager::directoryExistsAtPath(std::string_view path) {
   try {
-    const FilePlace place = locate(path);
+    const FilePlace place = locate(options_.container, path);
     const auto status = statusAt(place, place.links);
     return status && S_ISDIR(status->st_mode);
   } catch (const FileFailure&) {
@@ -166,7 +141,7 @@ bool FileManager::directoryExistsAtPath(std::string_view path) {
 std::vector<std::string> FileManager::contentsOfDirectoryAtPath(std::string_view path) {
   std::vector<std::string> names;
   try {
-    const FilePlace place = locate(path);
+    const FilePlace place = locate(options_.container, path);
     const int follow = place.links == Links::followed ? 0 : O_NOFOLLOW;
     FileDescriptor folder(::openat(place.folder.get(), place.name.c_str(),
                                    O_RDONLY | O_DIRECTORY | O_CLOEXEC | follow));
@@ -186,51 +161,18 @@ std::vector<std::string> FileManager::contentsOfDirectoryAtPath(std::string_view
 bool FileManager::writeDataAtomically(const NSData& data, std::string_view path,
                                       std::optional<NSError>& error) {
   return attempt(error, [&] {
-    const FilePlace place = locate(path);
+    const FilePlace place = locate(options_.container, path);
     UnfinishedEntry file(place, UnfinishedEntry::Kind::file);
     writeAll(file.descriptor(), data, place.path);
     file.publish(UnfinishedEntry::Existing::replaced);
   });
 }
 
-FilePlace FileManager::locate(std::string_view path) const {
-  FilePlace place;
-  place.path = path;
-  if (path.empty()) throw FileFailure{ENOENT, {}};
-  if (path.find('\0') != std::string_view::npos) {
-    throw FileFailure{EINVAL, place.path.substr(0, path.find('\0')), "a path holds no NUL"};
-  }
-
-  const auto relative = options_.container.relativePath(path);
-  if (relative && !relative->empty()) {
-    place.links = Links::refused;
-    std::vector<std::string> components = pathComponents(*relative);
-    place.name = std::move(components.back());
-    components.pop_back();
-    std::string reached = *options_.container.path();
-    place.folder = holdFolder(reached);
-    for (const std::string& component : components) {
-      reached += "/" + component;
-      place.folder = stepInto(place.folder, component, reached);
-    }
-    return place;
-  }
-
-  while (path.size() > 1 && path.ends_with('/')) path.remove_suffix(1);
-  const std::size_t slash = path.rfind('/');
-  place.name = path.substr(slash + 1);
-  if (place.name.empty()) place.name = ".";  // the root
-  const std::string_view folder =
-      slash == std::string_view::npos ? "." : path.substr(0, slash == 0 ? 1 : slash);
-  place.folder = holdFolder(std::string(folder));
-  return place;
-}
-
 void FileManager::createIntermediateDirectories(std::string_view path) const {
   const std::string whole = normalisedPath(path);
   for (std::size_t end = 0; end != std::string::npos;) {
     end = whole.find('/', end + 1);
-    const FilePlace place = locate(whole.substr(0, end));
+    const FilePlace place = locate(options_.container, whole.substr(0, end));
     if (const auto status = statusAt(place, place.links)) {
       if (S_ISDIR(status->st_mode)) continue;
       if (S_ISLNK(status->st_mode)) {

@@ -52,7 +52,6 @@ class KORVANE_EXPORT FileManager : public NSFileManager {
                            std::optional<NSError>& error) override;
 
  private:
-  FilePlace locate(std::string_view path) const;
   void createIntermediateDirectories(std::string_view path) const;
 
   FileManagerOptions options_;

@@ -12,12 +12,11 @@
 
 #include "platform/linux/BinaryPropertyList.h"
 #include "platform/linux/FileDescriptor.h"
+#include "platform/linux/FilePlace.h"
 #include "platform/linux/XMLPropertyList.h"
 
 namespace korvane {
 namespace {
-
-enum class Links { follow, refuse };
 
 // The bytes of a file, in memory that goes back to the system at once when they go: the heap would
 // keep as much beside everything that is made of them.
@@ -66,18 +65,12 @@ std::optional<FileContent> readAll(int file) {
   return content;
 }
 
-// O_NONBLOCK: opening a named pipe must not wait for somebody to write to it.
-std::optional<FileContent> readFile(const std::string& path, Links links) {
-  if (path.empty() || path.find('\0') != std::string::npos) return std::nullopt;
-  const int flags =
-      O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY | (links == Links::refuse ? O_NOFOLLOW : 0);
-  const FileDescriptor file(::open(path.c_str(), flags));
-  if (!file) return std::nullopt;
-  return readAll(file.get());
-}
+// Opening a named pipe must not wait for somebody to write to it.
+constexpr int kReadFile = O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
 
-std::optional<Value> readPropertyListFile(const std::string& path, Links links) {
-  const auto content = readFile(path, links);
+std::optional<Value> readOpened(const FileDescriptor& file) {
+  if (!file) return std::nullopt;
+  const auto content = readAll(file.get());
   if (!content) return std::nullopt;
   return propertyListFromBytes(content->view());
 }
@@ -93,14 +86,21 @@ std::optional<Value> propertyListFromBytes(std::string_view bytes) {
 }
 
 std::optional<Value> readPropertyList(const std::string& path) {
-  return readPropertyListFile(path, Links::follow);
+  if (path.find('\0') != std::string::npos) return std::nullopt;
+  return readOpened(FileDescriptor(::open(path.c_str(), kReadFile)));
 }
 
 std::optional<List> LinuxPropertyLists::arrayWithContentsOfURL(const NSURL& url) {
   if (!url.isFileURL()) return std::nullopt;
-  auto value = readPropertyListFile(url.fileSystemRepresentation(), Links::refuse);
-  if (!value || !value->isList()) return std::nullopt;
-  return std::move(*value).takeList();
+  try {
+    const FilePlace place = locate(container_, url.fileSystemRepresentation());
+    auto value = readOpened(
+        FileDescriptor(::openat(place.folder.get(), place.name.c_str(), kReadFile | O_NOFOLLOW)));
+    if (!value || !value->isList()) return std::nullopt;
+    return std::move(*value).takeList();
+  } catch (const FileFailure&) {
+    return std::nullopt;
+  }
 }
 
 }  // namespace korvane

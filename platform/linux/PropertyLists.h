@@ -4,22 +4,29 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "platform/Export.h"
 #include "platform/NSPropertyList.h"
 #include "platform/Value.h"
+#include "platform/linux/ContainerRoot.h"
 
 namespace korvane {
 
 /// Property lists in files: the XML form (UTF-8, UTF-16 or UTF-32 with a mark, or the encoding that
-/// the declaration names) and the binary form. Stateless; any thread may call.
+/// the declaration names) and the binary form. Any thread may call.
 ///
-/// A file is read whole and in one go. A symbolic link in the last place of the path, anything that
-/// is no regular file, and a file over kLargestPropertyList count as unreadable, and none of them
-/// blocks.
+/// A file is read whole and in one go. A symbolic link in the last place of the path or anywhere
+/// inside the container, anything that is no regular file, and a file over kLargestPropertyList
+/// count as unreadable, and none of them blocks.
 class KORVANE_EXPORT LinuxPropertyLists : public PropertyListReader {
  public:
+  explicit LinuxPropertyLists(ContainerRoot container = {}) : container_(std::move(container)) {}
+
   std::optional<List> arrayWithContentsOfURL(const NSURL& url) override;
+
+ private:
+  const ContainerRoot container_;
 };
 
 /// Files of more bytes are not read.

@@ -130,11 +130,29 @@ TEST(PropertyLists, FilesThatAreNotRead) {
   std::filesystem::resize_file(huge, kLargestPropertyList + 1);
   EXPECT_FALSE(readArray(huge));
 
-  const LinuxPropertyLists reader;
   EXPECT_FALSE(LinuxPropertyLists().arrayWithContentsOfURL(
       *NSURL::URLWithString("http://host.example" + good)));
   EXPECT_FALSE(readPropertyList(""));
   EXPECT_FALSE(readPropertyList(good + std::string(1, '\0') + "x"));
+}
+
+TEST(PropertyLists, NoLinkInsideTheContainerIsFollowed) {
+  testing::TemporaryFolder folder;
+  const std::string list = xmlDocument("<array><string>a</string></array>");
+  folder.file("outside/Addresses.plist", list);
+  const std::string good = folder.file("box/SharedData/Contacts/Addresses.plist", list);
+  std::filesystem::create_directory_symlink(folder.path("outside"),
+                                            folder.path("box/SharedData/Link"));
+  std::filesystem::create_directory_symlink(folder.path("box"), folder.path("home"));
+  LinuxPropertyLists inside(ContainerRoot(folder.path("box")));
+  const auto reads = [](LinuxPropertyLists& lists, const std::string& path) {
+    return lists.arrayWithContentsOfURL(NSURL::fileURLWithPath(path)).has_value();
+  };
+  EXPECT_TRUE(reads(inside, good));
+  EXPECT_FALSE(reads(inside, folder.path("box/SharedData/Link/Addresses.plist")));
+  // The container itself may be reached through a link.
+  LinuxPropertyLists through(ContainerRoot(folder.path("home")));
+  EXPECT_TRUE(reads(through, folder.path("home/SharedData/Contacts/Addresses.plist")));
 }
 
 TEST(PropertyLists, RootOfAnyKind) {
