@@ -2,6 +2,7 @@
 #include <atomic>
 #include <map>
 #include <memory>
+#include <new>
 
 #include "platform/NSException.h"
 #include "platform/Value.h"
@@ -88,15 +89,52 @@ Dictionary::Keys::Node& Dictionary::Keys::own() {
   return *node_;
 }
 
+Dictionary::Values::Values(const Values& other) {
+  reserve(other.size_);
+  for (; size_ < other.size_; ++size_) new (data_ + size_) Value(other.data_[size_]);
+}
+
+Dictionary::Values::~Values() {
+  std::destroy_n(data_, size_);
+  if (capacity_ > 0) ::operator delete(data_);
+}
+
+void Dictionary::Values::reserve(std::size_t capacity) {
+  if (capacity == 0) return;
+  auto* memory = static_cast<Value*>(::operator new(capacity * sizeof(Value)));
+  std::uninitialized_move_n(data_, size_, memory);
+  std::destroy_n(data_, size_);
+  if (capacity_ > 0) ::operator delete(data_);
+  data_ = memory;
+  capacity_ = capacity;
+}
+
+void Dictionary::Values::append(Value value) {
+  if (size_ >= capacity_) reserve(std::max<std::size_t>(4, 2 * size_));
+  new (data_ + size_) Value(std::move(value));
+  ++size_;
+}
+
+void Dictionary::Values::remove(std::size_t position) {
+  std::move(data_ + position + 1, data_ + size_, data_ + position);
+  data_[--size_].~Value();
+}
+
+void Dictionary::Values::moveInto(Value* memory, Value* first, std::size_t count) noexcept {
+  data_ = memory;
+  size_ = count;
+  std::uninitialized_move_n(first, count, memory);
+}
+
 Dictionary::Dictionary(std::initializer_list<std::pair<std::string_view, Value>> entries) {
   for (const auto& [key, value] : entries) set(key, value);
 }
 
-Dictionary::Dictionary(Keys keys, List values)
-    : keys_(std::move(keys)), values_(std::move(values)) {
-  if (keys_.size() != values_.size()) {
+Dictionary::Dictionary(Keys keys, List values) : keys_(std::move(keys)) {
+  if (keys_.size() != values.size()) {
     throw NSException(NSInvalidArgumentException, "a dictionary needs a value for each key");
   }
+  for (Value& value : values) values_.append(std::move(value));
 }
 
 const Value* Dictionary::find(std::string_view key) const {
@@ -115,7 +153,7 @@ void Dictionary::set(Value key, Value value) {
     values_[at] = std::move(value);
     return;
   }
-  values_.push_back(std::move(value));
+  values_.append(std::move(value));
   keys_.own().append(std::move(key));
 }
 
@@ -123,7 +161,7 @@ void Dictionary::remove(std::string_view key) {
   const std::size_t at = keys_.position(key);
   if (at == values_.size()) return;
   keys_.own().remove(at);
-  values_.erase(values_.begin() + static_cast<std::ptrdiff_t>(at));
+  values_.remove(at);
 }
 
 bool operator==(const Dictionary& a, const Dictionary& b) {

@@ -36,9 +36,21 @@ Value::Value(std::string_view text) : kind_(Kind::text) {
 Value::Value(NSData data) : Value(Kind::data, new Box<NSData>(std::move(data))) {}
 Value::Value(List list) : Value(Kind::list, new Box<List>(std::move(list))) {}
 Value::Value(Dictionary dictionary)
-    : Value(Kind::dictionary, new Box<Dictionary>(std::move(dictionary))) {}
+    : Value(Dictionary::valueOf(std::move(dictionary.keys_), dictionary.values_.data())) {}
 Value::Value(NSURL url) : Value(Kind::url, new Box<NSURL>(std::move(url))) {}
 Value::Value(NSImage image) : Value(Kind::image, new Box<NSImage>(std::move(image))) {}
+
+// The values follow the node in the same allocation, as the bytes of a text do.
+Value Dictionary::valueOf(Keys keys, Value* first) {
+  using Box = Value::Box<Dictionary>;
+  static_assert(sizeof(Box) % alignof(Value) == 0);
+  const std::size_t count = keys.size();
+  auto* memory = static_cast<unsigned char*>(::operator new(sizeof(Box) + count * sizeof(Value)));
+  auto* box = new (memory) Box(Dictionary());
+  box->content.keys_ = std::move(keys);
+  box->content.values_.moveInto(reinterpret_cast<Value*>(memory + sizeof(Box)), first, count);
+  return Value(Value::Kind::dictionary, box);
+}
 
 void Value::destroy() noexcept {
   Node* node = payload_.node;
@@ -54,9 +66,12 @@ void Value::destroy() noexcept {
     case Kind::list:
       delete static_cast<Box<List>*>(node);
       break;
-    case Kind::dictionary:
-      delete static_cast<Box<Dictionary>*>(node);
+    case Kind::dictionary: {
+      auto* box = static_cast<Box<Dictionary>*>(node);
+      box->~Box();
+      ::operator delete(box);
       break;
+    }
     case Kind::url:
       delete static_cast<Box<NSURL>*>(node);
       break;

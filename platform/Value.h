@@ -135,6 +135,7 @@ class KORVANE_EXPORT Value {
   friend KORVANE_EXPORT bool operator==(const Value& a, const Value& b);
 
  private:
+  friend class Dictionary;
   friend class StockedValue;
 
   struct Node {
@@ -256,6 +257,8 @@ class KORVANE_EXPORT Dictionary {
   Dictionary(std::initializer_list<std::pair<std::string_view, Value>> entries);
   /// As many values as keys, in the same order (NSException otherwise).
   Dictionary(Keys keys, List values);
+  /// The same as a value, made at once: the values are moved from `first` and the places after it.
+  static Value valueOf(Keys keys, Value* first);
 
   /// The value under a key, or nullptr. The pointer is valid until the dictionary changes.
   const Value* find(std::string_view key) const;
@@ -269,7 +272,7 @@ class KORVANE_EXPORT Dictionary {
   void remove(std::string_view key);
 
   std::size_t size() const noexcept { return values_.size(); }
-  bool empty() const noexcept { return values_.empty(); }
+  bool empty() const noexcept { return values_.size() == 0; }
 
   class Iterator {
    public:
@@ -298,8 +301,44 @@ class KORVANE_EXPORT Dictionary {
  private:
   friend class Value;
 
+  // A vector, but for one thing: once the dictionary is part of a Value and will not change, the
+  // values stand behind it in the same block of memory. A file has very many dictionaries.
+  class Values {
+   public:
+    Values() noexcept = default;
+    Values(const Values& other);
+    Values(Values&& other) noexcept { swap(other); }
+    Values& operator=(Values other) noexcept {
+      swap(other);
+      return *this;
+    }
+    ~Values();
+
+    std::size_t size() const noexcept { return size_; }
+    Value* data() noexcept { return data_; }
+    Value& operator[](std::size_t position) { return data_[position]; }
+    const Value& operator[](std::size_t position) const { return data_[position]; }
+    void append(Value value);
+    void remove(std::size_t position);
+    /// Moves as many values to this memory, which is not its own. Nothing may be here yet, and the
+    /// dictionary must stay where it is.
+    void moveInto(Value* memory, Value* first, std::size_t count) noexcept;
+
+   private:
+    void reserve(std::size_t capacity);
+    void swap(Values& other) noexcept {
+      std::swap(data_, other.data_);
+      std::swap(size_, other.size_);
+      std::swap(capacity_, other.capacity_);
+    }
+
+    Value* data_ = nullptr;
+    std::size_t size_ = 0;
+    std::size_t capacity_ = 0;  // 0 where the memory is not its own
+  };
+
   Keys keys_;
-  List values_;
+  Values values_;
 };
 
 }  // namespace korvane

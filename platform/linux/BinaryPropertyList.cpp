@@ -97,7 +97,8 @@ class BinaryReader {
     const KeyList* keys;           // of a dictionary; none for a list
     const unsigned char* members;  // what they refer to: elements, or values
     std::uint64_t count;
-    List values;
+    List elements;         // of a list
+    std::size_t base = 0;  // of a dictionary's values on the stack
     std::uint64_t next = 0;
     std::uint64_t units;
     std::uint16_t depth = 1;
@@ -214,7 +215,7 @@ class BinaryReader {
                         .keys = nullptr,
                         .members = nullptr,
                         .count = 0,
-                        .values = {},
+                        .elements = {},
                         .units = 4};
     switch (*at & 0xF0) {
       case 0x80:
@@ -240,7 +241,8 @@ class BinaryReader {
         refuse();
     }
     cost.isOpen = true;
-    container.values.reserve(container.count);
+    container.base = stack_.size();
+    if (!container.keys) container.elements.reserve(container.count);
     open_.push_back(std::move(container));
   }
 
@@ -254,7 +256,7 @@ class BinaryReader {
       // The quick way for most members: a text that was met before.
       StockedValue& known = known_[object].value;
       if (isPlain && known.value().isText()) {
-        container.values.push_back(known.copy());
+        valuesOf(container).push_back(known.copy());
         container.units += kScalarCost.units;
         continue;
       }
@@ -301,11 +303,14 @@ class BinaryReader {
     return key.value();
   }
 
+  List& valuesOf(Container& container) { return container.keys ? stack_ : container.elements; }
+
   void endContainer() {
     Container& last = open_.back();
     if (last.units > greatestCost_) refuse();
-    Value value = last.keys ? Value(Dictionary(last.keys->keys, std::move(last.values)))
-                            : Value(std::move(last.values));
+    Value value = last.keys ? Dictionary::valueOf(last.keys->keys, stack_.data() + last.base)
+                            : Value(std::move(last.elements));
+    if (last.keys) stack_.resize(last.base);
     const Cost cost{.units = static_cast<std::uint32_t>(last.units), .depth = last.depth};
     Known& known = known_[last.object];
     known.cost = cost;
@@ -327,7 +332,7 @@ class BinaryReader {
     }
     const bool isIgnored = container.keys && !container.keys->comesAgain.empty() &&
                            container.keys->comesAgain[container.next - 1];
-    if (!isIgnored) container.values.push_back(std::move(value));
+    if (!isIgnored) valuesOf(container).push_back(std::move(value));
   }
 
   // One, two and four bytes are unsigned, eight and sixteen signed.
@@ -388,6 +393,7 @@ class BinaryReader {
 
   std::vector<Known> known_;  // by object
   std::vector<Container> open_;
+  List stack_;                                    // the values in open dictionaries
   std::map<std::string_view, KeyList> keyLists_;  // by the bytes of their references
   std::map<std::string_view, KeyList>::iterator latestKeys_ = keyLists_.end();
   Value result_;

@@ -73,7 +73,9 @@ void DictionaryInProgress::setValue(List& stack, Value value) {
 
 Value DictionaryInProgress::finish(List& stack) {
   if (large_) return std::move(*large_);
-  return Dictionary(DictionaryShapes::keys(shape_), takeFrom(stack, base_));
+  Value value = Dictionary::valueOf(DictionaryShapes::keys(shape_), stack.data() + base_);
+  stack.resize(base_);
+  return value;
 }
 
 List takeFrom(List& stack, std::size_t base) {
