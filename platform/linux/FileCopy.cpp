@@ -62,8 +62,12 @@ off_t copyRange(int source, int target, off_t offset, off_t end, const std::stri
   return offset;
 }
 
-FileFailure shortened(const std::string& path) {
-  return {EIO, path, "became shorter while it was being copied"};
+/// Refuses a source that ended before its size because it became shorter meanwhile. One that keeps
+/// announcing more than it gives, as the kernel's own files do, is whole.
+void refuseShortened(int from, off_t size, const std::string& path) {
+  struct stat now = {};
+  if (::fstat(from, &now) != 0) throw FileFailure{errno, path};
+  if (now.st_size < size) throw FileFailure{EIO, path, "became shorter while it was being copied"};
 }
 
 }  // namespace
@@ -106,7 +110,7 @@ void copyContent(const OpenedItem& source, int target, const std::string& path) 
   if (::ioctl(target, FICLONE, from) == 0) return;
 
   if (source.status.st_blocks >= size / 512) {
-    if (copyRange(from, target, 0, size, path) < size) throw shortened(path);
+    if (copyRange(from, target, 0, size, path) < size) refuseShortened(from, size, path);
     return;
   }
   // There are holes: only what lies between them is copied.
@@ -126,7 +130,10 @@ void copyContent(const OpenedItem& source, int target, const std::string& path) 
     const off_t hole = ::lseek(from, data, SEEK_HOLE);
     const off_t stop = hole < 0 ? size : std::min(hole, size);
     end = copyRange(from, target, data, stop, path);
-    if (end < stop) throw shortened(path);
+    if (end < stop) {
+      refuseShortened(from, size, path);
+      break;
+    }
     offset = stop;
   }
   if (::ftruncate(target, end) != 0) throw FileFailure{errno, path};
