@@ -53,8 +53,7 @@ class KORVANE_EXPORT ExtensionUtilities {
   static List ShareFiles(std::string_view service, const std::vector<std::string>& paths);
   /// Writes each blob as "image.png", "image_1.png" and so on; otherwise as ShareFiles. An absent
   /// blob, an image that could not be encoded, is logged and left out.
-  static List ShareDatas(std::string_view service,
-                         const std::vector<std::optional<NSData>>& datas);
+  static List ShareDatas(std::string_view service, const std::vector<std::optional<NSData>>& datas);
 
   // The extraction.
 

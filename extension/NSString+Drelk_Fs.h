@@ -10,10 +10,10 @@ namespace korvane {
 /// Unique file names.
 class KORVANE_EXPORT Drelk_Fs {
  public:
-  /// The path of a file that does not exist yet: `folder`, "/" and `name`, with "_1", "_2" and so on
-  /// before the name's extension until nothing is at that path. Any thread may call; the search and
-  /// a later write are not one step, so writers coordinate. A name over 255 bytes, which no file
-  /// could have, is shortened before its extension, at a character's end.
+  /// The path of a file that does not exist yet: `folder`, "/" and `name`, with "_1", "_2" and so
+  /// on before the name's extension until nothing is at that path. Any thread may call; the search
+  /// and a later write are not one step, so writers coordinate. A name over 255 bytes, which no
+  /// file could have, is shortened before its extension, at a character's end.
   static std::string GetGoodPath(std::string_view name, std::string_view folder);
 };
 

@@ -18,7 +18,8 @@
 
 namespace korvane {
 
-/// The services a process runs on. A program installs one set at its start; a test installs its own.
+/// The services a process runs on. A program installs one set at its start; a test installs its
+/// own.
 struct KORVANE_EXPORT Platform {
   /// What a process has before it installs anything, and what a new set starts from: a bundle
   /// without resources, the log on standard error, the system's clock and a thread pool. Every
