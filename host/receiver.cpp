@@ -15,6 +15,7 @@
 #include <utility>
 #include <vector>
 
+#include "host/MessageReport.h"
 #include "host/PrintableText.h"
 #include "model/ExtensionMessage.h"
 #include "platform/NSURL.h"
@@ -86,11 +87,12 @@ std::string describeFile(const std::string& path) {
   return std::to_string(size) + " bytes, " + contentType(path);
 }
 
-/// A body with every line under the margin.
-std::string indented(const std::string& body) {
-  std::string result = "    ";
-  for (const char c : printableText(body, LineBreaks::keep)) {
-    result += c == '\n' ? std::string("\n    ") : std::string(1, c);
+/// A text with every line under the margin.
+std::string indented(const std::string& text) {
+  std::istringstream lines(text);
+  std::string result;
+  for (std::string line; std::getline(lines, line);) {
+    result += (line.empty() ? line : "  " + line) + '\n';
   }
   return result;
 }
@@ -104,30 +106,13 @@ void reportUrl(std::ostream& to, const std::string& text) {
   to << "  " << url->scheme().value_or("") << "://" << url->host().value_or("") << ", "
      << text.size() << " bytes\n";
   const auto message = ExtensionMessage::ExtensionMessageWithUrl(*url);
-  const auto field = [&](const char* name, const Value& value) {
-    if (value.isAbsent()) return;
-    to << "  " << name << ": " << printableText(value.description(), LineBreaks::show) << '\n';
-  };
-  const auto recipients = [&](const char* name, const std::optional<std::string>& value) {
-    if (value) field(name, *value);
-  };
-  const auto body = [&](const char* name, const std::optional<std::string>& value) {
-    if (!value || value->empty()) return;
-    to << "  " << name << ", " << value->size() << " bytes:\n" << indented(*value) << '\n';
-  };
-  field("Subject", message->subject().isAbsent() ? Value("-") : message->subject());
-  field("From", message->from());
-  field("Account", message->account());
-  recipients("To", message->toString());
-  recipients("Cc", message->ccString());
-  recipients("Bcc", message->bccString());
-  body("HTML body", message->htmlBody());
-  body("Plain body", message->plainBody());
+  to << indented(messageText(*message));
   const List attachments = message->attachments().value_or(List());
-  to << "  Attachments: " << attachments.size() << '\n';
+  if (!attachments.empty()) to << "\n  What is attached:\n";
   for (const Value& attachment : attachments) {
     const std::string path = attachment.description();
-    to << "    " << printableText(path, LineBreaks::show) << " (" << describeFile(path) << ")\n";
+    to << "    " << printableText(std::filesystem::path(path).filename().string(), LineBreaks::show)
+       << ": " << describeFile(path) << '\n';
   }
 }
 
