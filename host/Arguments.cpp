@@ -51,9 +51,9 @@ std::string notEmpty(std::string value, std::string_view option) {
 }
 
 template <class T>
-void setOnce(T& slot, std::string value, std::string_view option) {
+void setOnce(T& slot, const std::string& value, std::string_view option) {
   if (slot != T()) throw InputError(std::string(option) + " may be given only once");
-  slot = std::move(value);
+  slot = value;
 }
 
 void addItem(Arguments& result, const std::string& value) {
@@ -64,7 +64,7 @@ void addItem(Arguments& result, const std::string& value) {
 void apply(Arguments& result, const Spelling& known, std::string value) {
   switch (known.option) {
     case Option::title:
-      setOnce(result.title, std::move(value), known.name);
+      setOnce(result.title, value, known.name);
       break;
     case Option::text:
       result.things.push_back({Kind::text, std::move(value)});

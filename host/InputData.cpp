@@ -124,7 +124,7 @@ std::string firstTag(std::string_view text) {
                    [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; });
     return word;
   };
-  const std::string tag = takeWord();
+  std::string tag = takeWord();
   if (tag != "!doctype") return tag;
   text.remove_prefix(std::min(text.find_first_not_of(kSpace), text.size()));
   return "!doctype " + takeWord();

@@ -165,11 +165,10 @@ bool isHarmlessStyleValue(std::string_view value) {
       if (++open > 1) return false;
     } else if (c == ')') {
       if (--open < 0) return false;
-    } else if (c == '-' && i + 1 < value.size() &&
-               (isASCIIDigit(value[i + 1]) || value[i + 1] == '.')) {
-      return false;
-    } else if (!wordly && c != '#' && c != '%' && c != '+') {
-      return false;
+    } else {
+      const bool isNegative =
+          c == '-' && i + 1 < value.size() && (isASCIIDigit(value[i + 1]) || value[i + 1] == '.');
+      if (isNegative || (!wordly && c != '#' && c != '%' && c != '+')) return false;
     }
   }
   return quote == '\0' && open == 0;

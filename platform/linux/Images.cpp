@@ -21,7 +21,7 @@ namespace {
 
 // gdk-pixbuf reads this much before it chooses a loader.
 constexpr std::size_t kSignatureBytes = 128;
-constexpr std::size_t kPieceBytes = 64 * 1024;
+constexpr std::size_t kPieceBytes = std::size_t{64} * 1024;
 constexpr std::chrono::seconds kPatience{30};
 
 struct Unreference {

@@ -48,7 +48,7 @@ class UseLocale {
 
 }  // namespace
 
-LinuxBundle::LinuxBundle(std::string_view bundleIdentifier, std::filesystem::path dataFolder)
+LinuxBundle::LinuxBundle(std::string_view bundleIdentifier, const std::filesystem::path& dataFolder)
     : messages_(messagesLocale()) {
   Dictionary info;
   const auto read = readPropertyList((dataFolder / "korvane" / "Info.plist").string());

@@ -22,7 +22,7 @@ class KORVANE_EXPORT LinuxBundle : public NSBundle {
   /// `bundleIdentifier` replaces that of the info dictionary unless it is empty. Make it before the
   /// first thread starts: it may have to put LANGUAGE into the environment.
   explicit LinuxBundle(std::string_view bundleIdentifier = {},
-                       std::filesystem::path dataFolder = programDataFolder());
+                       const std::filesystem::path& dataFolder = programDataFolder());
   ~LinuxBundle() override;
   LinuxBundle(const LinuxBundle&) = delete;
   LinuxBundle& operator=(const LinuxBundle&) = delete;
