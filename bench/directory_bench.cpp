@@ -125,7 +125,7 @@ void install(Form form) {
   Platform services;
   services.fileManager = std::make_shared<FileManager>();
   services.fileCoordinator = std::make_shared<FileCoordinator>();
-  services.propertyLists = std::make_shared<LinuxPropertyLists>();
+  services.propertyLists = std::make_shared<PropertyLists>();
   Platform::install(std::move(services));
 }
 

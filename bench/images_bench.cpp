@@ -48,7 +48,7 @@ const NSData& photo() {
 }
 
 const Bitmap& photoBitmap() {
-  static const std::shared_ptr<const Bitmap> bitmap = LinuxImages().decode(photo());
+  static const std::shared_ptr<const Bitmap> bitmap = Images().decode(photo());
   return *bitmap;
 }
 
@@ -58,7 +58,7 @@ const Bitmap& screenBitmap() {
 }
 
 void photoToPNG(benchmark::State& state) {
-  LinuxImages images;
+  Images images;
   photo();
   std::size_t size = 0;
   for (auto _ : state) size = images.encodePNG(*images.decode(photo()))->size();
@@ -84,7 +84,7 @@ void photoToPNGByGdkPixbuf(benchmark::State& state) {
 }
 
 void encode(benchmark::State& state, const Bitmap& (*bitmap)()) {
-  LinuxImages images;
+  Images images;
   bitmap();
   std::size_t size = 0;
   for (auto _ : state) size = images.encodePNG(bitmap())->size();
@@ -99,13 +99,13 @@ void encodeByGdkPixbuf(benchmark::State& state, const Bitmap& (*bitmap)()) {
 }
 
 void decodePhoto(benchmark::State& state) {
-  LinuxImages images;
+  Images images;
   photo();
   for (auto _ : state) benchmark::DoNotOptimize(images.decode(photo()));
 }
 
 void tiffRoundTrip(benchmark::State& state) {
-  LinuxImages images;
+  Images images;
   photoBitmap();
   for (auto _ : state) benchmark::DoNotOptimize(images.decode(*images.encodeTIFF(photoBitmap())));
 }

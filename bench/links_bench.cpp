@@ -59,7 +59,7 @@ void report(benchmark::State& state, const std::string& text, std::size_t links)
 }
 
 void korvaneLinks(benchmark::State& state, const std::string& text) {
-  LinuxLinkDetector detector;
+  LinkDetector detector;
   std::size_t links = 0;
   for (auto _ : state) {
     const auto found = detector.matchesInString(text);

@@ -22,7 +22,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   using namespace korvane;
   const std::string_view text(reinterpret_cast<const char*>(data), size);
   std::uint64_t steps = 0;
-  const auto found = LinuxLinkDetector::matches(text, steps);
+  const auto found = LinkDetector::matches(text, steps);
   require(steps <= 64 * (size + 1));
 
   std::size_t end = 0;

@@ -137,7 +137,7 @@ class Formatter : public NSDateFormatter {
 
 }  // namespace
 
-std::shared_ptr<NSDateFormatter> LinuxDates::formatter(const NSDateFormat& format) {
+std::shared_ptr<NSDateFormatter> DateFormatters::formatter(const NSDateFormat& format) {
   return std::make_shared<Formatter>(format);
 }
 

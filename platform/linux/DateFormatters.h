@@ -14,7 +14,7 @@ namespace korvane {
 /// A date that no calendar can count gives the empty text. Reading is strict: fields out of their
 /// range, missing letters and anything left over give no date. A date that no time zone knows (of
 /// the year 100,000,000,000, say) counts as UTC. Any thread may call the maker and its formatters.
-class KORVANE_EXPORT LinuxDates : public DateFormatterMaker {
+class KORVANE_EXPORT DateFormatters : public DateFormatterMaker {
  public:
   std::shared_ptr<NSDateFormatter> formatter(const NSDateFormat& format) override;
 };

@@ -8,7 +8,7 @@
 
 namespace korvane {
 
-std::optional<HTMLText> LinuxHTML::read(const NSData& html) try {
+std::optional<HTMLText> HTML::read(const NSData& html) try {
   if (html.size() > maximumBytes) return std::nullopt;
   const std::string document = htmlText(html);
   HTMLTokens tokens(document);

@@ -13,7 +13,7 @@ namespace korvane {
 /// text; scripts, frames, drawings, formulas, templates and what is not displayed go with all they
 /// hold; of every other element, its content stays. Reading a document that this wrote gives the
 /// same document.
-class KORVANE_EXPORT LinuxHTML : public HTMLReader {
+class KORVANE_EXPORT HTML : public HTMLReader {
  public:
   /// The largest document that is read.
   static constexpr std::size_t maximumBytes = std::size_t{64} << 20;

@@ -5,7 +5,7 @@
 
 #include "platform/NSImage.h"
 
-/// Writing bitmaps as files; what LinuxImages is made of. Pure: any thread may call. All throw
+/// Writing bitmaps as files; what Images is made of. Pure: any thread may call. All throw
 /// std::bad_alloc when memory runs out.
 namespace korvane {
 

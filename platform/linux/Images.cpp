@@ -38,15 +38,15 @@ void limitSize(GdkPixbufLoader* loader, int width, int height, gpointer refused)
   GdkPixbufFormat* format = gdk_pixbuf_loader_get_format(loader);
   if (format != nullptr && gdk_pixbuf_format_is_scalable(format) != FALSE) {
     const int longer = std::max(width, height);
-    if (longer <= LinuxImages::maximumDrawingSide) return;
-    const double scale = static_cast<double>(LinuxImages::maximumDrawingSide) / longer;
+    if (longer <= Images::maximumDrawingSide) return;
+    const double scale = static_cast<double>(Images::maximumDrawingSide) / longer;
     gdk_pixbuf_loader_set_size(loader, std::max(1, static_cast<int>(width * scale)),
                                std::max(1, static_cast<int>(height * scale)));
     return;
   }
   if (width > 0 && height > 0 &&
       static_cast<std::uint64_t>(width) * static_cast<std::uint64_t>(height) <=
-          LinuxImages::maximumPixels) {
+          Images::maximumPixels) {
     return;
   }
   *static_cast<bool*>(refused) = true;
@@ -135,7 +135,7 @@ std::shared_ptr<Bitmap> uprightBitmap(GdkPixbuf* pixbuf) {
   const auto storedHeight = static_cast<std::uint32_t>(gdk_pixbuf_get_height(pixbuf));
   const auto channels = static_cast<std::uint32_t>(gdk_pixbuf_get_n_channels(pixbuf));
   const std::ptrdiff_t storedStride = gdk_pixbuf_get_rowstride(pixbuf);
-  if (std::uint64_t{storedWidth} * storedHeight > LinuxImages::maximumPixels) return nullptr;
+  if (std::uint64_t{storedWidth} * storedHeight > Images::maximumPixels) return nullptr;
   if (gdk_pixbuf_get_bits_per_sample(pixbuf) != 8 || (channels != 3 && channels != 4)) {
     return nullptr;
   }
@@ -170,7 +170,7 @@ std::shared_ptr<Bitmap> uprightBitmap(GdkPixbuf* pixbuf) {
 
 }  // namespace
 
-std::shared_ptr<const Bitmap> LinuxImages::decode(const NSData& encoded) try {
+std::shared_ptr<const Bitmap> Images::decode(const NSData& encoded) try {
   if (auto bitmap = readOwnTIFF(encoded)) return bitmap;
   if (encoded.empty() || isCutOff(encoded)) return nullptr;
 
@@ -191,13 +191,13 @@ std::shared_ptr<const Bitmap> LinuxImages::decode(const NSData& encoded) try {
   return nullptr;
 }
 
-std::optional<NSData> LinuxImages::encodePNG(const Bitmap& bitmap) try {
+std::optional<NSData> Images::encodePNG(const Bitmap& bitmap) try {
   return writePNG(bitmap);
 } catch (const std::bad_alloc&) {
   return std::nullopt;
 }
 
-std::optional<NSData> LinuxImages::encodeTIFF(const Bitmap& bitmap) try {
+std::optional<NSData> Images::encodeTIFF(const Bitmap& bitmap) try {
   return writeTIFF(bitmap);
 } catch (const std::bad_alloc&) {
   return std::nullopt;

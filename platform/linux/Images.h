@@ -9,7 +9,7 @@ namespace korvane {
 ///
 /// Pixels are taken as sRGB, whatever colour profile a file carries, and 16-bit samples are reduced
 /// to 8.
-class KORVANE_EXPORT LinuxImages : public ImageCodec {
+class KORVANE_EXPORT Images : public ImageCodec {
  public:
   /// The most pixels a picture may have to be decoded: 1 GiB at four bytes each, room for the
   /// largest cameras.

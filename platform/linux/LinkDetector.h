@@ -25,7 +25,7 @@ namespace korvane {
 /// A link's URL is its characters where these are a valid URL. Otherwise a host of other scripts
 /// is written in Punycode (RFC 3492, UTS #46 nontransitional), and every character that is not
 /// legal in a URL is percent-encoded.
-class KORVANE_EXPORT LinuxLinkDetector : public NSDataDetector {
+class KORVANE_EXPORT LinkDetector : public NSDataDetector {
  public:
   std::vector<NSTextCheckingResult> matchesInString(std::string_view text) override;
 

@@ -17,14 +17,14 @@ namespace korvane {
 
 Platform linuxPlatform(const LinuxOptions& options) {
   Platform services;  // brings the system's clock and a thread pool
-  services.bundle = std::make_shared<LinuxBundle>(options.bundleIdentifier);
+  services.bundle = std::make_shared<MainBundle>(options.bundleIdentifier);
   services.fileManager = std::make_shared<FileManager>();
   services.fileCoordinator = std::make_shared<FileCoordinator>();
-  services.propertyLists = std::make_shared<LinuxPropertyLists>();
-  services.images = std::make_shared<LinuxImages>();
-  services.html = std::make_shared<LinuxHTML>();
-  services.dates = std::make_shared<LinuxDates>();
-  services.links = std::make_shared<LinuxLinkDetector>();
+  services.propertyLists = std::make_shared<PropertyLists>();
+  services.images = std::make_shared<Images>();
+  services.html = std::make_shared<HTML>();
+  services.dates = std::make_shared<DateFormatters>();
+  services.links = std::make_shared<LinkDetector>();
   services.workspace = std::make_shared<Workspace>(options.launchFailure);
   services.log = std::make_shared<SystemLog>(SystemLogOptions{options.logToStandardError});
   return services;

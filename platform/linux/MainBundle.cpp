@@ -48,7 +48,7 @@ class UseLocale {
 
 }  // namespace
 
-LinuxBundle::LinuxBundle(std::string_view bundleIdentifier, const std::filesystem::path& dataFolder)
+MainBundle::MainBundle(std::string_view bundleIdentifier, const std::filesystem::path& dataFolder)
     : messages_(messagesLocale()) {
   Dictionary info;
   const auto read = readPropertyList((dataFolder / "korvane" / "Info.plist").string());
@@ -59,16 +59,16 @@ LinuxBundle::LinuxBundle(std::string_view bundleIdentifier, const std::filesyste
   bind_textdomain_codeset(kDomain, "UTF-8");
 }
 
-LinuxBundle::~LinuxBundle() {
+MainBundle::~MainBundle() {
   if (messages_) freelocale(messages_);
 }
 
-Value LinuxBundle::objectForInfoDictionaryKey(std::string_view key) {
+Value MainBundle::objectForInfoDictionaryKey(std::string_view key) {
   return info_.objectForKey(key);
 }
 
-std::string LinuxBundle::localizedStringForKey(std::string_view key, std::string_view value,
-                                               std::string_view table) {
+std::string MainBundle::localizedStringForKey(std::string_view key, std::string_view value,
+                                              std::string_view table) {
   // A catalogue keeps its header under the empty key.
   if (!key.empty() && table.empty() && messages_) {
     const UseLocale locale(messages_);
@@ -79,9 +79,9 @@ std::string LinuxBundle::localizedStringForKey(std::string_view key, std::string
   return std::string(value.empty() || key.empty() ? key : value);
 }
 
-bool LinuxBundle::loadNibNamed(std::string_view name) { return name == "ShareViewController"; }
+bool MainBundle::loadNibNamed(std::string_view name) { return name == "ShareViewController"; }
 
-std::filesystem::path LinuxBundle::programDataFolder() {
+std::filesystem::path MainBundle::programDataFolder() {
   std::error_code failure;
   const auto program = std::filesystem::read_symlink("/proc/self/exe", failure);
   return program.parent_path().parent_path() / "share";

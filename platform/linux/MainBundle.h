@@ -17,15 +17,15 @@ namespace korvane {
 ///
 /// The user's language is that of LC_ALL, else LC_MESSAGES, else LANG, with LANGUAGE before it;
 /// the locale need not be installed. Any thread may call.
-class KORVANE_EXPORT LinuxBundle : public NSBundle {
+class KORVANE_EXPORT MainBundle : public NSBundle {
  public:
   /// `bundleIdentifier` replaces that of the info dictionary unless it is empty. Make it before the
   /// first thread starts: it may have to put LANGUAGE into the environment.
-  explicit LinuxBundle(std::string_view bundleIdentifier = {},
-                       const std::filesystem::path& dataFolder = programDataFolder());
-  ~LinuxBundle() override;
-  LinuxBundle(const LinuxBundle&) = delete;
-  LinuxBundle& operator=(const LinuxBundle&) = delete;
+  explicit MainBundle(std::string_view bundleIdentifier = {},
+                      const std::filesystem::path& dataFolder = programDataFolder());
+  ~MainBundle() override;
+  MainBundle(const MainBundle&) = delete;
+  MainBundle& operator=(const MainBundle&) = delete;
 
   Value objectForInfoDictionaryKey(std::string_view key) override;
   /// Texts of other tables than the default one are not translated.

@@ -90,7 +90,7 @@ std::optional<Value> readPropertyList(const std::string& path) {
   return readOpened(FileDescriptor(::open(path.c_str(), kReadFile)));
 }
 
-std::optional<List> LinuxPropertyLists::arrayWithContentsOfURL(const NSURL& url) {
+std::optional<List> PropertyLists::arrayWithContentsOfURL(const NSURL& url) {
   if (!url.isFileURL()) return std::nullopt;
   try {
     const FilePlace place = locate(container_, url.fileSystemRepresentation());

@@ -19,9 +19,9 @@ namespace korvane {
 /// A file is read whole and in one go. A symbolic link in the last place of the path or anywhere
 /// inside the container, anything that is no regular file, and a file over kLargestPropertyList
 /// count as unreadable, and none of them blocks.
-class KORVANE_EXPORT LinuxPropertyLists : public PropertyListReader {
+class KORVANE_EXPORT PropertyLists : public PropertyListReader {
  public:
-  explicit LinuxPropertyLists(ContainerRoot container = {}) : container_(std::move(container)) {}
+  explicit PropertyLists(ContainerRoot container = {}) : container_(std::move(container)) {}
 
   std::optional<List> arrayWithContentsOfURL(const NSURL& url) override;
 

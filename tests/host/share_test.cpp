@@ -64,7 +64,7 @@ class Share : public ::testing::Test {
     return things / name;
   }
   std::string picture(const std::string& name) const {
-    const NSData data = LinuxImages().encodePNG(testing::paintLandscape(64, 48)).value();
+    const NSData data = Images().encodePNG(testing::paintLandscape(64, 48)).value();
     return file(name, {reinterpret_cast<const char*>(data.data()), data.size()});
   }
 

@@ -47,7 +47,7 @@ class Environment {
 class DateFormattersTest : public ::testing::Test {
  protected:
   DateFormattersTest() {
-    platform.services.dates = std::make_shared<LinuxDates>();
+    platform.services.dates = std::make_shared<DateFormatters>();
     platform.install();
     dates.Initialize();
   }
@@ -155,7 +155,7 @@ TEST_F(DateFormattersTest, StrangeDatesDoNoHarm) {
 
 TEST_F(DateFormattersTest, RoundTripInTheDevicesZone) {
   const Environment environment("C", "Europe/Rome");
-  const auto formatter = LinuxDates().formatter({.dateFormat = "yyyy-MM-dd HH:mm:ss"});
+  const auto formatter = DateFormatters().formatter({.dateFormat = "yyyy-MM-dd HH:mm:ss"});
   for (double seconds = 1.4e9; seconds < 1.6e9; seconds += 1'234'567) {
     // Once a year an hour of the clock comes twice; these moments are not in it.
     EXPECT_EQ(formatter->dateFromString(formatter->stringFromDate({seconds})), NSDate{seconds});

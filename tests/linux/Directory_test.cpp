@@ -57,7 +57,7 @@ class Directory : public ::testing::Test {
     platform_.services.fileManager =
         std::make_shared<FileManager>(FileManagerOptions{.container = root});
     platform_.services.fileCoordinator = coordinator_;
-    platform_.services.propertyLists = std::make_shared<LinuxPropertyLists>(root);
+    platform_.services.propertyLists = std::make_shared<PropertyLists>(root);
     platform_.install();
   }
 

@@ -17,7 +17,7 @@ using ::testing::Not;
 NSData bytes(std::string_view text) { return {text.begin(), text.end()}; }
 
 HTMLText read(std::string_view html) {
-  auto result = LinuxHTML().read(bytes(html));
+  auto result = HTML().read(bytes(html));
   EXPECT_TRUE(result);
   return result.value_or(HTMLText{});
 }
@@ -391,7 +391,7 @@ TEST(HTML, HugeHostileDocumentsTakeNoTime) {
 }
 
 TEST(HTML, TooLargeADocumentIsRefused) {
-  EXPECT_FALSE(LinuxHTML().read(NSData(LinuxHTML::maximumBytes + 1, 'x')));
+  EXPECT_FALSE(HTML().read(NSData(HTML::maximumBytes + 1, 'x')));
 }
 
 TEST(HTML, WhatItWritesItReadsBackAsTheSame) {

@@ -100,7 +100,7 @@ TEST(Images, EveryFormatGivesThePixelsOfItsPicture) {
     cases.push_back({"corners-" + std::to_string(orientation) + ".jpg", red, green, blue, white});
   }
   for (const Case& one : cases) {
-    const auto bitmap = LinuxImages().decode(file(one.name));
+    const auto bitmap = Images().decode(file(one.name));
     ASSERT_TRUE(bitmap) << one.name;
     ASSERT_EQ(bitmap->width, 48U) << one.name;
     ASSERT_EQ(bitmap->height, 32U) << one.name;
@@ -122,7 +122,7 @@ TEST(Images, WhatIsNoImageIsRefusedWithoutAWord) {
         NSData(1000, 0), bytes("\x89PNG\r\n\x1A\n"), bytes("\xFF\xD8\xFF"), bytes("GIF89a"),
         bytes("BM"), bytes("RIFF\xFF\xFF\xFF\xFFWEBP"), bytes("II*"), bytes("<svg"),
         bytes("<svg xmlns='http://www.w3.org/2000/svg'>")}) {
-    EXPECT_FALSE(LinuxImages().decode(data)) << std::string(data.begin(), data.end());
+    EXPECT_FALSE(Images().decode(data)) << std::string(data.begin(), data.end());
   }
   EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
 }
@@ -159,20 +159,20 @@ TEST(Images, BombsAreRefusedBeforeTheyAreDecoded) {
   for (const char* name : {"bomb.png", "bomb.jpg", "bomb-progressive.jpg", "bomb.gif",
                            "bomb-frame.gif", "bomb.bmp", "bomb.tiff", "bomb-20000.tiff",
                            "bomb.webp", "bomb.ppm", "bomb.tga", "bomb.xpm", "bomb.xbm"}) {
-    EXPECT_FALSE(LinuxImages().decode(file(name))) << name;
+    EXPECT_FALSE(Images().decode(file(name))) << name;
   }
   EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
 }
 
 TEST(Images, OfManyFramesOneIsDecoded) {
   const MemoryLimit limit(std::size_t{1} << 30);
-  const auto bitmap = LinuxImages().decode(file("bomb-frames.gif"));
+  const auto bitmap = Images().decode(file("bomb-frames.gif"));
   ASSERT_TRUE(bitmap);
   EXPECT_EQ(bitmap->width, 5000U);
 }
 
 TEST(Images, DrawingsAreDrawnNoLargerThanUseful) {
-  const auto bitmap = LinuxImages().decode(file("large.svg"));
+  const auto bitmap = Images().decode(file("large.svg"));
   ASSERT_TRUE(bitmap);
   EXPECT_EQ(bitmap->width, 4096U);
   EXPECT_EQ(bitmap->height, 2048U);
@@ -180,12 +180,12 @@ TEST(Images, DrawingsAreDrawnNoLargerThanUseful) {
 }
 
 TEST(Images, DrawingsReachNothingOutside) {
-  const auto bitmap = LinuxImages().decode(file("links.svg"));
+  const auto bitmap = Images().decode(file("links.svg"));
   ASSERT_TRUE(bitmap);
   for (std::uint32_t x = 0; x < 48; x += 6) {
     EXPECT_EQ(pixel(*bitmap, x, 4), (Pixel{255, 255, 255, 255}));
   }
-  const auto text = LinuxImages().decode(file("entity.svg"));
+  const auto text = Images().decode(file("entity.svg"));
   if (text) {  // refused, or without the file's text
     for (const auto sample : text->pixels) ASSERT_EQ(sample, 0);
   }
@@ -199,7 +199,7 @@ TEST(Images, CutOffFilesAreRefused) {
     const std::size_t end = name == "corners.svg" ? whole.size() - 1 : whole.size();
     for (std::size_t size = 0; size < end; size += size < 600 ? 1 : 37) {
       const NSData part(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(size));
-      EXPECT_FALSE(LinuxImages().decode(part)) << name << ' ' << size;
+      EXPECT_FALSE(Images().decode(part)) << name << ' ' << size;
     }
   }
   EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
@@ -209,13 +209,13 @@ TEST(Images, WhatFollowsAnImageDoesNotMatter) {
   for (const char* name : {"corners.png", "corners-6.jpg", "corners.webp", "corners.bmp"}) {
     NSData data = file(name);
     data.insert(data.end(), 100, 0);
-    EXPECT_TRUE(LinuxImages().decode(data)) << name;
+    EXPECT_TRUE(Images().decode(data)) << name;
   }
 }
 
 TEST(Images, DamagedFilesGiveAPictureOrNothing) {
   std::mt19937 random(30);
-  LinuxImages images;
+  Images images;
   for (const std::string& name : kSamples) {
     const NSData whole = file(name);
     for (int round = 0; round < 60; ++round) {
@@ -230,14 +230,14 @@ TEST(Images, DamagedFilesGiveAPictureOrNothing) {
       const auto bitmap = images.decode(damaged);
       if (!bitmap) continue;
       EXPECT_EQ(bitmap->pixels.size(), bitmap->stride * bitmap->height) << name;
-      EXPECT_LE(std::uint64_t{bitmap->width} * bitmap->height, LinuxImages::maximumPixels);
+      EXPECT_LE(std::uint64_t{bitmap->width} * bitmap->height, Images::maximumPixels);
     }
   }
 }
 
 TEST(Images, PNGKeepsEveryPixel) {
   std::mt19937 random(31);
-  LinuxImages images;
+  Images images;
   for (std::uint32_t channels : {3U, 4U}) {
     for (const auto& [width, height] : std::vector<std::pair<std::uint32_t, std::uint32_t>>{
              {1, 1}, {1, 7}, {7, 1}, {2, 3}, {5, 5}, {16, 16}, {33, 17}, {255, 3}, {101, 67}}) {
@@ -258,7 +258,7 @@ TEST(Images, PNGKeepsEveryPixel) {
 
 TEST(Images, OpaqueIsWrittenWithoutAlpha) {
   const Bitmap opaque{2, 1, 4, 8, {1, 2, 3, 255, 4, 5, 6, 255}};
-  const auto decoded = LinuxImages().decode(LinuxImages().encodePNG(opaque).value_or(NSData{}));
+  const auto decoded = Images().decode(Images().encodePNG(opaque).value_or(NSData{}));
   ASSERT_TRUE(decoded);
   EXPECT_EQ(*decoded, (Bitmap{2, 1, 3, 6, {1, 2, 3, 4, 5, 6}}));
 }
@@ -266,7 +266,7 @@ TEST(Images, OpaqueIsWrittenWithoutAlpha) {
 TEST(Images, PaddingBetweenRowsIsNotWritten) {
   const Bitmap padded{1, 2, 3, 5, {1, 2, 3, 9, 9, 4, 5, 6}};  // nor needed after the last
   const Bitmap tight{1, 2, 3, 3, {1, 2, 3, 4, 5, 6}};
-  LinuxImages images;
+  Images images;
   EXPECT_EQ(images.encodePNG(padded), images.encodePNG(tight));
   EXPECT_EQ(images.encodeTIFF(padded), images.encodeTIFF(tight));
   EXPECT_EQ(*images.decode(images.encodeTIFF(padded).value_or(NSData{})), tight);
@@ -274,7 +274,7 @@ TEST(Images, PaddingBetweenRowsIsNotWritten) {
 
 TEST(Images, TIFFKeepsEveryPixel) {
   std::mt19937 random(32);
-  LinuxImages images;
+  Images images;
   for (std::uint32_t channels : {3U, 4U}) {
     for (const auto& [width, height] : std::vector<std::pair<std::uint32_t, std::uint32_t>>{
              {1, 1}, {1, 9}, {9, 1}, {13, 11}, {64, 65}}) {
@@ -290,7 +290,7 @@ TEST(Images, TIFFKeepsEveryPixel) {
 
 // Another reader of TIFF sees the same: a changed file is not known as an own one.
 TEST(Images, TIFFIsReadByOthers) {
-  LinuxImages images;
+  Images images;
   const Bitmap bitmap = testing::paintLandscape(40, 30);
   NSData tiff = images.encodeTIFF(bitmap).value_or(NSData{});
   tiff.push_back(0);
@@ -311,7 +311,7 @@ TEST(Images, TIFFIsReadByOthers) {
 }
 
 TEST(Images, BitmapsThatDoNotFitTogetherAreNotWritten) {
-  LinuxImages images;
+  Images images;
   for (const Bitmap& bitmap :
        {Bitmap{}, Bitmap{1, 1, 3, 3, {}}, Bitmap{0, 1, 3, 3, {1, 2, 3}},
         Bitmap{1, 0, 3, 3, {1, 2, 3}}, Bitmap{1, 1, 2, 2, {1, 2}},
@@ -326,7 +326,7 @@ TEST(Images, BitmapsThatDoNotFitTogetherAreNotWritten) {
 TEST(Images, ThreadsDecodeAndEncodeSideBySide) {
   std::vector<NSData> files;
   for (const std::string& name : kSamples) files.push_back(file(name));
-  LinuxImages images;
+  Images images;
   std::vector<std::shared_ptr<const Bitmap>> expected;
   for (const NSData& data : files) expected.push_back(images.decode(data));
   std::vector<std::thread> threads;
@@ -346,7 +346,7 @@ TEST(Images, ThreadsDecodeAndEncodeSideBySide) {
 
 TEST(Images, TheSamplePhotoIsUpright) {
   std::ifstream in(KORVANE_SOURCE_DIR "/packaging/samples/photo.jpg", std::ios::binary);
-  const auto photo = LinuxImages().decode({std::istreambuf_iterator<char>(in), {}});
+  const auto photo = Images().decode({std::istreambuf_iterator<char>(in), {}});
   ASSERT_TRUE(photo);
   EXPECT_GT(photo->width, photo->height);
 }

@@ -13,7 +13,7 @@ namespace {
 
 using Found = std::vector<NSTextCheckingResult>;
 
-Found matches(std::string_view text) { return LinuxLinkDetector().matchesInString(text); }
+Found matches(std::string_view text) { return LinkDetector().matchesInString(text); }
 
 /// The links as "characters" where the URL is the same, else "characters -> URL".
 std::vector<std::string> shown(std::string_view text) {
@@ -379,7 +379,7 @@ TEST(LinkDetector, LinearOnHostileTexts) {
     for (const std::string& tail : {std::string(), std::string("!"), std::string("@b.com")}) {
       const auto stepsFor = [&](std::size_t size) {
         std::uint64_t steps = 0;
-        LinuxLinkDetector::matches(repeated(piece, size) + tail, steps);
+        LinkDetector::matches(repeated(piece, size) + tail, steps);
         return steps;
       };
       constexpr std::size_t size = 1 << 13;
@@ -394,7 +394,7 @@ TEST(LinkDetector, LinearOnHostileTexts) {
 TEST(LinkDetector, AMegabyteOfOneHost) {
   std::uint64_t steps = 0;
   const std::string text = repeated("a.", 1 << 20);
-  EXPECT_TRUE(LinuxLinkDetector::matches(text, steps).empty());
+  EXPECT_TRUE(LinkDetector::matches(text, steps).empty());
   EXPECT_LE(steps, 16 * text.size());
 }
 
@@ -404,7 +404,7 @@ TEST(LinkDetector, ALongLinkIsOneLink) {
 }
 
 TEST(LinkDetector, ThreadsShareADetector) {
-  LinuxLinkDetector detector;
+  LinkDetector detector;
   std::vector<std::thread> threads;
   for (int thread = 0; thread < 4; ++thread) {
     threads.emplace_back([&] {

@@ -33,7 +33,7 @@ void withEnvironment(const std::map<std::string, std::string>& variables,
 }
 
 bool translates(const std::vector<std::pair<std::string, std::string>>& expected) {
-  LinuxBundle bundle({}, kShare);
+  MainBundle bundle({}, kShare);
   for (const auto& [key, translation] : expected) {
     const std::string seen = bundle.localizedStringForKey(key);
     if (seen != translation) {
@@ -45,27 +45,27 @@ bool translates(const std::vector<std::pair<std::string, std::string>>& expected
 }
 
 TEST(MainBundle, InfoDictionaryIsThatOfTheInstalledFile) {
-  LinuxBundle bundle({}, kShare);
+  MainBundle bundle({}, kShare);
   EXPECT_EQ(bundle.objectForInfoDictionaryKey("CFBundleIdentifier"),
             Value("it.drelk.korvane.share"));
   EXPECT_TRUE(bundle.objectForInfoDictionaryKey("no such key").isAbsent());
 }
 
 TEST(MainBundle, IdentifierCanBeChosen) {
-  LinuxBundle bundle("it.drelk.korvane.beta8.share", kShare);
+  MainBundle bundle("it.drelk.korvane.beta8.share", kShare);
   EXPECT_EQ(bundle.objectForInfoDictionaryKey("CFBundleIdentifier"),
             Value("it.drelk.korvane.beta8.share"));
   EXPECT_FALSE(bundle.objectForInfoDictionaryKey("CFBundleName").isAbsent());
 }
 
 TEST(MainBundle, WithoutAFileThereIsNoIdentifier) {
-  LinuxBundle bundle({}, "/nonexistent");
+  MainBundle bundle({}, "/nonexistent");
   EXPECT_TRUE(bundle.objectForInfoDictionaryKey("CFBundleIdentifier").isAbsent());
   EXPECT_EQ(bundle.localizedStringForKey("No Mail"), "No Mail");
 }
 
 TEST(MainBundle, DataFolderIsBesideTheProgramsOwn) {
-  EXPECT_EQ(LinuxBundle::programDataFolder(),
+  EXPECT_EQ(MainBundle::programDataFolder(),
             std::filesystem::canonical("/proc/self/exe").parent_path().parent_path() / "share");
 }
 
@@ -96,7 +96,7 @@ TEST(MainBundle, UntranslatedTextsAreTheKeysOrTheValue) {
     return translates({{"No subject", "No subject"}});
   });
   withEnvironment({{"LANG", "de_DE.UTF-8"}}, [] {
-    LinuxBundle bundle({}, kShare);
+    MainBundle bundle({}, kShare);
     return bundle.localizedStringForKey("unknown") == "unknown" &&
            bundle.localizedStringForKey("unknown", "value") == "value" &&
            bundle.localizedStringForKey("No Name", "value") == "Kein Name" &&
@@ -106,14 +106,14 @@ TEST(MainBundle, UntranslatedTextsAreTheKeysOrTheValue) {
 
 TEST(MainBundle, EmptyKeyIsTheEmptyTextAndNotTheCataloguesHeader) {
   withEnvironment({{"LANG", "de_DE.UTF-8"}}, [] {
-    LinuxBundle bundle({}, kShare);
+    MainBundle bundle({}, kShare);
     return bundle.localizedStringForKey("").empty() &&
            bundle.localizedStringForKey("", "value").empty();
   });
 }
 
 TEST(MainBundle, OnlyTheControllersInterfaceIsThere) {
-  LinuxBundle bundle({}, kShare);
+  MainBundle bundle({}, kShare);
   EXPECT_TRUE(bundle.loadNibNamed("ShareViewController"));
   EXPECT_FALSE(bundle.loadNibNamed("Other"));
 }

@@ -24,7 +24,7 @@ using testing::xmlDocument;
 using testing::XMLWriter;
 
 std::optional<List> readArray(const std::string& path) {
-  return LinuxPropertyLists().arrayWithContentsOfURL(NSURL::fileURLWithPath(path));
+  return PropertyLists().arrayWithContentsOfURL(NSURL::fileURLWithPath(path));
 }
 
 // Reads the root that a document with this content has.
@@ -130,8 +130,8 @@ TEST(PropertyLists, FilesThatAreNotRead) {
   std::filesystem::resize_file(huge, kLargestPropertyList + 1);
   EXPECT_FALSE(readArray(huge));
 
-  EXPECT_FALSE(LinuxPropertyLists().arrayWithContentsOfURL(
-      *NSURL::URLWithString("http://host.example" + good)));
+  EXPECT_FALSE(
+      PropertyLists().arrayWithContentsOfURL(*NSURL::URLWithString("http://host.example" + good)));
   EXPECT_FALSE(readPropertyList(""));
   EXPECT_FALSE(readPropertyList(good + std::string(1, '\0') + "x"));
 }
@@ -144,14 +144,14 @@ TEST(PropertyLists, NoLinkInsideTheContainerIsFollowed) {
   std::filesystem::create_directory_symlink(folder.path("outside"),
                                             folder.path("box/SharedData/Link"));
   std::filesystem::create_directory_symlink(folder.path("box"), folder.path("home"));
-  LinuxPropertyLists inside(ContainerRoot(folder.path("box")));
-  const auto reads = [](LinuxPropertyLists& lists, const std::string& path) {
+  PropertyLists inside(ContainerRoot(folder.path("box")));
+  const auto reads = [](PropertyLists& lists, const std::string& path) {
     return lists.arrayWithContentsOfURL(NSURL::fileURLWithPath(path)).has_value();
   };
   EXPECT_TRUE(reads(inside, good));
   EXPECT_FALSE(reads(inside, folder.path("box/SharedData/Link/Addresses.plist")));
   // The container itself may be reached through a link.
-  LinuxPropertyLists through(ContainerRoot(folder.path("home")));
+  PropertyLists through(ContainerRoot(folder.path("home")));
   EXPECT_TRUE(reads(through, folder.path("home/SharedData/Contacts/Addresses.plist")));
 }
 
