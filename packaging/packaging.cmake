@@ -19,7 +19,8 @@ foreach(folder platform urlutils model extension share)
   file(GLOB headers CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/${folder}/*.h)
   # Headers of the sources' own concern stay here.
   list(FILTER headers EXCLUDE REGEX
-    "/([A-Za-z0-9]+Blocks|URLCharacters|PercentEncoding|QueryStrings|RecordReading)\\.h$")
+    "/([A-Za-z0-9]+Blocks|URLCharacters|PercentEncoding|QueryStrings)\\.h$")
+  list(FILTER headers EXCLUDE REGEX "/(RecordReading|LinkAnchors|TextSearch)\\.h$")
   install(FILES ${headers} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/korvane/${folder})
 endforeach()
 install(FILES platform/linux/LinuxPlatform.h platform/linux/CairoSurface.h
