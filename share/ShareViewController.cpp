@@ -13,23 +13,6 @@ namespace {
 /// Names the staging folder.
 constexpr const char* kService = "Share";
 
-/// Hands the extracted message to the mail client. Uses nothing of the controller, which may be
-/// gone by then.
-void shareFull(const std::shared_ptr<ExtensionMessage>& message,
-               const std::optional<NSError>& error) {
-  if (error) {
-    NSLog("[%@] ShareFull %@", "***ERROR***", *error);
-    return;
-  }
-  if (!message) return;
-  try {
-    const auto url = message->queryUrl(commandCompose);
-    if (url) ExtensionUtilities::LaunchCommands({*url}, false);
-  } catch (const NSException& exception) {
-    NSLog("[%@] ShareFull %@", "***ERROR***", exception);
-  }
-}
-
 }  // namespace
 
 std::string ShareViewController::nibName() const { return "ShareViewController"; }
@@ -40,7 +23,7 @@ void ShareViewController::loadView() {
   // There is nothing to confirm: the share sheet goes before any item has been read, and the rest
   // happens in the background.
   cancel(nullptr);
-  ExtensionUtilities::GetItemForExtension(extensionContext(), kService, shareFull);
+  ExtensionUtilities::GetItemForExtension(extensionContext(), kService, ShareFull);
 }
 
 void ShareViewController::viewDidLoad() { NSViewController::viewDidLoad(); }
@@ -53,6 +36,21 @@ void ShareViewController::send(const void* /*sender*/) {
 void ShareViewController::cancel(const void* /*sender*/) {
   const auto context = extensionContext();
   if (context) context->cancelRequestWithError({NSCocoaErrorDomain, NSUserCancelledError, {}});
+}
+
+void ShareViewController::ShareFull(const std::shared_ptr<ExtensionMessage>& message,
+                                    const std::optional<NSError>& error) {
+  if (error) {
+    NSLog("[%@] ShareFull %@", "***ERROR***", *error);
+    return;
+  }
+  if (!message) return;
+  try {
+    const auto url = message->queryUrl(commandCompose);
+    if (url) ExtensionUtilities::LaunchCommands({*url}, false);
+  } catch (const NSException& exception) {
+    NSLog("[%@] ShareFull %@", "***ERROR***", exception);
+  }
 }
 
 }  // namespace korvane

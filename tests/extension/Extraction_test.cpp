@@ -137,6 +137,19 @@ TEST_F(ExtractionTest, AnEmptyTextAddsNothing) {
   EXPECT_EQ(share({item({}, std::nullopt, "")})->htmlBody(), "");
 }
 
+TEST_F(ExtractionTest, ATextThatGivesNoHtmlIsLeftOutWithALine) {
+  struct BadReader : HTMLReader {
+    std::optional<HTMLText> read(const NSData&) override { return HTMLText{"x", "\xFF"}; }
+  };
+  platform.services.html = std::make_shared<BadReader>();
+  platform.install();
+  NSExtensionItem bad = item({urlProvider("https://a.example/")});
+  bad.attributedContentText = NSAttributedString::initWithHTML({'x'}).value();
+  EXPECT_EQ(share({bad})->htmlBody(), anchor("https://a.example/"));
+  EXPECT_THAT(platform.log->lines(),
+              ElementsAre("[***ERROR***] GetItemForExtension text cannot be converted to HTML"));
+}
+
 TEST_F(ExtractionTest, AWebLinkBecomesSubjectAndAnchor) {
   const auto message =
       share({item({urlProvider("https://a.example/p?x=1&y=%22")}, "A page", "Look")});

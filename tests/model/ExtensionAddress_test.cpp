@@ -57,6 +57,21 @@ TEST(ExtensionAddress, RankConverts) {
   }
 }
 
+TEST(ExtensionAddress, AnUnsetContactCanBeReadLater) {
+  TestPlatform platform;
+  const Value dictionary = Dictionary{{"mail", "a@b"}, {"lastName", "B"}, {"rank", 7}};
+  ExtensionAddress contact;
+  contact.initWithDictonary(dictionary);
+  EXPECT_EQ(contact.prettyprint(), "B <a@b>");
+  EXPECT_EQ(contact.rank(), 7);
+
+  ExtensionAddress broken;
+  broken.initWithDictonary(Dictionary{{"mail", "a@b"}, {"rank", List{}}});
+  EXPECT_EQ(broken.mail(), Value("a@b"));
+  EXPECT_EQ(broken.rank(), 0);
+  EXPECT_EQ(platform.log->lines().size(), 1U);
+}
+
 TEST(ExtensionAddress, WhatIsNoDictionaryLeavesEverythingUnset) {
   TestPlatform platform;
   const ExtensionAddress contact(Value("text"));
