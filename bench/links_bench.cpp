@@ -9,6 +9,8 @@
 #include <string>
 #include <string_view>
 
+#include "model/ExtensionMessage.h"
+#include "platform/Platform.h"
 #include "platform/linux/LinkDetector.h"
 
 namespace {
@@ -79,6 +81,22 @@ void kTextToHTML(benchmark::State& state, const std::string& text) {
   report(state, text, static_cast<std::size_t>(html.count(QStringLiteral("<a href"))));
 }
 
+// The whole HTML of a plain body, in which every link stands once, like KTextToHTML's.
+void korvaneRendering(benchmark::State& state, const std::string& text) {
+  Platform services;
+  services.links = std::make_shared<LinkDetector>();
+  Platform::install(services);
+  std::size_t size = 0;
+  for (auto _ : state) {
+    ExtensionMessage message;
+    message.setPlainBody(text);
+    size = message.renderHtml().size();
+  }
+  state.SetBytesProcessed(static_cast<std::int64_t>(text.size()) *
+                          static_cast<std::int64_t>(state.iterations()));
+  state.counters["htmlBytes"] = static_cast<double>(size);
+}
+
 void compare(const char* name, const std::string& text, bool peer) {
   const auto register_ = [&](const std::string& full, auto* run) {
     benchmark::RegisterBenchmark(full.c_str(), [run, &text](benchmark::State& state) {
@@ -104,6 +122,18 @@ const bool registered = [] {
   compare("a.a.a.", dots, false);
   compare("http://((((", brackets, false);
   compare("@@@@", ats, false);
+
+  static const std::string different = [] {
+    std::string text;
+    for (int i = 0; text.size() < megabyte; ++i) {
+      text += "http://a.example.org/path/of/a/page?id=" + std::to_string(i) + "\n";
+    }
+    return text;
+  }();
+  benchmark::RegisterBenchmark("renderHtml/links", [](benchmark::State& state) {
+    korvaneRendering(state, different);
+  })->Unit(benchmark::kMillisecond);
+  compare("different links", different, true);
   return true;
 }();
 
