@@ -90,7 +90,7 @@ ShareRequest requestFromArguments(const Arguments& arguments,
     try {
       addThing(item, thing);
     } catch (const InputError& error) {
-      warn(nameOfInput(thing.value) + ": " + error.what() + "; not shared");
+      warn(nameOfInput(thing.value) + ": " + error.what());
     }
   }
   request.items.push_back(std::move(item));

@@ -1,5 +1,7 @@
 #include "host/ItemProviders.h"
 
+#include <algorithm>
+#include <array>
 #include <cerrno>
 #include <exception>
 #include <utility>
@@ -176,10 +178,17 @@ Made makeForFileURL(std::string_view url, const Loads& loads) {
                                            loads);
 }
 
+/// Whether following the link runs a program or opens a document that the link itself carries.
+bool isActive(const NSURL& url) {
+  return std::ranges::any_of(std::array{"javascript", "vbscript", "data"}, [&](const char* scheme) {
+    return schemeIs(url.absoluteString(), scheme);
+  });
+}
+
 Made make(const ShareRequest::Link& link, const Loads& loads) {
   if (schemeIs(link.url, "file")) return makeForFileURL(link.url, loads);
   const auto url = urlFromText(link.url);
-  if (!url) return nullptr;
+  if (!url || isActive(*url)) return nullptr;
   if (url->isFileURL()) return makeForFileURL(url->absoluteString(), loads);
   if (isRemoteFileScheme(schemeOf(url->absoluteString()))) {
     return std::make_shared<RemoteFileProvider>(*url, loads);

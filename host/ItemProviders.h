@@ -46,7 +46,8 @@ struct ShareLoads {
 /// cannot be read or is no regular file, for a file URL that names no file of this machine, and for
 /// a type that the attachment does not conform to.
 ///
-/// Null for a link of which no URL can be made.
+/// Null for a link of which no URL can be made, and for one that would run something in the mail or
+/// show a document of its own there (javascript:, vbscript:, data:): these are better a text.
 std::shared_ptr<NSItemProvider> makeItemProvider(const ShareRequest::Attachment& attachment,
                                                  const std::shared_ptr<ShareLoads>& loads);
 

@@ -15,6 +15,7 @@ namespace {
 struct Attachment {
   std::string path;
   bool exists = false;
+  bool isFolder = false;
   std::optional<std::uintmax_t> size;  // of a file
 };
 
@@ -29,6 +30,7 @@ Attachment inspect(const Value& element) {
   const std::filesystem::path path(attachment.path);
   const std::filesystem::file_status status = std::filesystem::status(path, error);
   attachment.exists = std::filesystem::exists(status);
+  attachment.isFolder = std::filesystem::is_directory(status);
   if (std::filesystem::is_regular_file(status)) {
     const std::uintmax_t size = std::filesystem::file_size(path, error);
     if (!error) attachment.size = size;
@@ -94,7 +96,7 @@ std::string messageText(const ExtensionMessage& message) {
     if (!attachment.exists) {
       text += " (missing)\n";
     } else if (!attachment.size) {
-      text += " (no file)\n";
+      text += attachment.isFolder ? " (folder)\n" : " (no file)\n";
     } else {
       text += " (" + std::to_string(*attachment.size) +
               (*attachment.size == 1 ? " byte)\n" : " bytes)\n");

@@ -7,6 +7,7 @@
 #include <mutex>
 #include <nlohmann/json.hpp>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -61,7 +62,10 @@ class LaunchFailure {
   std::string reason_;
 };
 
-int report(const ShareOutcome& outcome, const Arguments& arguments, const LaunchFailure& failure) {
+/// Tells what came of a share: at most one line where it was not handed over. `unread` holds what
+/// could not even be read, and why.
+int report(const ShareOutcome& outcome, const std::vector<std::string>& unread,
+           const Arguments& arguments, const LaunchFailure& failure) {
   if (!outcome.opening) {
     complain("not handed over: no address could be made of the message");
     return kNotHandedOver;
@@ -76,9 +80,17 @@ int report(const ShareOutcome& outcome, const Arguments& arguments, const Launch
   }
   const char* hint = arguments.verbose ? "" : " (run with -v to see why)";
   if (outcome.empty) {
-    complain(std::string("nothing of what was given could be put into the message") + hint);
+    std::string line = "nothing of what was given could be put into the message";
+    std::string_view separator = ": ";
+    for (const std::string& reason : unread) {
+      line.append(separator).append(reason);
+      separator = "; ";
+    }
+    if (outcome.missing > 0 || unread.empty()) line += hint;
+    complain(line);
     return kNotHandedOver;
   }
+  for (const std::string& reason : unread) complain(reason + "; not shared");
   if (outcome.missing > 0) {
     complain(std::to_string(outcome.missing) + " of " + std::to_string(outcome.attachments) +
              " attachments could not be put into the message" + hint);
@@ -95,16 +107,14 @@ int share(const Arguments& arguments) {
   const Platform services = linuxPlatform(options);
   Platform::install(services);
 
-  bool anyLost = false;
-  const ShareRequest request = requestFromArguments(arguments, [&](const std::string& line) {
-    anyLost = true;
-    complain(line);
-  });
+  std::vector<std::string> unread;
+  const ShareRequest request =
+      requestFromArguments(arguments, [&](const std::string& line) { unread.push_back(line); });
   const auto context = std::make_shared<ShareContext>(request, localPathOfRemoteFile);
   const HostMode mode = arguments.dryRun ? HostMode::dryRun : HostMode::open;
   ShareOutcome outcome = runShareExtension(context, services, mode);
-  if (anyLost && !context->hasContent()) outcome.empty = true;
-  const int status = report(outcome, arguments, *failure);
+  if (!unread.empty() && !context->hasContent()) outcome.empty = true;
+  const int status = report(outcome, unread, arguments, *failure);
   if (outcome.busy) {
     std::fflush(nullptr);
     std::_Exit(status);

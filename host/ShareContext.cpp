@@ -1,10 +1,23 @@
 #include "host/ShareContext.h"
 
+#include <algorithm>
+#include <iterator>
 #include <utility>
 
 #include "host/ContentText.h"
 
 namespace korvane {
+namespace {
+
+/// Whether a link is attached: only links hand the item's title over.
+bool handsTitleOver(const NSExtensionItem& item) {
+  return std::ranges::any_of(item.attachments, [](const auto& provider) {
+    return provider->hasItemConformingToTypeIdentifier(kUTTypeURL) &&
+           !provider->hasItemConformingToTypeIdentifier("public.file-url");
+  });
+}
+
+}  // namespace
 
 ShareContext::ShareContext(
     const ShareRequest& request,
@@ -15,6 +28,7 @@ ShareContext::ShareContext(
     NSExtensionItem item;
     if (from.title) item.attributedTitle = NSAttributedString(*from.title);
     std::vector<ShareRequest::Content> contents = from.contents;
+    std::vector<ShareRequest::Content> noLinks;
     item.attachments.reserve(from.attachments.size());
     for (const ShareRequest::Attachment& attachment : from.attachments) {
       if (auto provider = makeItemProvider(attachment, loads_)) {
@@ -22,8 +36,14 @@ ShareContext::ShareContext(
       } else {
         const auto* link = std::get_if<ShareRequest::Link>(&attachment);
         const auto* typed = std::get_if<ShareRequest::TypedText>(&attachment);
-        contents.push_back({ShareRequest::Content::Kind::text, link ? link->url : typed->text});
+        noLinks.push_back({ShareRequest::Content::Kind::text, link ? link->url : typed->text});
       }
+    }
+    if (!noLinks.empty()) {
+      if (from.title && !handsTitleOver(item)) {
+        contents.push_back({ShareRequest::Content::Kind::text, *from.title});
+      }
+      std::ranges::move(noLinks, std::back_inserter(contents));
     }
     item.attributedContentText = contentText(contents);
     attachmentCount_ += item.attachments.size();

@@ -18,7 +18,8 @@ namespace korvane {
 class ShareContext : public NSExtensionContext {
  public:
   /// Makes the input items; the Platform must be installed. `localPath` finds the local path of a
-  /// remote file's URL. A link of which no URL can be made joins its item's text.
+  /// remote file's URL. What makeItemProvider makes no link of joins its item's text, behind the
+  /// title where no other link hands that over.
   ShareContext(const ShareRequest& request,
                std::function<std::optional<std::string>(const std::string& url)> localPath);
 

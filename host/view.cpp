@@ -114,6 +114,7 @@ int main(int argc, char** argv) {
   }
   std::printf("The view is drawn in %s\n", argv[1]);
 #ifdef KORVANE_GTK
+  std::fflush(stdout);  // the window may stay open for long
   showWindow();
 #endif
   return 0;

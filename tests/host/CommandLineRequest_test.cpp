@@ -131,8 +131,8 @@ TEST_F(CommandLineRequest, WhatCannotBeReadDoesNotStopTheRest) {
       });
   EXPECT_THAT(read.attachments, SizeIs(2));
   EXPECT_THAT(read.contents, IsEmpty());
-  EXPECT_THAT(warnings, ElementsAre("none.html: No such file or directory; not shared",
-                                    "standard input: neither image, HTML nor text; not shared"));
+  EXPECT_THAT(warnings, ElementsAre("none.html: No such file or directory",
+                                    "standard input: neither image, HTML nor text"));
 }
 
 TEST_F(CommandLineRequest, ARequestComesFromAFileOrStandardInput) {

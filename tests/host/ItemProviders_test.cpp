@@ -59,6 +59,18 @@ TEST_F(ItemProviders, ALinkIsAURL) {
   EXPECT_EQ(loads->linksDelivered, 1U);
 }
 
+TEST_F(ItemProviders, WhatWouldRunOrShowSomethingIsNoLink) {
+  for (const char* url : {"javascript:alert(1)", "JAVASCRIPT://x/%0Aalert(1)", "\tjavascript:x",
+                          "vbscript:x", "data:text/html,<script>x</script>"}) {
+    EXPECT_EQ(make(ShareRequest::Link{url}), nullptr) << url;
+    EXPECT_EQ(make(ShareRequest::TypedText{"public.url", url}), nullptr) << url;
+  }
+  for (const char* url : {"korvane://x", "magnet:?xt=1", "mailto:a@b.example", "javascripts:x",
+                          "https://a.example/javascript:x", "database:x"}) {
+    EXPECT_NE(make(ShareRequest::Link{url}), nullptr) << url;
+  }
+}
+
 TEST_F(ItemProviders, AFileIsAFileURL) {
   const std::string path = folder.file("a b\xFF");
   for (const ShareRequest::Attachment& attachment : std::vector<ShareRequest::Attachment>{

@@ -67,6 +67,34 @@ TEST_F(ShareContextTest, ALinkOfWhichNoURLCanBeMadeIsText) {
   EXPECT_EQ(item.attributedContentText->string(), "before\n \n ");
 }
 
+TEST_F(ShareContextTest, ALinkThatWouldRunSomethingIsText) {
+  ShareRequest request;
+  request.items.resize(1);
+  request.items[0].title = "T";
+  request.items[0].attachments = {
+      ShareRequest::Link{"javascript:alert(1)"}, ShareRequest::Link{" JavaScript:a b"},
+      ShareRequest::TypedText{"public.url", "data:text/html,x"}, ShareRequest::Link{"VBSCRIPT:x"}};
+  const auto context = make(request);
+  const NSExtensionItem& item = context->inputItems()[0];
+  EXPECT_THAT(item.attachments, SizeIs(0));
+  // No link hands the title over, so it is in the text.
+  EXPECT_EQ(item.attributedContentText->string(),
+            "T\njavascript:alert(1)\n JavaScript:a b\ndata:text/html,x\nVBSCRIPT:x");
+}
+
+TEST_F(ShareContextTest, ALinkBesideOneThatIsTextHasTheTitle) {
+  ShareRequest request;
+  request.items.resize(1);
+  request.items[0].title = "T";
+  request.items[0].attachments = {ShareRequest::Link{"javascript:alert(1)"},
+                                  ShareRequest::Link{"https://a.example/"}};
+  const auto context = make(request);
+  const NSExtensionItem& item = context->inputItems()[0];
+  EXPECT_THAT(item.attachments, SizeIs(1));
+  EXPECT_EQ(item.attributedTitle->string(), "T");
+  EXPECT_EQ(item.attributedContentText->string(), "javascript:alert(1)");
+}
+
 TEST_F(ShareContextTest, TheFirstEndCounts) {
   const auto cancelled = make({});
   EXPECT_FALSE(cancelled->cancelError());

@@ -131,7 +131,7 @@ TEST(KorvaneMessage, Text) {
                 " (missing)\n"
                 "  " +
                 folder.path() +
-                " (no file)\n"
+                " (folder)\n"
                 "  " +
                 one +
                 " (1 byte)\n"

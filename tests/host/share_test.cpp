@@ -256,8 +256,25 @@ TEST_F(Share, NothingStagedIsNotHandedOver) {
   EXPECT_THAT(finished.errors, MatchesRegex("korvane-share: nothing of what was given [^\n]+\n"));
   // The mail client opens all the same.
   EXPECT_THAT(urlsOf(readFile(received(kRegular))), SizeIs(1));
-  EXPECT_EQ(share({"--html", "/none.html"}).status, 1);
   EXPECT_EQ(share({}).status, 0);  // nothing was given, nothing is lost
+}
+
+TEST_F(Share, WhyNothingWasHandedOverIsOneLine) {
+  const std::string nothing =
+      "korvane-share: nothing of what was given could be put into the message";
+  EXPECT_EQ(share({"--dry-run", "--html", "/none.html"}).errors,
+            nothing + ": /none.html: No such file or directory\n");
+  EXPECT_EQ(share({"--dry-run", "--html", "/none.html", "--html", "/other.html"}).errors,
+            nothing +
+                ": /none.html: No such file or directory; /other.html: No such file or "
+                "directory\n");
+  EXPECT_EQ(share({"--dry-run", "--html", "/none.html", "/none.txt"}).errors,
+            nothing + ": /none.html: No such file or directory (run with -v to see why)\n");
+  EXPECT_EQ(desktop.run({"sh", "-c", "'" + kShare + "' --dry-run - < /"}).errors,
+            nothing + ": standard input: Is a directory\n");
+  // Another reason stands alone.
+  EXPECT_EQ(share({"--html", "/none.html", "https://a.example/"}).errors,
+            "korvane-share: not handed over: no application it.drelk.korvane is installed\n");
 }
 
 TEST_F(Share, LogLinesAreShownWhereAsked) {
@@ -402,7 +419,7 @@ TEST_F(Share, ALoadThatOutlastsTheBudgetDoesNotKeepTheHost) {
   // Somebody else works in the container from the moment the staging folder was emptied; the files
   // cannot be staged, and the host ends all the same.
   std::vector<std::string> arguments{kShare, "--dry-run", "https://a.example/"};
-  for (int i = 0; i < 3000; ++i) arguments.push_back(file("f" + std::to_string(i), "x"));
+  for (int i = 0; i < 3000; ++i) arguments.push_back(file(std::to_string(i), "x"));
   const fs::path container = desktop.folder / "data/Q7K4M2XW9P.korvane";
   Finished finished;
   std::thread sharing([&] { finished = desktop.run(arguments); });
