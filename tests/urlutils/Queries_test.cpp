@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <limits>
 #include <random>
 
 #include "platform/NSException.h"
@@ -114,6 +115,7 @@ TEST(StringByReplacingURLQuery, EdgeCases) {
   EXPECT_EQ(stringByReplacingURLQueryWithQuery("x?a=1#f", std::nullopt), "x#f");
   EXPECT_EQ(stringByReplacingURLQueryWithQuery("x?a=1#", ""), "x#");
   EXPECT_EQ(stringByReplacingURLQueryWithQuery("a=1", "b=2"), "?b=2");
+  EXPECT_EQ(stringByReplacingURLQueryWithQuery("x=1/y?a=1#f", "b=2"), "x=1/y&b=2#f");
 }
 
 TEST(WriteQuery, EdgeCases) {
@@ -142,6 +144,10 @@ TEST(WriteQuery, EdgeCases) {
       {several, 12, "to[]=a&to[]=b"},
       {several, 15, "to[]=a&to[]=b"},
       {several, 0x7FFFFFF0 | 1, "to=b"},
+      {several, -16 | 2, "to=a"},  // other bits play no part, the sign among them
+      {several, -1, "to[]=a&to[]=b"},
+      {{{"k", "v"}}, -4, "k[]=v"},
+      {{{"k", "v"}}, std::numeric_limits<URLQueryFlags>::min(), "k=v"},
       {{{"k", "v"}}, 12, "k[]=v"},
       {{{"k", "v"}}, 8, "k=v"},
       {{{"k", "v"}}, 4, "k=v"},
@@ -166,8 +172,16 @@ TEST(WriteQuery, RefusesOtherValues) {
               NSInvalidArgumentException)
         << value.description();
   }
-  // Only the element that is written counts.
-  EXPECT_EQ(URLQueryWithParameters({{"k", list({"a", 1})}}, URLQueryModeKeepFirst), "k=a");
+  // Also an element that would not be written.
+  for (const URLQueryFlags options : {1, 2, 9, 10}) {
+    for (const Value& value : {list({"a", 1}), list({1, "a"}), list({"a", list({}), "a"})}) {
+      EXPECT_EQ(raised([&] {
+                  URLQueryWithParameters({{"k", value}}, options);
+                }),
+                NSInvalidArgumentException)
+          << options << " " << value.description();
+    }
+  }
 }
 
 TEST(ReadQuery, EdgeCases) {
@@ -212,6 +226,11 @@ TEST(ReadQuery, EdgeCases) {
       {"a=1&a=%zz", 2, {{"a", "1"}}},
       {"korvane://compose?to=a%40b&to=c#f", 0, {{"to", "c"}}},
       {"x?a=1?b=2", 0, {{"a", "1?b"}}},
+      {"a=1;b=2", 0, {{"a", "1;b"}}},
+      {"[]=1", 3, {{"", list({"1"})}}},
+      {"a[x]=1&a[]x=2", 3, {{"a[x]", "1"}, {"a[]x", "2"}}},  // no list keys
+      {"a%20=1&a+=2", -5, {{"a ", list({"1", "2"})}}},
+      {"a[]=1", -1, {{"a", "1"}}},
       {"b=1&a=2&b=3", 0, {{"b", "3"}, {"a", "2"}}},
   };
   for (const auto& row : rows) {
@@ -234,6 +253,15 @@ TEST(ReadQuery, BadEscapesRaise) {
   }
   EXPECT_EQ(raised([] { URLQueryParameters("a=1&a=%zz", 3); }), NSInvalidArgumentException);
   EXPECT_EQ(raised([] { URLQueryParameters("a[]=1&a[]=%zz", 4); }), NSInvalidArgumentException);
+  // The reason may be logged: it shows nothing of the query.
+  for (const char* query : {"a=secret%zz", "secret%zz=1"}) {
+    try {
+      URLQueryParameters(query);
+      ADD_FAILURE() << query;
+    } catch (const NSException& exception) {
+      EXPECT_EQ(exception.reason().find("secret"), std::string::npos) << exception.reason();
+    }
+  }
 }
 
 TEST(MergeQuery, EdgeCases) {
@@ -279,6 +307,13 @@ TEST(MergeQuery, EdgeCases) {
       {"b=1&a=1", "c=1&a=2", 0, "b=1&a=2&c=1"},
       {"x", "b=2", 4, "x?b=2"},  // no query, no merging
       {"a=1+1", "b=%26", 0, "a=1%201&b=%26"},
+      {"x?flag", "a=1", 0, "xa=1"},
+      {"?a=1", "b=2", 0, "a=1&b=2"},
+      {"a=1", "?flag", 12, "a[]=1"},  // nothing new, written in the mode asked for
+      {"a[]=1", "a[]=2", 5, "a=2"},
+      {"a=1", "a=2", -4, "a[]=1&a[]=2"},
+      {"a=1&a=2", "b=1", -1, "a[]=1&a[]=2&b=1"},
+      {"x#?", "flag", 0, "x#?"},  // nothing to merge, so the subject is not looked at
   };
   for (const auto& row : rows) {
     EXPECT_EQ(stringByMergingURLQuery(row.subject, row.query, row.options), row.result)
