@@ -39,6 +39,7 @@ class KORVANE_EXPORT NSURL {
   // parameterString. path is empty, not absent, where nothing follows a host or precedes a ";"; an
   // empty host without port and user is absent. A URL without "/" after its scheme ("mailto:a@b")
   // has a scheme and nothing else, and every "#" in it is escaped.
+  // The first "@" ends user and password, the first ":" in them the user.
   std::optional<std::string> scheme() const;
   std::optional<std::string> host() const;
   /// Absent when empty or not decimal; the nearest limit when out of range.
@@ -67,6 +68,7 @@ class KORVANE_EXPORT NSURL {
   /// for one that begins with "/".
   NSURL URLByAppendingPathExtension(std::string_view extension) const;
 
+  /// Same text, case and escapes included.
   friend bool operator==(const NSURL& a, const NSURL& b) noexcept { return a.text_ == b.text_; }
 
  private:

@@ -30,7 +30,7 @@ KORVANE_EXPORT std::string URLEncodedString(std::string_view subject);
 KORVANE_EXPORT std::optional<std::string> URLDecodedString(std::string_view subject,
                                                            bool plusAsSpace);
 
-// Fragments.
+// Fragments (RFC 3986, section 3.5).
 
 /// What follows the first "#"; absent without one.
 KORVANE_EXPORT std::optional<std::string> URLFragment(std::string_view subject);
@@ -41,7 +41,7 @@ KORVANE_EXPORT std::string stringByDeletingURLFragment(std::string_view subject)
 KORVANE_EXPORT std::string stringByAppendingURLFragment(std::string_view subject,
                                                         std::optional<std::string_view> fragment);
 
-// Query strings.
+// Query strings (RFC 3986, section 3.4).
 
 /// How keys that occur more than once are written, read and merged: one mode, or'ed with
 /// URLQueryBracketSyntax. Other bits are ignored.
@@ -63,8 +63,8 @@ struct KORVANE_EXPORT URLQueryRange {
 };
 
 /// The query string of a parameter dictionary (values: texts or lists of texts), without "?", keys
-/// and values percent-encoded, pairs in the dictionary's order. Raises NSException for a value of
-/// any other kind.
+/// and values percent-encoded, pairs in the dictionary's order; empty lists are left out. Raises
+/// NSException for a value of any other kind, and for a list that holds one, written or not.
 KORVANE_EXPORT std::string URLQueryWithParameters(const Dictionary& parameters,
                                                   URLQueryFlags options = URLQueryModeDefault);
 
@@ -101,7 +101,8 @@ KORVANE_EXPORT Dictionary URLQueryParametersWithOptions(std::string_view subject
 
 // Paths. Each operation takes the fragment and then the query off the text, works on what remains
 // and appends query and fragment again, as the operations above do: an empty query is not put back,
-// a bare "#" is, and where the remainder holds a "=" but no "?" the query joins it with "&".
+// a bare "#" is, and where the remainder holds a "=" but no "?" the query joins it with "&". A "#"
+// that precedes a "?" is no failure here, since the fragment goes first.
 
 /// What follows the last "/" of the path; all of it without a "/" ("x://h" gives "h").
 KORVANE_EXPORT std::string lastURLPathComponent(std::string_view subject);
@@ -132,8 +133,8 @@ KORVANE_EXPORT std::optional<NSURL> URLValue(std::string_view subject);
 KORVANE_EXPORT std::optional<NSURL> URLValueRelativeToURL(std::string_view subject,
                                                           const NSURL& base);
 
-// URL components. Their values are texts but for the port, a number, and the query, which may be
-// given as a parameter dictionary too.
+// URL components. Their values are texts but for the port, a number, which may be given as a text
+// too, and the query, which may be given as a parameter dictionary.
 
 inline constexpr const char* URLSchemeComponent = "scheme";
 inline constexpr const char* URLHostComponent = "host";
@@ -147,8 +148,9 @@ inline constexpr const char* URLFragmentComponent = "fragment";
 
 /// The URL whose text is the components joined, scheme "://" user ":" password "@" host ":" port
 /// path ";" parameterString "?" query "#" fragment, with those that are there; absent when that is
-/// no URL. Nothing is encoded, but for a query given as a dictionary. A password without a user is
-/// left out. Other keys are ignored; a component of another kind raises NSException.
+/// no URL. Nothing is encoded, but for a query given as a dictionary (default options). A password
+/// without a user is left out. Other keys are ignored. Raises NSException for a text that is none,
+/// and as URLQueryWithParameters does.
 KORVANE_EXPORT std::optional<NSURL> URLWithComponents(const Dictionary& components);
 
 /// The components that the URL has, in the order of the constants, as NSURL gives them.
@@ -160,7 +162,7 @@ KORVANE_EXPORT std::optional<NSURL> URLWithComponents(const Dictionary& componen
 KORVANE_EXPORT Dictionary components(const NSURL& url);
 
 /// The URL of this one's components with one of them replaced, or taken away where the value is
-/// absent. Absent as URLWithComponents is.
+/// absent. Absent, and raises, as URLWithComponents.
 KORVANE_EXPORT std::optional<NSURL> URLWithValue(const NSURL& url, const Value& value,
                                                  std::string_view component);
 
@@ -168,7 +170,7 @@ KORVANE_EXPORT std::optional<NSURL> URLWithValue(const NSURL& url, const Value& 
 /// one in front of its text, without "://". Absent when that is no URL.
 KORVANE_EXPORT std::optional<NSURL> URLWithScheme(const NSURL& url, std::string_view scheme);
 
-// URLWithValue for one component.
+/// URLWithValue for one component; so are those that follow.
 KORVANE_EXPORT std::optional<NSURL> URLWithHost(const NSURL& url, const Value& host);
 KORVANE_EXPORT std::optional<NSURL> URLWithPort(const NSURL& url, const Value& port);
 KORVANE_EXPORT std::optional<NSURL> URLWithUser(const NSURL& url, const Value& user);
@@ -190,15 +192,18 @@ KORVANE_EXPORT std::optional<std::string> base64EncodedString(std::string_view s
 /// padded. Absent when no byte comes out and when the bytes are not UTF-8.
 KORVANE_EXPORT std::optional<std::string> base64DecodedString(std::string_view subject);
 
-// Web requests. An absent parameter dictionary is an empty one.
+// Web requests. An absent parameter dictionary is an empty one. What takes parameters raises as
+// URLQueryWithParameters does.
 
-/// A request with the method in upper case that accepts gzip. The parameters go into the URL's
-/// query for "GET", as addGETParameters does, and into a form body for every other method, an empty
-/// one without parameters.
+/// A request with the method in upper case (of ASCII letters, as methods are made of) that accepts
+/// gzip. The parameters go into the URL's query for "GET", as addGETParameters does, and into a
+/// form body for every other method, an empty one without parameters.
 KORVANE_EXPORT NSMutableURLRequest HTTPRequestWithURL(const NSURL& url, std::string_view method,
                                                       const Dictionary& parameters = {});
+/// HTTPRequestWithURL with the method "GET".
 KORVANE_EXPORT NSMutableURLRequest GETRequestWithURL(const NSURL& url,
                                                      const Dictionary& parameters = {});
+/// HTTPRequestWithURL with the method "POST".
 KORVANE_EXPORT NSMutableURLRequest POSTRequestWithURL(const NSURL& url,
                                                       const Dictionary& parameters = {});
 
@@ -207,11 +212,14 @@ KORVANE_EXPORT NSMutableURLRequest POSTRequestWithURL(const NSURL& url,
 KORVANE_EXPORT Dictionary GETParameters(const NSURLRequest& request);
 KORVANE_EXPORT Dictionary POSTParameters(const NSURLRequest& request);
 
-/// Replaces the query of the request's URL. Without parameters a bare "?" stays.
+/// Replaces the query of the request's URL, as URLWithQuery does: the request has no URL then where
+/// that is absent, and keeps having none. Without parameters a bare "?" stays.
 KORVANE_EXPORT void setGETParameters(NSMutableURLRequest& request, const Dictionary& parameters,
                                      URLQueryFlags options = URLQueryModeDefault);
-/// Merges parameters into the query of the request's URL. A URL without a query gets "??" before
-/// them; adding once more takes one of the two away. Raises as stringByMergingURLQuery does.
+/// Merges parameters into the query of the request's URL, which it then replaces as above. A URL
+/// without a query gets "??" before them; adding once more takes one of the two away. Where the URL
+/// has no "?" but a "=" before its fragment, all of its text counts as the query that it has.
+/// Raises as stringByMergingURLQuery does.
 KORVANE_EXPORT void addGETParameters(NSMutableURLRequest& request, const Dictionary& parameters,
                                      URLQueryFlags options = URLQueryModeDefault);
 /// Makes the parameters the request's body and adds the header fields of a form, also to fields
@@ -219,11 +227,12 @@ KORVANE_EXPORT void addGETParameters(NSMutableURLRequest& request, const Diction
 KORVANE_EXPORT void setPOSTParameters(NSMutableURLRequest& request, const Dictionary& parameters,
                                       URLQueryFlags options = URLQueryModeDefault);
 /// The same, with the parameters merged into the body that the request has. A body that was empty,
-/// or is not UTF-8, begins with "?" then.
+/// or is not UTF-8, begins with "?" then. Raises as stringByMergingURLQuery does.
 KORVANE_EXPORT void addPOSTParameters(NSMutableURLRequest& request, const Dictionary& parameters,
                                       URLQueryFlags options = URLQueryModeDefault);
 
-/// User and password of the request's Authorization field (RFC 7617), as its text splits at every
+/// User and password of the request's Authorization field (RFC 7617): "Basic ", in this case, is
+/// taken out wherever it stands, the rest is decoded as base64DecodedString does and split at every
 /// ":"; absent when it does not decode. Without the field those of the URL, empty where it has
 /// none.
 KORVANE_EXPORT std::optional<std::vector<std::string>> HTTPBasicAuthComponents(
