@@ -1,6 +1,6 @@
 #include "platform/PercentEscapeBlocks.h"
 
-#if defined(__x86_64__)
+#if defined(__x86_64__) && !defined(KORVANE_PORTABLE)
 #include <immintrin.h>
 
 #include <array>
@@ -10,7 +10,7 @@
 
 namespace korvane {
 
-#if defined(__x86_64__)
+#if defined(__x86_64__) && !defined(KORVANE_PORTABLE)
 namespace {
 
 // For each choice of bytes out of eight, by the bits of a number: where the chosen ones stand, in

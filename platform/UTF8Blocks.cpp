@@ -2,13 +2,13 @@
 
 #include <cstdint>
 
-#if defined(__x86_64__)
+#if defined(__x86_64__) && !defined(KORVANE_PORTABLE)
 #include <immintrin.h>
 #endif
 
 namespace korvane {
 
-#if defined(__x86_64__)
+#if defined(__x86_64__) && !defined(KORVANE_PORTABLE)
 namespace {
 
 // What can be wrong about two bytes that follow one another. Each table below tells for the values

@@ -1,12 +1,12 @@
 #include "urlutils/Base64Blocks.h"
 
-#if defined(__x86_64__)
+#if defined(__x86_64__) && !defined(KORVANE_PORTABLE)
 #include <immintrin.h>
 #endif
 
 namespace korvane::RequestUtils {
 
-#if defined(__x86_64__)
+#if defined(__x86_64__) && !defined(KORVANE_PORTABLE)
 namespace {
 
 // The instructions of these functions came after the first processors of this kind, so each is

@@ -1,6 +1,6 @@
 #include "urlutils/PercentEncodingBlocks.h"
 
-#if defined(__x86_64__)
+#if defined(__x86_64__) && !defined(KORVANE_PORTABLE)
 #include <immintrin.h>
 
 #include <array>
@@ -9,7 +9,7 @@
 
 namespace korvane::RequestUtils {
 
-#if defined(__x86_64__)
+#if defined(__x86_64__) && !defined(KORVANE_PORTABLE)
 namespace {
 
 // How four bytes are written, by four bits that tell which of them are escaped. Each byte comes
