@@ -32,6 +32,11 @@ TEST(HTTPRequestWithURL, GET) {
   EXPECT_EQ(text(GETRequestWithURL(url("x://h/p"))), "x://h/p?");
   EXPECT_EQ(text(GETRequestWithURL(url("x://h/p?x=1"))), "x://h/p?x=1");
   EXPECT_EQ(text(GETRequestWithURL(url("x://h/p#f"), {{"a", "1"}})), "x://h/p??a=1#f");
+  EXPECT_EQ(text(GETRequestWithURL(url("x://h/p?"), {{"a", "1"}})), "x://h/p??a=1");
+  EXPECT_EQ(text(GETRequestWithURL(url("x://h/p?flag"), {{"a", "1"}})), "x://h/p?flag?a=1");
+  // A URL with "=" and without "?" is all query.
+  EXPECT_EQ(text(GETRequestWithURL(url("x://h/p=1"), {{"a", "1"}})),
+            "x://h/p=1?x%3A%2F%2Fh%2Fp=1&a=1");
 }
 
 TEST(HTTPRequestWithURL, FormBody) {
@@ -44,6 +49,8 @@ TEST(HTTPRequestWithURL, FormBody) {
     EXPECT_EQ(field(request, "content-length"), "3");
     EXPECT_EQ(field(request, "accept-encoding"), "gzip");
   }
+  // Only ASCII letters have a case here.
+  EXPECT_EQ(HTTPRequestWithURL(url("x://h/p"), "x-é{z").HTTPMethod(), "X-é{Z");
   const auto request = POSTRequestWithURL(url("x://h/p"));
   EXPECT_EQ(request.HTTPMethod(), "POST");
   EXPECT_EQ(body(request), "");
@@ -94,6 +101,9 @@ TEST(GETParameters, OddURLs) {
   EXPECT_THROW(addGETParameters(late, {{"a", "1"}}), NSException);
   EXPECT_EQ(GETParameters(NSURLRequest(url("x://h/p"))), Dictionary());
   EXPECT_THROW(GETParameters(NSURLRequest(url("x://h/p?a=%FF"))), NSException);
+  EXPECT_EQ(GETParameters(NSURLRequest(url("x://h/p?flag"))), Dictionary());
+  EXPECT_EQ(GETParameters(NSURLRequest(url("x://h/p?a=1?b=2"))), (Dictionary{{"b", "2"}}));
+  EXPECT_EQ(GETParameters(NSURLRequest(url("x://h/p?a[]=1#b?c"))), (Dictionary{{"a", "1"}}));
 }
 
 TEST(POSTParameters, SetAndAdd) {
@@ -110,6 +120,18 @@ TEST(POSTParameters, SetAndAdd) {
   // Added each time, not replaced.
   EXPECT_EQ(field(request, "Content-Transfer-Encoding"), "8bit,8bit,8bit");
   EXPECT_EQ(field(request, "Content-Length"), "4,12,3");
+}
+
+TEST(POSTParameters, BodyThatIsNoQuery) {
+  NSMutableURLRequest request(url("x://h/p"));
+  addPOSTParameters(request, {});
+  EXPECT_EQ(body(request), "");
+  request.setHTTPBody(NSData{'x'});
+  EXPECT_EQ(POSTParameters(request), Dictionary());
+  addPOSTParameters(request, {{"a", "1"}});
+  EXPECT_EQ(body(request), "x?a=1");
+  request.setHTTPBody(NSData{'#', '?'});
+  EXPECT_THROW(POSTParameters(request), NSException);
 }
 
 TEST(POSTParameters, BodyThatIsNotUTF8) {
@@ -173,6 +195,11 @@ TEST(HTTPBasicAuth, FieldThatDoesNotDecode) {
       {"Basic dTBasic pw", std::vector<std::string>{"u", "p"}},  // taken out wherever it stands
       {"dTpw", std::vector<std::string>{"u", "p"}},
       {"Basic dQ==", std::vector<std::string>{"u"}},
+      {"Basic Basic dTpw", std::vector<std::string>{"u", "p"}},
+      {"Basic Ojo=", std::vector<std::string>{"", "", ""}},
+      {"basic dTpw", std::nullopt},  // six more characters of base64
+      {"Bearer x", std::nullopt},
+      {"BaBasic sic dTpw", std::nullopt},  // what is left is not taken out again
   };
   for (const auto& [value, parts] : rows) {
     NSMutableURLRequest request(url("x://v:w@h/"));  // never falls back to the URL's

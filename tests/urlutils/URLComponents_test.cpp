@@ -123,6 +123,14 @@ TEST(URLWithValue, ReplacesAddsAndRemoves) {
   EXPECT_EQ(text(URLWithQuery(subject, "")), "x://u:w@h:8/p;r?#t");
   EXPECT_EQ(text(URLWithFragment(subject, {})), "x://u:w@h:8/p;r?s");
 
+  EXPECT_EQ(text(URLWithHost(subject, "")), "x://u:w@:8/p;r?s#t");
+  EXPECT_EQ(text(URLWithUser(subject, "")), "x://:w@h:8/p;r?s#t");
+  EXPECT_EQ(text(URLWithPassword(subject, "")), "x://u:@h:8/p;r?s#t");
+  EXPECT_EQ(text(URLWithPath(subject, "")), "x://u:w@h:8;r?s#t");
+  EXPECT_EQ(text(URLWithParameterString(subject, "")), "x://u:w@h:8/p;?s#t");
+  EXPECT_EQ(text(URLWithFragment(subject, "")), "x://u:w@h:8/p;r?s#");
+  EXPECT_EQ(text(URLWithValue(subject, "z", "nonsense")), "x://u:w@h:8/p;r?s#t");
+
   EXPECT_EQ(text(URLWithPort(url("x://h/p"), 80)), "x://h:80/p");
   EXPECT_EQ(text(URLWithValue(subject, {}, URLSchemeComponent)), "u:w@h:8/p;r?s%23t");
 }

@@ -37,6 +37,7 @@ TEST(StringByDeletingLastURLPathComponent, EdgeCases) {
       {"x://h/a/b?", "x://h/a/"},             // an empty query is not put back
       {"x://h/a/b#", "x://h/a/#"},            // a bare "#" is
       {"x://h/a=1/b?q=1", "x://h/a=1/&q=1"},  // what remains is taken for a query
+      {"a/b=1#f", "?a/b=1#f"},                // or all of it was one
   };
   for (const auto& [subject, cut] : rows) {
     EXPECT_EQ(stringByDeletingLastURLPathComponent(subject), cut) << subject;
@@ -64,6 +65,9 @@ TEST(StringByAppendingURLPathComponent, EdgeCases) {
       {"x://h/a?", "c", "x://h/a/c"},
       {"x://h/a#", "c", "x://h/a/c#"},
       {"x://h/k=v?q=1", "c", "x://h/k=v/c&q=1"},
+      {"x://h?q=1", "c?d", "x://h/c?d&q=1"},  // a component with marks of its own
+      {"x://h?q=1", "c#d", "x://h/c?q=1#d"},
+      {"x://h#f", "c#d", "x://h/c#df"},
   };
   for (const auto& row : rows) {
     EXPECT_EQ(stringByAppendingURLPathComponent(row.subject, row.component), row.result)
