@@ -10,10 +10,16 @@
 namespace korvane {
 namespace {
 
-// From this many keys on they are looked up in an index. It is an ordered one: keys come from
-// outside, and those of a hash table could be chosen to collide.
+// Above this many keys a dictionary that grows key by key has an index of them. It is an ordered
+// one: keys come from outside, and those of a hash table could be chosen to collide.
 constexpr std::size_t kManyKeys = 16;
 using Index = std::map<std::string_view, std::size_t>;
+
+Index indexOf(const std::vector<std::string_view>& texts) {
+  Index index;
+  for (std::size_t i = 0; i < texts.size(); ++i) index.emplace(texts[i], i);
+  return index;
+}
 
 }  // namespace
 
@@ -23,16 +29,17 @@ struct Dictionary::Keys::Node {
   std::vector<std::string_view> texts;  // the keys' own bytes
   std::unique_ptr<Index> index;
 
+  // Without an index: a list that came whole is searched a few times, but a file can hold very many
+  // lists of the same long keys, and an index compares all of them with one another.
   explicit Node(List list) : keys(std::move(list)) {
+    texts.reserve(keys.size());
     for (const Value& key : keys) texts.push_back(key.text());
-    makeIndex();
   }
 
   void makeIndex() {
     index.reset();
     if (keys.size() <= kManyKeys) return;
-    index = std::make_unique<Index>();
-    for (std::size_t i = 0; i < keys.size(); ++i) index->emplace(texts[i], i);
+    index = std::make_unique<Index>(indexOf(texts));
   }
 
   void append(Value key) {
@@ -166,8 +173,18 @@ void Dictionary::remove(std::string_view key) {
 
 bool operator==(const Dictionary& a, const Dictionary& b) {
   if (a.size() != b.size()) return false;
+  // Looking up each key of many would take the square of their number.
+  std::map<std::string_view, const Value*> many;
+  if (b.size() > kManyKeys) {
+    for (const auto [key, value] : b) many.emplace(key, &value);
+  }
   for (const auto [key, value] : a) {
-    const Value* other = b.find(key);
+    const Value* other = nullptr;
+    if (many.empty()) {
+      other = b.find(key);
+    } else if (const auto found = many.find(key); found != many.end()) {
+      other = found->second;
+    }
     if (!other || !(*other == value)) return false;
   }
   return true;

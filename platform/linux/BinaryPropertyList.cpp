@@ -64,7 +64,8 @@ constexpr Cost kScalarCost{.units = 1};
 // What is known of an object: the value of a text, data, list or dictionary that was read.
 struct Known {
   StockedValue value;
-  Cost cost;  // of a list or dictionary
+  Cost cost;           // of a list or dictionary
+  bool isKey = false;  // the value is one of the key texts
 };
 
 class BinaryReader {
@@ -204,7 +205,8 @@ class BinaryReader {
   }
 
   void readContainer(std::uint64_t object, const unsigned char* at) {
-    auto& [known, cost] = known_[object];
+    StockedValue& known = known_[object].value;
+    Cost& cost = known_[object].cost;
     if (cost.isOpen) refuse();
     if (!known.value().isAbsent()) {
       if (open_.size() + cost.depth > kDeepestPropertyList) refuse();
@@ -281,26 +283,32 @@ class BinaryReader {
   KeyList readKeys(const unsigned char* references, std::uint64_t count) {
     List keys;
     keys.reserve(count);
-    std::set<std::string_view> seen;
+    std::set<const char*> seen;  // no characters: very many lists can name the same long keys
     std::vector<bool> comesAgain(count);
     for (std::uint64_t i = 0; i < count; ++i) {
       const Value& key = readKey(reference(references, i));
-      comesAgain[i] = !seen.insert(key.text()).second;
+      comesAgain[i] = !seen.insert(key.text().data()).second;
       if (!comesAgain[i]) keys.push_back(key);
     }
     if (keys.size() == count) comesAgain.clear();
     return {Dictionary::Keys(std::move(keys)), std::move(comesAgain)};
   }
 
+  // Keys of the same characters are one and the same text, told from others by where it lies.
   const Value& readKey(std::uint64_t object) {
-    StockedValue& key = known_[object].value;
-    if (key.value().isAbsent()) {
-      const unsigned char* const at = begin(object);
-      if ((*at & 0xF0) != 0x50 && (*at & 0xF0) != 0x60) refuse();
-      key.set(bytesObject(at));
+    Known& known = known_[object];
+    if (!known.isKey) {
+      Value text = known.value.value();
+      if (text.isAbsent()) {
+        const unsigned char* const at = begin(object);
+        if ((*at & 0xF0) != 0x50 && (*at & 0xF0) != 0x60) refuse();
+        text = bytesObject(at);
+      }
+      if (!text.isText()) refuse();
+      known.value.set(keyTexts_.try_emplace(text.text(), text).first->second);
+      known.isKey = true;
     }
-    if (!key.value().isText()) refuse();
-    return key.value();
+    return known.value.value();
   }
 
   List& valuesOf(Container& container) { return container.keys ? stack_ : container.elements; }
@@ -394,6 +402,7 @@ class BinaryReader {
   std::vector<Known> known_;  // by object
   std::vector<Container> open_;
   List stack_;                                    // the values in open dictionaries
+  std::map<std::string_view, Value> keyTexts_;    // by their characters
   std::map<std::string_view, KeyList> keyLists_;  // by the bytes of their references
   std::map<std::string_view, KeyList>::iterator latestKeys_ = keyLists_.end();
   Value result_;

@@ -293,6 +293,32 @@ TEST(Dictionary, ListsOfKeysAreSharedUntilOneChanges) {
   EXPECT_THROW(Dictionary::Keys(List{5}), NSException);
 }
 
+TEST(Dictionary, AListOfManyKeysThatGrows) {
+  List texts;
+  List numbers;
+  for (int i = 0; i < 100; ++i) {
+    texts.push_back("k" + std::to_string(i));
+    numbers.push_back(i);
+  }
+  Dictionary whole(Dictionary::Keys(texts), numbers);
+  Dictionary grown;
+  for (int i = 99; i >= 0; --i) grown.set(texts[static_cast<std::size_t>(i)], i);
+  EXPECT_EQ(whole, grown) << "in whatever order";
+  whole.set("new", 100);
+  EXPECT_NE(whole, grown) << "more keys";
+  whole.remove("k50");
+  EXPECT_NE(whole, grown) << "another key";
+  EXPECT_EQ(whole.objectForKey("new"), Value(100));
+  EXPECT_EQ(whole.objectForKey("k99"), Value(99));
+  whole.set("k7", "changed");
+  EXPECT_EQ(whole.objectForKey("k7"), Value("changed"));
+  grown.set("new", 100);
+  grown.remove("k50");
+  EXPECT_NE(whole, grown) << "another value";
+  grown.set("k7", "changed");
+  EXPECT_EQ(whole, grown);
+}
+
 TEST(Value, WhatNobodySharesIsTakenOut) {
   Value dictionary = Dictionary{{"a", "text"}, {"b", 1}};
   EXPECT_EQ(dictionary.takeObjectForKey("a"), "text");
