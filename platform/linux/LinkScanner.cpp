@@ -24,6 +24,12 @@ constexpr bool isSchemeCharacter(char c) {
   return isAlphanumeric(c) || c == '+' || c == '-' || c == '.';
 }
 
+bool isBareLocalPartCharacter(char32_t scalar) {
+  return isHostCharacter(scalar) ||
+         (scalar < 0x80 &&
+          bareLocalPartPunctuation.find(static_cast<char>(scalar)) != std::string_view::npos);
+}
+
 bool isOneOf(std::string_view word, std::initializer_list<std::string_view> words) {
   return std::find(words.begin(), words.end(), word) != words.end();
 }
@@ -256,7 +262,7 @@ std::optional<LinkScanner::Link> LinkScanner::atDot(std::size_t dot, std::size_t
   if (isAlphanumeric(before) || std::string_view("/\\@~#$%+").find(before) != std::string::npos) {
     return std::nullopt;
   }
-  if (charAt(nameEnd) == '@' || text_.substr(nameEnd).starts_with("://")) return std::nullopt;
+  if (isInLocalPart(nameEnd) || text_.substr(nameEnd).starts_with("://")) return std::nullopt;
 
   const std::optional<Host> host = hostAt(begin, Underscores::refused);
   if (!host || host->labels < 2) return std::nullopt;
@@ -323,10 +329,7 @@ std::size_t LinkScanner::localPartBegin(std::size_t at) {
   while (begin > from_) {
     const Character character = characterBefore(text_, begin);
     ++steps_;
-    const bool punctuation =
-        character.scalar < 0x80 &&
-        bareLocalPartPunctuation.find(static_cast<char>(character.scalar)) != std::string::npos;
-    if (!isHostCharacter(character.scalar) && !punctuation) break;
+    if (!isBareLocalPartCharacter(character.scalar)) break;
     if (begin < at && isASCII(text_[begin]) && isWrittenWithoutSpaces(character.scalar)) break;
     if (character.scalar == '.' && begin < at && text_[begin] == '.') break;
     begin -= character.length;
@@ -337,6 +340,20 @@ std::size_t LinkScanner::localPartBegin(std::size_t at) {
     ++begin;
   }
   return begin;
+}
+
+/// Whether the local part of a mail address goes on at `at` and ends at its "@":
+/// "joe.name+tag@a.example".
+bool LinkScanner::isInLocalPart(std::size_t at) {
+  std::size_t end = at;
+  while (end < text_.size() && end - at <= maximumLocalPart) {
+    const Character character = characterAt(text_, end);
+    ++steps_;
+    if (character.scalar == '@') return end == at || isHostCharacterAt(end + 1);
+    if (!isBareLocalPartCharacter(character.scalar)) return false;
+    end += character.length;
+  }
+  return false;
 }
 
 /// Where the user information ends, behind its "@"; `begin` where there is none.

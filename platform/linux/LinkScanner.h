@@ -52,6 +52,7 @@ class LinkScanner {
   std::optional<std::size_t> schemeBegin(std::size_t colon);
   std::size_t labelBegin(std::size_t dot);
   std::size_t localPartBegin(std::size_t at);
+  bool isInLocalPart(std::size_t at);
   std::size_t userInfoEnd(std::size_t begin);
   std::size_t hostNameEnd(std::size_t begin);
   std::optional<Host> hostAt(std::size_t begin, Underscores underscores);
