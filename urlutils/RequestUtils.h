@@ -218,7 +218,7 @@ KORVANE_EXPORT void setGETParameters(NSMutableURLRequest& request, const Diction
                                      URLQueryFlags options = URLQueryModeDefault);
 /// Merges parameters into the query of the request's URL, which it then replaces as above. A URL
 /// without a query gets "??" before them; adding once more takes one of the two away. Where the URL
-/// has no "?" but a "=" before its fragment, all of its text counts as the query that it has.
+/// has no "?" but a "=" before its fragment, all that precedes the fragment counts as its query.
 /// Raises as stringByMergingURLQuery does.
 KORVANE_EXPORT void addGETParameters(NSMutableURLRequest& request, const Dictionary& parameters,
                                      URLQueryFlags options = URLQueryModeDefault);
