@@ -13,7 +13,8 @@
 namespace korvane {
 
 /// A request to a web server: where to, how, with which header fields and which body. A plain
-/// value; several threads may read one at the same time.
+/// value; several threads may read one at the same time. Texts are UTF-8 and taken as they stand:
+/// whoever sends a request refuses line breaks in its method and fields (RFC 9110, section 5.5).
 class KORVANE_EXPORT NSURLRequest {
  public:
   /// A header field's name, in the case in which it was first given, and its value.
