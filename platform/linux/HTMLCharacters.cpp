@@ -247,6 +247,23 @@ std::string decodeCharacterReferences(std::string_view text, HTMLPlace place) {
   return out;
 }
 
+std::string withoutControlCharacters(std::string_view text) {
+  std::string out;
+  out.reserve(text.size());
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const auto c = static_cast<unsigned char>(text[i]);
+    const auto next = i + 1 < text.size() ? static_cast<unsigned char>(text[i + 1]) : 0U;
+    if (c == '\f' || c == '\r') {
+      out += ' ';
+    } else if (c == 0xC2 && next >= 0x80 && next < 0xA0) {
+      ++i;
+    } else if ((c >= 0x20 && c != 0x7F) || c == '\n' || c == '\t') {
+      out += text[i];
+    }
+  }
+  return out;
+}
+
 void appendHTMLEscaped(std::string_view text, std::string& out) {
   std::size_t plain = 0;
   const auto replace = [&](std::size_t at, std::size_t length, std::string_view with) {

@@ -20,6 +20,10 @@ enum class HTMLPlace { text, attribute };
 /// 4 and "apos"; others stay as they are. UTF-8 in and out.
 std::string decodeCharacterReferences(std::string_view text, HTMLPlace place);
 
+/// The text without the control characters that HTML does not allow: a form feed or carriage return
+/// becomes a space, the others but tab and line feed go.
+std::string withoutControlCharacters(std::string_view text);
+
 /// Appends the text with everything that means something in HTML escaped, for text and for values
 /// in double quotes alike. Control characters other than tab and line feed are left out.
 void appendHTMLEscaped(std::string_view text, std::string& out);

@@ -77,7 +77,7 @@ HTMLWriter::HTMLWriter(std::size_t size) : mostBytes_(size * 8 + (std::size_t{1}
 
 void HTMLWriter::write(const HTMLToken& token) {
   if (skips(token)) return;
-  if (token.kind == HTMLToken::Kind::text) return text(token.text);
+  if (token.kind == HTMLToken::Kind::text) return text(withoutControlCharacters(token.text));
   blocks_.back().atTag = false;
   if (token.kind == HTMLToken::Kind::endTag) return endTag(token.name);
   startTag(token);
@@ -376,9 +376,9 @@ void HTMLWriter::text(std::string_view text) {
   Block& block = blocks_.back();
   if (block.atTag && text.starts_with('\n')) text.remove_prefix(1);
   block.atTag = false;
+  if (text.empty()) return;
   if (isHidden() || (holdsNoText(block.rule->role) && isSpaceOnly(text))) return;
   if (preservesSpace()) {
-    if (text.empty()) return;
     beginText();
     appendHTMLEscaped(text, out_);
     plain_.text(text);
@@ -426,7 +426,7 @@ void HTMLWriter::separator() {
 void HTMLWriter::picture(const HTMLToken& token) {
   if (isHidden()) return;
   const auto tag = pictureTag(token.attributes);
-  if (!tag) return text(attributeValue(token.attributes, "alt"));
+  if (!tag) return text(withoutControlCharacters(attributeValue(token.attributes, "alt")));
   beginText();
   out_ += *tag;
   plain_.text("\xEF\xBF\xBC");

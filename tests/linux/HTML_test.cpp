@@ -50,6 +50,16 @@ void check(const std::vector<Case>& cases) {
   }
 }
 
+TEST(HTML, ControlCharactersAreNoText) {
+  check({
+      {"\a", "", ""},
+      {"a\ab<b>\x1F&#7;</b>c\x7F\xC2\x85", "abc", "abc"},
+      {"a\fb&#13;c&#12;d", "a b c d", "a b c d"},
+      {"<pre>a\fb&#13;\bc</pre>", "<pre>\na b c</pre>", "a b c"},
+      {"<img src=x alt='a\a'>", "a", "a"},
+  });
+}
+
 TEST(HTML, KeepsStructureAndStyle) {
   check({
       {"", "", ""},
