@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <exception>
 #include <mutex>
+#include <new>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <string_view>
@@ -17,6 +18,8 @@
 #include "host/InputError.h"
 #include "host/PrintableText.h"
 #include "host/RemoteFiles.h"
+#include "host/ShareTurn.h"
+#include "platform/linux/ContainerRoot.h"
 #include "platform/linux/LinuxPlatform.h"
 
 namespace korvane {
@@ -111,6 +114,7 @@ int share(const Arguments& arguments) {
   const ShareRequest request =
       requestFromArguments(arguments, [&](const std::string& line) { unread.push_back(line); });
   const auto context = std::make_shared<ShareContext>(request, localPathOfRemoteFile);
+  const ShareTurn turn(ContainerRoot().path());  // until the mail client has what is staged
   const HostMode mode = arguments.dryRun ? HostMode::dryRun : HostMode::open;
   ShareOutcome outcome = runShareExtension(context, services, mode);
   if (!unread.empty() && !context->hasContent()) outcome.empty = true;
@@ -140,6 +144,9 @@ int NSExtensionMain(int argc, char* argv[]) {
   } catch (const InputError& error) {
     complain(error.what() + std::string(" (see korvane-share --help)"));
     return kUsage;
+  } catch (const std::bad_alloc&) {
+    complain("not handed over: there is not enough memory");
+    return kNotHandedOver;
   } catch (const std::exception& error) {
     complain(std::string("not handed over: ") + error.what());
     return kNotHandedOver;

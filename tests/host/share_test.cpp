@@ -8,6 +8,7 @@
 #include <chrono>
 #include <filesystem>
 #include <memory>
+#include <set>
 #include <thread>
 
 #include "model/ExtensionMessage.h"
@@ -413,6 +414,35 @@ TEST_F(Share, AnUnsupportedTypeWaitsTheBudgetOfTheRealClock) {
   EXPECT_GE(took.count(), 10.1);
   EXPECT_EQ(finished.status, 0);
   EXPECT_THAT(finished.errors, HasSubstr("1 of 2 attachments could not be put into the message"));
+}
+
+TEST_F(Share, OfSharesAtOnceEachAttachesItsOwnFiles) {
+  // The receiver looks at what is attached before it answers.
+  desktop.addService(kRegular, kReceiver + " --output " + received(kRegular));
+  desktop.startBus();
+  constexpr int kShares = 4;
+  constexpr int kFiles = 40;
+  std::vector<std::thread> shares;
+  for (int size = 1; size <= kShares; ++size) {
+    std::vector<std::string> arguments{kShare};
+    for (int i = 0; i < kFiles; ++i) {
+      const std::string name = std::to_string(size) + "/" + std::to_string(i);
+      arguments.push_back(file(name, std::string(static_cast<std::size_t>(size) + 10, 'x')));
+    }
+    shares.emplace_back([this, arguments] { EXPECT_EQ(desktop.run(arguments).status, 0); });
+  }
+  for (std::thread& share : shares) share.join();
+
+  const std::string all = readFile(received(kRegular));
+  std::multiset<std::string> sizes;
+  for (std::size_t at = 0; (at = all.find(" (", at)) != std::string::npos; ++at) {
+    const std::string said = all.substr(at + 2, all.find(')', at) - at - 2);
+    if (said.ends_with("bytes") || said == "missing") sizes.insert(said);
+  }
+  EXPECT_EQ(sizes.count("missing"), 0U);
+  for (int size = 1; size <= kShares; ++size) {
+    EXPECT_EQ(sizes.count(std::to_string(size + 10) + " bytes"), std::size_t{kFiles}) << size;
+  }
 }
 
 TEST_F(Share, ALoadThatOutlastsTheBudgetDoesNotKeepTheHost) {
