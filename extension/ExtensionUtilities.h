@@ -42,14 +42,19 @@ class KORVANE_EXPORT ExtensionUtilities {
   static std::optional<NSURL> GroupDataPath();
 
   // The staging folder: GroupDataPath / service. Any thread; each operation returns when its file
-  // work is done, and coordinates it with every other process.
+  // work is done, and coordinates it with every other process. Where the coordination fails,
+  // nothing is done but one log line written: without a container, and for a service that names no
+  // folder of its own inside the data folder ("", "..", "a//b").
 
   /// Empties the staging folder: removes it and creates it again. A failed removal, as on the very
   /// first share, is logged twice, as "shareInit delete" and as "shareInit create".
   static void ShareInit(std::string_view service);
   /// Copies the files (absolute paths, bytes as the file system has them) into the staging folder
   /// under names that are free there. Gives the paths of the copies that succeeded, in the order of
-  /// the input, as texts in UTF-8; a file that cannot be copied is logged and left out.
+  /// the input, as texts in UTF-8; a file that cannot be copied is logged and left out, and so is
+  /// the root, which has no name. A name that is not UTF-8 is read as windows-1252; "." and ".."
+  /// are named as the folder that they lead to. An NSException of the file manager ends the
+  /// copying, is logged, and what was copied is the result; any other exception passes on.
   static List ShareFiles(std::string_view service, const std::vector<std::string>& paths);
   /// Writes each blob as "image.png", "image_1.png" and so on; otherwise as ShareFiles. An absent
   /// blob, an image that could not be encoded, is logged and left out.
@@ -62,7 +67,9 @@ class KORVANE_EXPORT ExtensionUtilities {
   /// Turns the context's input items into one message on a background queue; returns at once.
   /// `completion` is called exactly once, on that queue, always with a message and no error, after
   /// 0.1 s at least and 101 such passes at most, whether or not every item has been loaded by then;
-  /// what is loaded later still changes the message. A null context has no items.
+  /// what is loaded later still changes the message. A null context has no items. An item loaded as
+  /// a URL may be a URL, or a text or data that holds one; what is no URL is logged. Nothing that a
+  /// provider throws gets out: it is logged, and its load counts as finished.
   static void GetItemForExtension(std::shared_ptr<NSExtensionContext> context,
                                   std::string_view service, Completion completion);
 
@@ -74,8 +81,9 @@ class KORVANE_EXPORT ExtensionUtilities {
   static bool LaunchCommands(const std::vector<NSURL>& urls, bool background);
   /// Opens a command URL for each message. For every message whose URL is valid, the notification
   /// "ACTION_CALLED_EXTENSION" is posted first, with a MessageCommand as its object; the others are
-  /// skipped. The result is that of LaunchCommands. No message may be null. Raises NSException for
-  /// an account that is present but no text.
+  /// skipped. Of the parts of a URL only the account is encoded; what is absent shows as "(null)".
+  /// The result is that of LaunchCommands. No message may be null. Raises NSException for an
+  /// account that is present but no text.
   static bool LaunchCommandForMessages(
       const std::vector<std::shared_ptr<ExtensionMessage>>& messages, std::string_view commandName,
       bool background);

@@ -21,7 +21,8 @@ constexpr long kFileWriteUnknownError = 512;
 /// The staging folder of a service; absent without a container. A service that is not a name of its
 /// own has none either: with "" or ".." the folder emptied would be the mail client's.
 std::optional<NSURL> stagingFolder(std::string_view service) {
-  const std::string framed = "/" + std::string(service) + "/";
+  std::string framed = "/";
+  framed.append(service).append("/");
   for (const char* part : {"//", "/./", "/../"}) {
     if (framed.find(part) != std::string::npos) return std::nullopt;
   }

@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <condition_variable>
 #include <deque>
+#include <exception>
 #include <map>
 #include <mutex>
-#include <system_error>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -110,7 +110,7 @@ void ThreadPool::async(long priority, std::function<void()> job) {
     try {
       state.threads.emplace_back([held = state_, &lane] { held->run(lane); });
       ++lane.threads;
-    } catch (const std::system_error&) {
+    } catch (const std::exception&) {
       if (lane.threads == 0) {
         lane.jobs.pop_back();
         --state.unfinished;

@@ -40,7 +40,8 @@ class KORVANE_EXPORT ThreadPool : public DispatchQueue {
   /// Waits for the jobs that were queued and those that they queue. When a job of this very pool
   /// lets go of it last, it is not waited for: the jobs still run, on threads left to themselves.
   ~ThreadPool() override;
-  /// Throws std::system_error, and queues nothing, when not even one thread can be started.
+  /// Throws, and queues nothing, when not even one thread can be started: std::system_error, or
+  /// std::bad_alloc.
   void async(long priority, std::function<void()> job) override;
   /// Waits until no job runs or is queued. Not to be called from a job.
   void waitUntilIdle();

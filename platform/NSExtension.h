@@ -29,6 +29,7 @@ class KORVANE_EXPORT NSItemProvider {
   using LoadHandler = std::function<void(const Value& item, const std::optional<NSError>& error)>;
 
   virtual ~NSItemProvider() = default;
+  /// Whether the item can be loaded as the type: its own or one that it conforms to.
   virtual bool hasItemConformingToTypeIdentifier(std::string_view typeIdentifier) const = 0;
   /// Starts loading the item as the type and returns; the handler may be called before or after
   /// that.
@@ -47,8 +48,10 @@ struct KORVANE_EXPORT NSExtensionItem {
 class KORVANE_EXPORT NSExtensionContext {
  public:
   virtual ~NSExtensionContext() = default;
+  /// What is shared; the same list as long as the context lives.
   virtual const std::vector<NSExtensionItem>& inputItems() const = 0;
-  /// Ends the request well. `completion` may be empty.
+  /// Ends the request well. `completion`, which may be empty, is called once: with true where the
+  /// host ran out of time, else with false.
   virtual void completeRequestReturningItems(std::vector<NSExtensionItem> items,
                                              std::function<void(bool expired)> completion) = 0;
   /// Ends the request without a result.

@@ -34,7 +34,8 @@ class KORVANE_EXPORT NSGraphicsContext {
   /// One line of UTF-8 text in the sans-serif font of `size` points, upright whichever way the
   /// coordinates run; `at` is the left end of its baseline. Bytes that are not UTF-8 draw nothing.
   virtual void drawText(std::string_view text, NSPoint at, double size, const NSColor& color) = 0;
-  /// The image scaled into the rectangle, upright.
+  /// The image scaled into the rectangle, upright. Nothing for a bitmap whose fields do not fit
+  /// together.
   virtual void drawImage(const NSImage& image, const NSRect& rect) = 0;
 
  protected:

@@ -9,8 +9,11 @@
 
 namespace korvane {
 
-/// How a view follows its container's size, along each axis: which of the margin before it, its
-/// size and the margin behind it change. Values are or'ed.
+/// How a view follows its container's size: along each axis, those of the margin before it, its
+/// size and the margin behind it that are named here share the change evenly; with none of them the
+/// origin and the size stay. "Min" is the side of the smaller coordinates: the left one, and the
+/// lower one (in a flipped container the upper one). A size ends at 0; what it could not shrink by
+/// is not taken off again when the container grows. Values are or'ed.
 using NSAutoresizingMaskOptions = unsigned;
 inline constexpr NSAutoresizingMaskOptions NSViewNotSizable = 0;
 inline constexpr NSAutoresizingMaskOptions NSViewMinXMargin = 1;
@@ -34,7 +37,8 @@ class KORVANE_EXPORT NSView : public std::enable_shared_from_this<NSView> {
   NSView& operator=(const NSView&) = delete;
 
   NSRect frame() const { return frame_; }
-  /// Moves and resizes the view; its subviews follow the new size as their masks say.
+  /// Moves and resizes the view; its subviews follow the new size as their masks say. Marks nothing
+  /// to be drawn.
   void setFrame(const NSRect& frame);
   /// The view's own rectangle in its own coordinates: origin 0, the frame's size.
   NSRect bounds() const { return {{0, 0}, frame_.size}; }
@@ -45,11 +49,14 @@ class KORVANE_EXPORT NSView : public std::enable_shared_from_this<NSView> {
   NSAutoresizingMaskOptions autoresizingMask() const { return autoresizingMask_; }
   void setAutoresizingMask(NSAutoresizingMaskOptions mask) { autoresizingMask_ = mask; }
 
+  /// Null for the outermost view.
   std::shared_ptr<NSView> superview() const { return superview_.lock(); }
+  /// From back to front; never null.
   const std::vector<std::shared_ptr<NSView>>& subviews() const { return subviews_; }
   /// Adds a view in front of the others, taking it from where it was. Adding nothing, the view
   /// itself or one that holds it changes nothing.
   void addSubview(std::shared_ptr<NSView> view);
+  /// Does nothing for a view that has none.
   void removeFromSuperview();
 
   /// A point of this view's coordinates in those of `view`; of the outermost superview's own
@@ -63,6 +70,7 @@ class KORVANE_EXPORT NSView : public std::enable_shared_from_this<NSView> {
   /// Marks a rectangle, or everything, to be drawn at the next displayIfNeeded.
   void setNeedsDisplayInRect(const NSRect& rect);
   void setNeedsDisplay() { setNeedsDisplayInRect(bounds()); }
+  /// Whether anything is marked in this view or in its subviews. A new view is not.
   bool needsDisplay() const;
 
   /// Draws what is marked in this view and its subviews, and takes the marks away.

@@ -12,7 +12,8 @@
 namespace korvane {
 
 /// A view whose origin is the top left corner and whose drawing is a callback of its owner. It
-/// resizes with its container in both directions. Main thread only.
+/// resizes with its container in both directions (autoresizingMask() is NSViewWidthSizable and
+/// NSViewHeightSizable). Main thread only.
 class KORVANE_EXPORT FlippedView : public NSView {
  public:
   /// Draws the rectangle, which is in the view's flipped coordinates, on
@@ -24,6 +25,8 @@ class KORVANE_EXPORT FlippedView : public NSView {
   explicit FlippedView(const NSRect& frame);
   /// A view with a copy of the callback; an empty one counts as none.
   FlippedView(const NSRect& frame, const DrawingBlock& drawingblock);
+  /// Lets go of the callback and ends every observation of this view in the default notification
+  /// centre.
   ~FlippedView() override;
 
   // The same, by the names of the initialisers. Never null.

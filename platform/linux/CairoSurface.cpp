@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "platform/NSString.h"
+#include "platform/linux/ImageWriters.h"
 
 namespace korvane {
 namespace {
@@ -24,7 +25,7 @@ std::uint32_t premultiplied(const std::uint8_t* pixel, std::uint32_t channels) {
 }
 
 Surface surfaceOf(const Bitmap& bitmap) {
-  if (bitmap.width == 0 || bitmap.height == 0) return nullptr;
+  if (!fitsTogether(bitmap)) return nullptr;
   const int width = static_cast<int>(bitmap.width);
   const int height = static_cast<int>(bitmap.height);
   Surface surface(cairo_image_surface_create(CAIRO_FORMAT_ARGB32, width, height));

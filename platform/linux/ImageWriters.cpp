@@ -13,17 +13,6 @@ namespace {
 
 using Byte = std::uint8_t;
 
-bool fitsTogether(const Bitmap& bitmap) {
-  if (bitmap.width == 0 || bitmap.height == 0 || bitmap.width > 0x7FFFFFFF ||
-      bitmap.height > 0x7FFFFFFF || (bitmap.channels != 3 && bitmap.channels != 4)) {
-    return false;
-  }
-  const std::size_t row = std::size_t{bitmap.width} * bitmap.channels;
-  const std::size_t size = bitmap.pixels.size();
-  return bitmap.stride >= row && size >= row &&
-         (size - row) / bitmap.stride >= std::size_t{bitmap.height} - 1;
-}
-
 bool isOpaque(const Bitmap& bitmap) {
   if (bitmap.channels == 3) return true;
   for (std::size_t y = 0; y < bitmap.height; ++y) {
@@ -178,6 +167,17 @@ NSData tiffHead(std::uint32_t width, std::uint32_t height, std::uint32_t channel
 }
 
 }  // namespace
+
+bool fitsTogether(const Bitmap& bitmap) {
+  if (bitmap.width == 0 || bitmap.height == 0 || bitmap.width > 0x7FFFFFFF ||
+      bitmap.height > 0x7FFFFFFF || (bitmap.channels != 3 && bitmap.channels != 4)) {
+    return false;
+  }
+  const std::size_t row = std::size_t{bitmap.width} * bitmap.channels;
+  const std::size_t size = bitmap.pixels.size();
+  return bitmap.stride >= row && size >= row &&
+         (size - row) / bitmap.stride >= std::size_t{bitmap.height} - 1;
+}
 
 std::optional<NSData> writePNG(const Bitmap& bitmap) {
   if (!fitsTogether(bitmap)) return std::nullopt;

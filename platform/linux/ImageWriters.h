@@ -5,9 +5,13 @@
 
 #include "platform/NSImage.h"
 
-/// Writing bitmaps as files; what Images is made of. Pure: any thread may call. All throw
-/// std::bad_alloc when memory runs out.
+/// Writing bitmaps as files; what Images is made of. Pure: any thread may call. Those that
+/// make something throw std::bad_alloc when memory runs out.
 namespace korvane {
+
+/// Whether a bitmap has at least one pixel, three or four channels, and all the bytes that its
+/// other fields announce.
+bool fitsTogether(const Bitmap& bitmap);
 
 /// The bitmap as PNG (ISO/IEC 15948), nothing for one whose fields do not fit together.
 std::optional<NSData> writePNG(const Bitmap& bitmap);

@@ -76,6 +76,14 @@ TEST_F(GetGoodPathTest, CountsBeforeTheExtension) {
       {".profile", {".profile", ".profile_1"}},
       {"..", {"..", ".._1"}},
       {"-rf", {"-rf", "-rf_1"}},
+      {"a..b", {"a..b", "a._1.b"}},
+      {"a..", {"a.", "a._1"}},
+      {"..a", {"..a", "._1.a"}},
+      {".a.b", {".a.b", ".a_1.b"}},
+      {".", {".", "._1"}},
+      {"...", {".._2"}},  // ".." and ".._1" are there from above
+      {"", {"", "_1"}},
+      {" ", {" ", " _1"}},
       {"a%lu.%@", {"a%lu.%@", "a%lu_1.%@"}},
       {"\xC3\xA9\n.x y", {"\xC3\xA9\n.x y", "\xC3\xA9\n_1.x y"}},
   };

@@ -52,7 +52,7 @@ class PlainView : public NSView {
 };
 
 TEST(CairoSurface, RefusesSizesItCannotHold) {
-  for (const auto [width, height] : {std::pair{0, 1}, {1, 0}, {-1, 5}, {32768, 1}, {1, 1 << 30}}) {
+  for (const auto& [width, height] : {std::pair{0, 1}, {1, 0}, {-1, 5}, {32768, 1}, {1, 1 << 30}}) {
     EXPECT_FALSE(CairoSurface::create(width, height)) << width << 'x' << height;
   }
   EXPECT_TRUE(CairoSurface::create(1, 1));
@@ -88,6 +88,19 @@ TEST(CairoSurface, ImagesStandUprightInBoth) {
     const Bitmap bitmap = draw(*view, 4, 4);
     EXPECT_EQ(at(bitmap, 1, 0), kGreen);
     EXPECT_EQ(at(bitmap, 1, 3), kBlue);
+  }
+}
+
+TEST(CairoSurface, AnImageThatHoldsFewerPixelsThanItSaysDrawsNothing) {
+  const Bitmap bitmaps[] = {{2, 2, 4, 8, std::vector<std::uint8_t>(15, 255)},
+                            {2, 2, 4, 4, std::vector<std::uint8_t>(16, 255)},
+                            {1, 1, 2, 2, std::vector<std::uint8_t>(2, 255)},
+                            {1, 1, 4, 4, {}}};
+  for (const Bitmap& bitmap : bitmaps) {
+    const NSImage image(std::make_shared<const Bitmap>(bitmap));
+    PlainView view(NSMakeRect(0, 0, 2, 2),
+                   [&] { current().drawImage(image, NSMakeRect(0, 0, 2, 2)); });
+    EXPECT_EQ(at(draw(view, 2, 2), 0, 0), kNothing);
   }
 }
 

@@ -115,6 +115,37 @@ TEST_F(StagingTest, AFailedCreationIsLoggedOnce) {
   EXPECT_THAT(lines(), ElementsAre("[***ERROR***] shareInit create Error Domain=D Code=5 \"no\""));
 }
 
+TEST_F(StagingTest, AFileInTheFoldersPlaceGivesWayToIt) {
+  folder.file("data/Q7K4M2XW9P.korvane/SharedData/Share", "x");
+  ExtensionUtilities::ShareInit("Share");
+  EXPECT_THAT(staged(), IsEmpty());
+  EXPECT_THAT(lines(), IsEmpty());
+}
+
+TEST_F(StagingTest, AFileInTheDataFoldersPlaceStays) {
+  const std::string data = folder.file("data/Q7K4M2XW9P.korvane/SharedData", "kept");
+  ExtensionUtilities::ShareInit("Share");
+  EXPECT_THAT(lines(), ElementsAre(StartsWith("[***ERROR***] shareInit delete "),
+                                   StartsWith("[***ERROR***] shareInit create ")));
+  EXPECT_EQ(contentOf(data), "kept");
+}
+
+TEST_F(StagingTest, TheErrorOfTheCreationTakesThePlaceOfThatOfTheRemoval) {
+  files->fault = [](std::string_view operation, std::string_view) {
+    return std::optional(NSError{"D", operation == "remove" ? 1 : 2, "no"});
+  };
+  ExtensionUtilities::ShareInit("Share");
+  EXPECT_THAT(lines(), ElementsAre("[***ERROR***] shareInit delete Error Domain=D Code=1 \"no\"",
+                                   "[***ERROR***] shareInit create Error Domain=D Code=2 \"no\""));
+}
+
+TEST_F(StagingTest, AnotherServicesFolderStays) {
+  folder.file("data/Q7K4M2XW9P.korvane/SharedData/Share/a", "kept");
+  ExtensionUtilities::ShareInit("Other %41");
+  EXPECT_THAT(staged(), ElementsAre("a"));
+  EXPECT_TRUE(fs::is_directory(container + "/SharedData/Other %41"));
+}
+
 TEST_F(StagingTest, ALinkInTheContainerLeadsNowhere) {
   const std::string precious = folder.file("Documents/Share/precious", "precious");
   folder.folder("data/Q7K4M2XW9P.korvane");

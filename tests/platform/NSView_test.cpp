@@ -59,6 +59,36 @@ TEST(NSView, FollowsItsContainerByTheMask) {
   }
 }
 
+TEST(NSView, EveryMaskSharesTheChangeEvenlyInBothDirections) {
+  for (NSAutoresizingMaskOptions mask = 0; mask < 64; ++mask) {
+    for (const double change : {60.0, -12.0}) {
+      for (const bool flipped : {false, true}) {  // the coordinates of the container decide
+        const NSRect frame = NSMakeRect(0, 0, 120, 180);
+        const std::shared_ptr<NSView> container =
+            flipped ? std::make_shared<Flipped>(frame) : std::make_shared<NSView>(frame);
+        const auto view = std::make_shared<NSView>(NSMakeRect(20, 30, 40, 90));
+        view->setAutoresizingMask(mask);
+        container->addSubview(view);
+        container->setFrame(NSMakeRect(7, 7, 120 + change, 180 + change));
+        // The bits of one axis: margin before, size, margin behind.
+        const auto part = [&](unsigned axis, unsigned bit) {
+          return mask >> (3 * axis + bit) & 1U;
+        };
+        NSRect expected = NSMakeRect(20, 30, 40, 90);
+        double* const values[2][2] = {{&expected.origin.x, &expected.size.width},
+                                      {&expected.origin.y, &expected.size.height}};
+        for (unsigned axis = 0; axis < 2; ++axis) {
+          const unsigned parts = part(axis, 0) + part(axis, 1) + part(axis, 2);
+          for (unsigned bit = 0; bit < 2; ++bit) {
+            if (part(axis, bit)) *values[axis][bit] += change / parts;
+          }
+        }
+        EXPECT_EQ(view->frame(), expected) << "mask " << mask << ", change " << change;
+      }
+    }
+  }
+}
+
 TEST(NSView, ResizingReachesTheInnerViewsAndStopsAtNothing) {
   const auto outer = std::make_shared<NSView>(NSMakeRect(0, 0, 100, 100));
   const auto middle = std::make_shared<NSView>(NSMakeRect(0, 0, 50, 50));
@@ -113,6 +143,13 @@ TEST(NSView, PointsConvertThroughFlippedAndPlainViews) {
   EXPECT_EQ(flipped->convertPointToView({0, 0}, plain.get()), (NSPoint{5, 25}));
   EXPECT_EQ(flipped->convertPointToView({0, 0}, root.get()), (NSPoint{25, 35}));
   EXPECT_EQ(root->convertPointToView({25, 35}, flipped.get()), (NSPoint{0, 0}));
+  // Outside is a container that is not flipped: the root's top is at 100 there.
+  EXPECT_EQ(root->convertPointToView({25, 35}, nullptr), (NSPoint{25, 65}));
+  EXPECT_EQ(flipped->convertPointToView({0, 0}, nullptr), (NSPoint{25, 65}));
+  // Between branches the way leads over what they share.
+  const auto other = std::make_shared<NSView>(NSMakeRect(50, 50, 20, 20));
+  root->addSubview(other);
+  EXPECT_EQ(flipped->convertPointToView({0, 0}, other.get()), (NSPoint{-25, 35}));
   for (const NSPoint p : {NSPoint{1, 2}, NSPoint{-3, 40}, NSPoint{7.5, 0.25}}) {
     EXPECT_EQ(root->convertPointToView(flipped->convertPointToView(p, root.get()), flipped.get()),
               p);
