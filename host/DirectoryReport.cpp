@@ -1,9 +1,6 @@
 #include "host/DirectoryReport.h"
 
-#include <array>
-#include <charconv>
 #include <cmath>
-#include <cstdint>
 #include <string_view>
 #include <utility>
 
@@ -12,6 +9,7 @@
 #include "model/ExtensionAlias.h"
 #include "model/ExtensionGroup.h"
 #include "platform/Value.h"
+#include "urlutils/RequestUtils.h"
 
 namespace korvane {
 namespace {
@@ -34,24 +32,9 @@ std::string identity(const Value& mail, const Value& name) {
 // --- JSON ---
 
 std::string base64(const NSData& data) {
-  static constexpr char kAlphabet[] =
-      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-  std::string text;
-  for (std::size_t i = 0; i < data.size(); i += 3) {
-    std::uint32_t group = 0;
-    for (std::size_t j = i; j < i + 3; ++j) group = group << 8 | (j < data.size() ? data[j] : 0U);
-    for (std::size_t j = 0; j < 4; ++j) {
-      text += i + j <= data.size() ? kAlphabet[group >> (18 - 6 * j) & 63] : '=';
-    }
-  }
-  return text;
-}
-
-std::string realJSON(double real) {
-  if (!std::isfinite(real)) return "null";
-  std::array<char, 64> buffer{};
-  const auto [end, failure] = std::to_chars(buffer.data(), buffer.data() + buffer.size(), real);
-  return {buffer.data(), end};
+  return RequestUtils::base64EncodedString(
+             {reinterpret_cast<const char*>(data.data()), data.size()})
+      .value_or("");
 }
 
 // Puts the parts between brackets, with commas.
@@ -75,7 +58,7 @@ std::string valueJSON(const Value& value) {
     case Value::Kind::absent:
       return "null";
     case Value::Kind::number:
-      return value.isReal() ? realJSON(value.doubleValue()) : std::to_string(value.integerValue());
+      return std::isfinite(value.doubleValue()) ? value.description() : "null";
     case Value::Kind::boolean:
       return value.boolValue() ? "true" : "false";
     case Value::Kind::data:

@@ -212,6 +212,17 @@ bool Value::boolValue() const {
   }
 }
 
+namespace {
+
+// Integers beyond 2^53 are not all fractions too: two that differ must not equal the same fraction.
+bool isSameNumber(const Value& integer, const Value& fraction) {
+  const double real = fraction.doubleValue();
+  return integer.doubleValue() == real && real < 0x1p63 &&
+         static_cast<std::int64_t>(real) == integer.integerValue();
+}
+
+}  // namespace
+
 bool operator==(const Value& a, const Value& b) {
   if (a.kind_ != b.kind_) return false;
   switch (a.kind_) {
@@ -222,8 +233,9 @@ bool operator==(const Value& a, const Value& b) {
     case Value::Kind::boolean:
       return a.payload_.integer == b.payload_.integer;
     case Value::Kind::number:
-      if (!a.real_ && !b.real_) return a.payload_.integer == b.payload_.integer;
-      return a.doubleValue() == b.doubleValue();
+      if (a.real_ != b.real_) return isSameNumber(a.real_ ? b : a, a.real_ ? a : b);
+      return a.real_ ? a.payload_.real == b.payload_.real
+                     : a.payload_.integer == b.payload_.integer;
     case Value::Kind::date:
       return a.payload_.real == b.payload_.real;
     case Value::Kind::data:

@@ -1,4 +1,5 @@
 // The text forms of values that "%@" shows.
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <chrono>
@@ -47,8 +48,15 @@ std::string describeData(const NSData& data) {
   return text + (data.size() > kShown ? " ...}" : "}");
 }
 
+// The white space before a line. Deeper levels get no more of it: the text would be some hundred
+// times the size of what it shows.
+std::string indentation(std::size_t level) {
+  constexpr std::size_t kDeepest = 16;
+  return std::string(4 * std::min(level, kDeepest), ' ');
+}
+
 void describe(const Value& value, std::size_t indent, std::string& out) {
-  const std::string inner(4 * (indent + 1), ' ');
+  const std::string inner = indentation(indent + 1);
   if (value.isList()) {
     out += "(";
     const char* separator = "\n";
@@ -57,7 +65,7 @@ void describe(const Value& value, std::size_t indent, std::string& out) {
       describe(element, indent + 1, out);
       separator = ",\n";
     }
-    out += '\n' + std::string(4 * indent, ' ') + ')';
+    out += '\n' + indentation(indent) + ')';
   } else if (value.isDictionary()) {
     out += "{\n";
     for (const auto [key, element] : value.dictionary()) {
@@ -67,7 +75,7 @@ void describe(const Value& value, std::size_t indent, std::string& out) {
       describe(element, indent + 1, out);
       out += ";\n";
     }
-    out += std::string(4 * indent, ' ') + '}';
+    out += indentation(indent) + '}';
   } else {
     out += value.description();
   }

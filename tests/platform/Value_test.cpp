@@ -163,8 +163,20 @@ TEST(Value, NumbersAreEqualByValueAndOfNoOtherKind) {
   EXPECT_FALSE(Value(1) == Value(true));
   EXPECT_FALSE(Value(1) == Value("1"));
   EXPECT_FALSE(Value(kMax) == Value(kMax - 1));
+  EXPECT_EQ(Value(kMin), Value(-0x1p63));
+  EXPECT_FALSE(Value(kMax) == Value(0x1p63)) << "which rounds to it";
+  EXPECT_FALSE(Value((std::int64_t{1} << 53) + 1) == Value(0x1p53));
+  EXPECT_FALSE(Value(0) == Value(std::nan("")));
+  EXPECT_FALSE(Value(1) == Value(1.5));
   EXPECT_TRUE(Value(1.0).isReal());
   EXPECT_FALSE(Value(1).isReal());
+}
+
+TEST(Value, DescriptionsOfDeepValuesStaySmall) {
+  List numbers(1000, Value(7));
+  Value value(numbers);
+  for (int depth = 0; depth < 500; ++depth) value = List{value};
+  EXPECT_LT(value.description().size(), 200'000U) << "though 500 levels are around each number";
 }
 
 TEST(Value, Descriptions) {
