@@ -12,37 +12,44 @@ NSNotificationCenter& NSNotificationCenter::defaultCenter() {
 
 void NSNotificationCenter::addObserver(const void* observer, std::string_view name,
                                        Callback callback) {
+  auto observation = std::make_shared<Observation>();
+  observation->observer = observer;
+  observation->name = name;
+  observation->callback = std::move(callback);
   std::lock_guard lock(mutex_);
-  observations_.push_back(
-      {observer, std::string(name), std::make_shared<Callback>(std::move(callback))});
+  observations_.push_back(std::move(observation));
 }
 
 void NSNotificationCenter::removeObserver(const void* observer) {
-  std::vector<Observation> removed;  // outlives the lock: callbacks may hold anything
+  // Outlives the lock: callbacks may hold anything.
+  std::vector<std::shared_ptr<Observation>> removed;
   std::lock_guard lock(mutex_);
   const auto rest = std::stable_partition(
       observations_.begin(), observations_.end(),
-      [&](const Observation& observation) { return observation.observer != observer; });
+      [&](const auto& observation) { return observation->observer != observer; });
   removed.assign(std::make_move_iterator(rest), std::make_move_iterator(observations_.end()));
   observations_.erase(rest, observations_.end());
+  for (const auto& observation : removed) observation->ended = true;
 }
 
 void NSNotificationCenter::postNotificationName(std::string_view name, const void* object) {
-  std::vector<std::shared_ptr<Callback>> callbacks;
+  std::vector<std::shared_ptr<Observation>> observations;
   {
     std::lock_guard lock(mutex_);
-    for (const Observation& observation : observations_) {
-      if (observation.name == name) callbacks.push_back(observation.callback);
+    for (const auto& observation : observations_) {
+      if (observation->name == name) observations.push_back(observation);
     }
   }
-  for (const auto& callback : callbacks) (*callback)(name, object);
+  for (const auto& observation : observations) {
+    if (!observation->ended) observation->callback(name, object);
+  }
 }
 
 std::size_t NSNotificationCenter::observationCount(const void* observer) const {
   std::lock_guard lock(mutex_);
   return static_cast<std::size_t>(
       std::count_if(observations_.begin(), observations_.end(),
-                    [&](const Observation& o) { return o.observer == observer; }));
+                    [&](const auto& observation) { return observation->observer == observer; }));
 }
 
 }  // namespace korvane

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -27,8 +28,9 @@ class KORVANE_EXPORT NSNotificationCenter {
   /// Ends every observation of this observer; one that never registered is fine.
   void removeObserver(const void* observer);
   /// Calls every observer of the name, in the order of registration, on this thread, before it
-  /// returns. Observers may add and remove observers; that takes effect at the next post. What an
-  /// observer throws passes to the caller, and the observers after it are not called.
+  /// returns. Observers may add and remove observers: one that is removed, and so may be gone, is
+  /// not called any more; one that is added is called from the next post on. What an observer
+  /// throws passes to the caller, and the observers after it are not called.
   void postNotificationName(std::string_view name, const void* object);
   /// Number of registrations of an observer.
   std::size_t observationCount(const void* observer) const;
@@ -37,10 +39,11 @@ class KORVANE_EXPORT NSNotificationCenter {
   struct Observation {
     const void* observer;
     std::string name;
-    std::shared_ptr<Callback> callback;
+    Callback callback;
+    std::atomic<bool> ended = false;
   };
   mutable std::mutex mutex_;
-  std::vector<Observation> observations_;
+  std::vector<std::shared_ptr<Observation>> observations_;
 };
 
 }  // namespace korvane
