@@ -112,14 +112,45 @@ TEST_F(DateFormattersTest, ExchangeFormatIsTheSameForEveryUser) {
 }
 
 TEST_F(DateFormattersTest, ExchangeFormatIsStrict) {
-  for (const char* text :
-       {"2016-11-16 12:30:00", "2016-11-16T12:30:00", "2016-11-16T12:30:00Z ", "x", "",
-        " 2016-11-16T12:30:00Z", "2016-11-16T12:30:00z", "2016-13-16T12:30:00Z",
-        "2016-11-31T12:30:00Z", "2016-11-16T24:30:00Z", "2016-11-16T12:60:00Z",
-        "2016-11-16T12:30:00+01:00", "2016-11-16T12:30:00ZZ", "٢٠١٦-١١-١٦T12:30"}) {
+  for (const char* text : {"2016-11-16 12:30:00",
+                           "2016-11-16T12:30:00",
+                           "2016-11-16T12:30:00Z ",
+                           "x",
+                           "",
+                           " 2016-11-16T12:30:00Z",
+                           "2016-11-16T12:30:00z",
+                           "2016-13-16T12:30:00Z",
+                           "2016-11-31T12:30:00Z",
+                           "2016-11-16T24:30:00Z",
+                           "2016-11-16T12:60:00Z",
+                           "2016-11-16T12:30:00+01:00",
+                           "2016-11-16T12:30:00ZZ",
+                           "٢٠١٦-١١-١٦T12:30",
+                           "٢٠١٦-11-16T12:30:00Z",
+                           "2015-02-29T00:00:00Z",
+                           "1900-02-29T00:00:00Z",
+                           "2016-02-30T00:00:00Z",
+                           "2016-00-10T00:00:00Z",
+                           "2016-11-00T00:00:00Z",
+                           "2016-11-16T24:00:00Z",
+                           "2016-12-31T23:59:60Z",
+                           "2016-11-16t12:30:00Z",
+                           "2016-11-16T12:30:00.5Z",
+                           "2016-11-16T12:30:00 Z",
+                           "2016-11-16T12:30: 0Z",
+                           "16-11-16T12:30:00Z",
+                           "2016-1-6T2:3:0Z",
+                           "02016-11-16T12:30:00Z",
+                           "-2016-11-16T12:30:00Z",
+                           "2016-Nov-16T12:30:00Z",
+                           "2016-11-16T12:30:00\u200BZ",
+                           "\xFF\xFE"}) {
     EXPECT_EQ(dates.exchangeDate(text), std::nullopt) << text;
   }
   EXPECT_EQ(dates.exchangeDate(std::string(1'000'000, '2')), std::nullopt);
+  EXPECT_EQ(dates.exchangeDate(std::string("2016-11-16T12:30:00Z\0", 21)), std::nullopt);
+  EXPECT_EQ(dates.exchangeDate("2000-02-29T00:00:00Z"), NSDate{951782400});
+  EXPECT_EQ(dates.exchangeDate("10000-01-01T00:00:00Z"), NSDate{253402300800});
   EXPECT_EQ(dates.exchangeDate("1970-01-01T00:00:00Z"), NSDate{0});
   EXPECT_EQ(dates.exchangeDate("1969-12-31T23:59:59Z"), NSDate{-1});
 }
@@ -137,6 +168,32 @@ TEST_F(DateFormattersTest, CentralDateIsTheUsersShortTimeOrDate) {
     platform.install();
     EXPECT_EQ(dates.centralDate(kNoon), c.time) << c.locale;
     EXPECT_EQ(dates.centralDate(NSDate{kNoon.timeIntervalSince1970 - 86400}), c.date) << c.locale;
+  }
+}
+
+// On the days on which the clock changes too, which have 23 and 25 hours.
+TEST_F(DateFormattersTest, CentralDateAroundMidnight) {
+  const Environment environment("de_DE.UTF-8", "Europe/Rome");
+  struct Case {
+    double midnight;
+    int hours;
+    const char* before;
+    const char* after;
+  };
+  for (const Case& c :
+       {Case{1479250800, 24, "15.11.16", "17.11.16"}, Case{1743289200, 23, "29.03.25", "31.03.25"},
+        Case{1761429600, 25, "25.10.25", "27.10.25"}}) {
+    SCOPED_TRACE(c.before);
+    const double end = c.midnight + c.hours * 3600;
+    for (const double now : {c.midnight, c.midnight + 40000, end - 1}) {
+      platform.services.clock = std::make_shared<testing::FakeClock>(NSDate{now});
+      platform.install();
+      EXPECT_EQ(dates.centralDate(NSDate{c.midnight - 0.001}), c.before);
+      EXPECT_EQ(dates.centralDate(NSDate{c.midnight}), "00:00");
+      EXPECT_EQ(dates.centralDate(NSDate{c.midnight + 60}), "00:01");
+      EXPECT_EQ(dates.centralDate(NSDate{end - 0.001}), "23:59");
+      EXPECT_EQ(dates.centralDate(NSDate{end}), c.after);
+    }
   }
 }
 

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+#include <string_view>
 #include <thread>
 
 #include "model/ExtensionDate.h"
@@ -136,6 +138,16 @@ TEST_F(ExtensionMessageTest, DatesHaveSinglePrecision) {
       {"", 0},
       {"later", 0},
       {true, 1},
+      {"-1479300000", -1479299968},
+      {"0x57", 0},
+      {"nan", 0},
+      {"infinity", 0},
+      {1e300, HUGE_VAL},
+      {"1e400", HUGE_VAL},
+      {"-1e400", -HUGE_VAL},
+      {std::string(100'000, '9'), HUGE_VAL},
+      // An integer is rounded once, not to a fraction of double precision first.
+      {(std::int64_t{1} << 53) + (1 << 29) + 1, 9007200328482816},
   };
   for (const Case& c : cases) {
     const ExtensionMessage message(Dictionary{{"date", c.date}});
@@ -199,6 +211,17 @@ TEST_F(ExtensionMessageTest, EqualityLooksAtIdentifierAndAccountAlone) {
   EXPECT_TRUE(b.isEqualToModel(a));
   b.setAccount("X");
   EXPECT_FALSE(a.isEqualToModel(b));
+  b.setAccount("x");
+  a.setMessageId("\u00E9");
+  b.setMessageId("e\u0301");
+  EXPECT_FALSE(a.isEqual(&b)) << "the same letter, other characters";
+  b.setMessageId("");
+  a.setMessageId("");
+  EXPECT_TRUE(a.isEqual(&b)) << "empty is not absent";
+  b.setMessageId(1);
+  EXPECT_FALSE(a.isEqual(&b));
+  a.setMessageId(1);
+  EXPECT_TRUE(a.isEqual(&b));
 }
 
 TEST_F(ExtensionMessageTest, EmptyRecordStillMakesAURL) {
@@ -244,8 +267,13 @@ TEST_F(ExtensionMessageTest, AttachmentsAreNumberedByTheirPosition) {
 
 TEST_F(ExtensionMessageTest, CommandWordMustBeLegalInAURL) {
   const ExtensionMessage message;
-  for (const char* bad : {"com pose", "c\xc3\xb6mpose", "a<b", "%zz", "a|b"}) {
+  for (const std::string_view bad : {"com pose", "c\xc3\xb6mpose", "a<b", "%zz", "a|b", "a%", "a%2",
+                                     "a\"b", "a{b", "a\\b", "a^b", "a`b", "a\nb", "a#b#c"}) {
     EXPECT_FALSE(message.queryUrl(bad)) << bad;
+  }
+  EXPECT_FALSE(message.queryUrl(std::string_view("a\0b", 3)));
+  for (const std::string good : {"", "a%20b", "a/b", "-._~", "SEND"}) {
+    EXPECT_EQ(message.queryUrl(good)->absoluteString(), "korvane://" + good + "?");
   }
   EXPECT_EQ(message.queryUrl("send")->absoluteString(), "korvane://send?");
 }

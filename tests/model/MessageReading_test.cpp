@@ -91,6 +91,10 @@ TEST(MessageReading, URLsThatCarryNothing) {
            "korvane://compose?subject=x&%C3=1&from=y",
            "korvane://compose?subject=%ED%A0%80",  // a surrogate
            "korvane://compose?subject=x&z=%C0%80",
+           "korvane://compose??subject=x",  // the name is "?subject"
+           "korvane://compose?a?subject=x",
+           "korvane://compose?subject[][]=x",  // one pair of brackets is no part of the name
+           "korvane://compose?messageId=1&folder=1&date=1&unread=1&image=1&toString=1",
        }) {
     SCOPED_TRACE(url);
     expectDefaults(*read(url));
@@ -105,6 +109,9 @@ TEST(MessageReading, NamesAndValues) {
   EXPECT_EQ(read("korvane://compose?subject=a+b%2B")->subject(), Value("a b+"));
   EXPECT_EQ(read("korvane://compose?subject=")->subject(), Value(""));
   EXPECT_EQ(read("korvane://compose?subject=a=b=c")->subject(), Value("a"));
+  EXPECT_EQ(read("korvane://compose?subject=a=%FF")->subject(), Value("a")) << "never decoded";
+  EXPECT_EQ(read("korvane://compose?%FF&subject=a")->subject(), Value("a")) << "no value, no name";
+  EXPECT_EQ(read("korvane://compose?subject==b")->subject(), Value(""));
   EXPECT_EQ(read("korvane://compose?subject=a?b/c")->subject(), Value("a?b/c"));
   EXPECT_EQ(read("korvane://compose?subject=a#&from=b")->subject(), Value("a"));
   EXPECT_EQ(read("korvane://compose?%73ubject=a")->subject(), Value("a"));
