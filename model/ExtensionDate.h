@@ -30,7 +30,8 @@ class KORVANE_EXPORT ExtensionDate {
   ExtensionDate(const ExtensionDate&) = delete;
   ExtensionDate& operator=(const ExtensionDate&) = delete;
 
-  /// Makes the four formatters through the installed Platform.
+  /// Makes the four formatters through the installed Platform. An operation whose formatter is
+  /// absent gives what it gives for no date. The formatters' accessors are indivisible.
   void Initialize();
 
   /// "yyyy-MM-dd'T'HH:mm:ss'Z'", UTC, whatever the user's locale and calendar.
@@ -47,13 +48,13 @@ class KORVANE_EXPORT ExtensionDate {
   void setDateCentrale2(Formatter formatter) { dateCentrale2_.set(std::move(formatter)); }
 
   /// The date's calendar day in the device's time zone as the number yyyyMMdd, 20261116 say, by the
-  /// user's own calendar, whatever digits the user's locale writes. 0 for no date. For comparing
-  /// days. Any thread may call.
+  /// user's own calendar, whatever digits the user's locale writes. 0 for no date and for one that
+  /// no calendar can count. For comparing days. Any thread may call.
   std::int64_t IntDate(std::optional<NSDate> date) const;
 
   /// What a message list shows: the short time for a date of today, else the short date; "" for no
-  /// date. Today is where the day keys of the date and of the current moment are the same. Any
-  /// thread may call.
+  /// date and for one that no calendar can count. Today is where the day keys of the date and of
+  /// the current moment are the same. Any thread may call.
   std::string centralDate(std::optional<NSDate> date) const;
 
   /// The date of a text in the exchange format; nothing for any other text. Logs the line

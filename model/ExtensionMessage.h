@@ -97,18 +97,24 @@ class KORVANE_EXPORT ExtensionMessage {
   }
 
   /// Reads the keys "subject", "messageId", "from", "account", "folder", "folderStid", "isUnread",
-  /// "date" (seconds since 1970) and "avatar" (base64 of an image) into the fields, each value as
-  /// it stands, and gives missing ones their defaults. "date" has single precision: a present-day
-  /// time is a multiple of 128 seconds. Bodies, lists and attachments are not read. A value that
-  /// cannot be read ends the reading with the log line "ExtensionMessage initWithDictonary …" and
-  /// leaves the fields from there on as they are. Never throws NSException.
+  /// "date" (seconds since 1970) and "avatar" (base64 of an image) into the fields, in this order.
+  /// The first seven are stored as they stand; missing ones get their defaults: "No subject" in the
+  /// user's language, "" for the texts and 0 for the numbers. "date", 0 where it is missing, has
+  /// single precision: a present-day time is a multiple of 128 seconds; `dateString` is its
+  /// ExtensionDate::centralDate. An "avatar" that is no image leaves `image` absent. Bodies, lists
+  /// and attachments are not read. An absent dictionary reads as an empty one. A "date" that is no
+  /// number, an "avatar" that is no text and what is no dictionary end the reading with the log
+  /// line "ExtensionMessage initWithDictonary …" and leave the fields from there on as they are.
+  /// Never throws NSException.
   void initWithDictonary(const Value& dictionary);
 
   /// The command URL `korvane://COMMAND?QUERY` that opens the mail client with this message. The
   /// query carries, in this order and each only where it is not empty: plainBody, htmlBody,
   /// subject, from, account, bcc, cc, to (every mail followed by ";") and attachment_0,
-  /// attachment_1, … (paths). Nothing when COMMAND makes the text no valid URL. Raises NSException
-  /// when subject, from or account holds something that is no text.
+  /// attachment_1, … by their places in the list: the texts as they stand, the paths of URLs, empty
+  /// where a URL has none. What is neither leaves a gap. Texts are UTF-8, percent-encoded (RFC
+  /// 3986). Nothing when COMMAND makes the text no valid URL. Raises NSException when subject, from
+  /// or account holds something that is no text.
   std::optional<NSURL> queryUrl(std::string_view command) const;
 
   /// The links of a plain text, normalised ("www.a.example" gives "http://www.a.example"), in
@@ -126,7 +132,7 @@ class KORVANE_EXPORT ExtensionMessage {
   /// The same record, or one with the same `messageId` and `account`, compared as the values they
   /// are. Absent ones equal nothing.
   bool isEqualToModel(const ExtensionMessage& other) const;
-  /// The same; false for nothing.
+  /// The same; false for nullptr.
   bool isEqual(const ExtensionMessage* other) const;
 
  private:

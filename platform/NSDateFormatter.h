@@ -30,7 +30,7 @@ struct KORVANE_EXPORT NSDateFormat {
 class KORVANE_EXPORT NSDateFormatter {
  public:
   virtual ~NSDateFormatter() = default;
-  /// The date as text.
+  /// The date as text; empty where no calendar can count it.
   virtual std::string stringFromDate(NSDate date) = 0;
   /// The date of a text that is in the format from its first to its last character; else nothing.
   virtual std::optional<NSDate> dateFromString(std::string_view text) = 0;

@@ -48,7 +48,7 @@ class KORVANE_EXPORT Value {
   Value() noexcept = default;
   Value(std::string_view text);  // UTF-8; taken as it stands, also when it is not
   Value(const std::string& text) : Value(std::string_view(text)) {}
-  Value(const char* text) : Value(std::string_view(text)) {}
+  Value(const char* text) : Value(std::string_view(text)) {}  // never nullptr
   Value(bool boolean) noexcept : kind_(Kind::boolean) { payload_.integer = boolean ? 1 : 0; }
   Value(int number) noexcept : Value(static_cast<std::int64_t>(number)) {}
   Value(std::int64_t number) noexcept : kind_(Kind::number) { payload_.integer = number; }
@@ -121,7 +121,8 @@ class KORVANE_EXPORT Value {
   Value takeObjectForKey(std::string_view key);
 
   // Conversions of texts, numbers and booleans; the others raise. A text converts as the functions
-  // of NSString.h tell. A fraction truncates; out of range gives the nearest limit.
+  // of NSString.h tell. A fraction truncates to an integer, and is true unless it is 0; out of
+  // range gives the nearest limit, what is no number at all (NaN) the integer 0.
   std::int64_t integerValue() const;
   float floatValue() const;
   double doubleValue() const;
@@ -216,7 +217,10 @@ class KORVANE_EXPORT StockedValue {
 };
 
 /// Text keys and their values, in the order in which the keys were first set. Copying copies the
-/// values; the keys are shared until one of the copies changes them.
+/// values; the keys are shared until one of the copies changes them. Looking up a key takes time in
+/// proportion to the number of keys where they came as one list, to its logarithm where they were
+/// set one by one. Copies may be used from several threads at once, one dictionary by one thread at
+/// a time.
 class KORVANE_EXPORT Dictionary {
  public:
   /// A key and its value, valid until the dictionary changes.
