@@ -1,4 +1,4 @@
-// Queries, fragments and paths of URLs held as plain texts.
+// Queries, fragments and paths of URLs held as plain texts; components, base64 and web requests.
 #include <cstdio>
 #include <string>
 
@@ -32,6 +32,32 @@ int main() {
   // Queries are added before the fragment.
   const std::string url = RequestUtils::stringByAppendingURLQuery("x://h/p?a=1#top", "b=2");
   well &= check(url == "x://h/p?a=1&b=2#top", "the longer query");
+
+  // Paths are edited in front of query and fragment.
+  const std::string file = RequestUtils::stringByAppendingURLPathExtension("x://h/f?a=1#t", "txt");
+  well &= check(file == "x://h/f.txt?a=1#t", "the extension");
+
+  // A URL comes apart into its components, and is made of them.
+  const NSURL page = RequestUtils::URLValue("https://ann@h.example:8080/p?a=1").value();
+  const Dictionary parts = RequestUtils::components(page);
+  const std::optional<NSURL> other = RequestUtils::URLWithHost(page, "other.example");
+  well &= check(parts.objectForKey(RequestUtils::URLPortComponent) == Value(8080), "the port");
+  well &= check(other && other->absoluteString() == "https://ann@other.example:8080/p?a=1",
+                "the other host");
+
+  // Base64 of an empty text is absent; foreign characters are skipped when it is read.
+  const std::optional<std::string> encoded = RequestUtils::base64EncodedString("Tea");
+  const std::optional<std::string> decoded = RequestUtils::base64DecodedString("VG\nVh");
+  well &= check(encoded == "VGVh" && decoded == "Tea", "base64");
+  well &= check(!RequestUtils::base64EncodedString(""), "base64 of nothing");
+
+  // Parameters travel in the query of a GET and in the body of every other method.
+  const NSMutableURLRequest get = RequestUtils::GETRequestWithURL(page, {{"b", "2"}});
+  NSMutableURLRequest post = RequestUtils::POSTRequestWithURL(page, {{"b", "2"}});
+  RequestUtils::setHTTPBasicAuthUser(post, "ann", "secret");
+  well &= check(get.URL()->absoluteString() == "https://ann@h.example:8080/p?a=1&b=2", "the GET");
+  well &= check(post.HTTPBody() == NSData{'b', '=', '2'}, "the POST");
+  well &= check(RequestUtils::HTTPBasicAuthPassword(post) == "secret", "the password");
 
   // What cannot be read is raised, or absent where the header says so.
   well &= check(!RequestUtils::URLDecodedString("50%", false), "an escape that does not decode");
