@@ -148,26 +148,54 @@ void HTMLTokens::readText(HTMLToken& token) {
   token.text = decodeCharacterReferences(document_.substr(begin, at_ - begin), HTMLPlace::text);
 }
 
+// Whether a tag of the name begins there, "<" or "</" first.
+bool HTMLTokens::isTagAt(std::size_t at, std::string_view opening, std::string_view name) const {
+  const std::size_t after = at + opening.size() + name.size();
+  if (after >= document_.size() || !document_.substr(at).starts_with(opening)) return false;
+  const char c = document_[after];
+  return (isHTMLSpace(c) || c == '/' || c == '>') &&
+         toASCIILower(document_.substr(at + opening.size(), name.size())) == name;
+}
+
+// Where the script ends that begins there. Scripts were once hidden in comments: inside one, a
+// script that is begun in the text has an end tag of its own.
+std::size_t HTMLTokens::scriptEnd(std::size_t begin) const {
+  bool inComment = false;
+  bool inInner = false;
+  for (std::size_t i = document_.find_first_of("<-", begin); i != document_.npos;
+       i = document_.find_first_of("<-", i + 1)) {
+    const std::string_view rest = document_.substr(i);
+    if (rest.starts_with("-->")) {
+      inComment = inInner = false;
+    } else if (rest.starts_with("<!--")) {
+      inComment = true;
+      ++i;  // its dashes may end it: "<!-->"
+    } else if (inComment && !inInner && isTagAt(i, "<", "script")) {
+      inInner = true;
+    } else if (isTagAt(i, "</", "script")) {
+      if (!inInner) return i;
+      inInner = false;
+    }
+  }
+  return document_.size();
+}
+
 // The content of the raw element up to its end tag, which is left for the next token.
 void HTMLTokens::readRawText(HTMLToken& token) {
   const std::string name = std::move(rawElement_);
   rawElement_.clear();
   const std::size_t begin = at_;
-  std::size_t end = document_.size();
-  for (std::size_t i = document_.find("</", at_); i != document_.npos && name != "plaintext";
-       i = document_.find("</", i + 2)) {
-    const std::size_t after = i + 2 + name.size();
-    if (after >= document_.size()) break;
-    const char c = document_[after];
-    if ((isHTMLSpace(c) || c == '/' || c == '>') &&
-        toASCIILower(document_.substr(i + 2, name.size())) == name) {
-      end = i;
-      break;
+  if (name == "script") {
+    at_ = scriptEnd(begin);
+  } else if (name == "plaintext") {
+    at_ = document_.size();
+  } else {
+    while (at_ < document_.size() && !isTagAt(at_, "</", name)) {
+      at_ = std::min(document_.find('<', at_ + 1), document_.size());
     }
   }
-  at_ = end;
   token.kind = HTMLToken::Kind::text;
-  const std::string_view content = document_.substr(begin, end - begin);
+  const std::string_view content = document_.substr(begin, at_ - begin);
   const bool decoded = name == "title" || name == "textarea";
   token.text = decoded ? decodeCharacterReferences(content, HTMLPlace::text) : std::string(content);
 }

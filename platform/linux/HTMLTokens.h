@@ -44,6 +44,8 @@ class HTMLTokens {
   void readAttribute(HTMLToken& token);
   void readText(HTMLToken& token);
   void readRawText(HTMLToken& token);
+  bool isTagAt(std::size_t at, std::string_view opening, std::string_view name) const;
+  std::size_t scriptEnd(std::size_t begin) const;
 
   std::string_view document_;
   std::size_t at_ = 0;
