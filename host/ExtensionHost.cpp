@@ -5,6 +5,9 @@
 #include <mutex>
 #include <utility>
 
+#include "extension/ExtensionUtilities.h"
+#include "platform/NSFileManager.h"
+#include "platform/linux/FileManager.h"
 #include "share/ShareViewController.h"
 
 namespace korvane {
@@ -120,6 +123,22 @@ std::size_t attachmentCountOfCommand(const NSURL& url) {
     if (std::string_view(text).substr(at + 1, kKey.size()) == kKey) ++count;
   }
   return count;
+}
+
+void removeUnfinishedAttachments() {
+  constexpr std::size_t kDigits = 16;
+  const auto data = ExtensionUtilities::GroupDataPath();
+  if (!data) return;
+  const NSURL staging = data->URLByAppendingPathComponent("Share");
+  const auto files = NSFileManager::defaultManager();
+  for (const std::string& name :
+       files->contentsOfDirectoryAtPath(staging.fileSystemRepresentation())) {
+    if (!name.starts_with(kUnfinishedPrefix) || name.size() != kUnfinishedPrefix.size() + kDigits) {
+      continue;
+    }
+    std::optional<NSError> ignored;  // its load may have been quicker
+    files->removeItemAtURL(staging.URLByAppendingPathComponent(name), ignored);
+  }
 }
 
 ShareOutcome runShareExtension(const std::shared_ptr<ShareContext>& context, Platform services,

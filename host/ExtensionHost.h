@@ -43,6 +43,11 @@ enum class HostMode {
 ShareOutcome runShareExtension(const std::shared_ptr<ShareContext>& context, Platform services,
                                HostMode mode);
 
+/// Removes from the staging folder what loads that still run have begun to put there, half of a
+/// large file say, which would lie there until the next share. For a process that is about to end
+/// without them (ShareOutcome::busy); they fail if they come to their end first.
+void removeUnfinishedAttachments();
+
 /// Attachments that a command URL carries.
 std::size_t attachmentCountOfCommand(const NSURL& url);
 

@@ -81,9 +81,12 @@ int report(const ShareOutcome& outcome, const std::vector<std::string>& unread,
     complain("standard output cannot be written");
     return kNotHandedOver;
   }
-  const char* hint = arguments.verbose ? "" : " (run with -v to see why)";
+  // Of loads that are still running no log line tells.
+  const char* late = outcome.busy ? " within ten seconds" : "";
+  const char* hint = arguments.verbose || outcome.busy ? "" : " (run with -v to see why)";
   if (outcome.empty) {
     std::string line = "nothing of what was given could be put into the message";
+    line += late;
     std::string_view separator = ": ";
     for (const std::string& reason : unread) {
       line.append(separator).append(reason);
@@ -96,7 +99,7 @@ int report(const ShareOutcome& outcome, const std::vector<std::string>& unread,
   for (const std::string& reason : unread) complain(reason + "; not shared");
   if (outcome.missing > 0) {
     complain(std::to_string(outcome.missing) + " of " + std::to_string(outcome.attachments) +
-             " attachments could not be put into the message" + hint);
+             " attachments could not be put into the message" + late + hint);
   }
   return kHandedOver;
 }
@@ -120,6 +123,7 @@ int share(const Arguments& arguments) {
   if (!unread.empty() && !context->hasContent()) outcome.empty = true;
   const int status = report(outcome, unread, arguments, *failure);
   if (outcome.busy) {
+    removeUnfinishedAttachments();
     std::fflush(nullptr);
     std::_Exit(status);
   }

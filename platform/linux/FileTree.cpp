@@ -11,6 +11,8 @@
 #include <memory>
 #include <vector>
 
+#include "platform/linux/FileManager.h"
+
 namespace korvane {
 namespace {
 
@@ -122,7 +124,7 @@ std::string unusedName() {
   while (::getrandom(&random, sizeof random, 0) != static_cast<ssize_t>(sizeof random)) {
   }
   static constexpr char kDigits[] = "0123456789abcdef";
-  std::string name = ".korvane-";
+  std::string name(kUnfinishedPrefix);
   for (int i = 0; i < 16; ++i, random >>= 4) name += kDigits[random & 15];
   return name;
 }

@@ -6,7 +6,9 @@
 #include <new>
 
 #include "model/ExtensionMessage.h"
+#include "platform/linux/FileManager.h"
 #include "tests/support/FakeShare.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace korvane {
 namespace {
@@ -249,6 +251,21 @@ TEST(AttachmentCountOfCommand, CountsTheKeys) {
   EXPECT_EQ(count("korvane://compose?attachment_0="), 1U);
   EXPECT_EQ(count("korvane://compose?subject=x&attachment_0=a&attachment_1=b"), 2U);
   EXPECT_EQ(count("korvane://compose?subject=attachment_0&to=%26attachment_1"), 0U);
+}
+
+TEST_F(ExtensionHost, OnlyUnfinishedAttachmentsAreRemoved) {
+  const testing::TemporaryFolder folder;
+  const FileManagerOptions options{ContainerRoot(folder.path("C"))};
+  platform.services.fileManager = std::make_shared<FileManager>(options);
+  platform.install();
+  removeUnfinishedAttachments();  // there is no folder yet
+  folder.file("C/SharedData/Share/.korvane-0123456789abcdef", "half");
+  folder.file("C/SharedData/Share/.korvane-fedcba9876543210/deep/file", "half");
+  folder.file("C/SharedData/Share/.korvane-notes", "whole");
+  folder.file("C/SharedData/Share/a", "whole");
+  removeUnfinishedAttachments();
+  EXPECT_THAT(FileManager(options).contentsOfDirectoryAtPath(folder.path("C/SharedData/Share")),
+              ::testing::UnorderedElementsAre(".korvane-notes", "a"));
 }
 
 }  // namespace
