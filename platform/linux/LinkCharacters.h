@@ -2,11 +2,10 @@
 
 #include <array>
 #include <cstddef>
-#include <optional>
 #include <string>
 #include <string_view>
 
-/// What the link detector knows of characters and hosts. Any thread may call.
+/// What the link detector knows of characters. Any thread may call.
 namespace korvane::links {
 
 /// One character of a UTF-8 text, or one byte that belongs to none.
@@ -65,12 +64,9 @@ inline bool isLinkCharacter(char32_t scalar) {
 /// without spaces between words, or with particles behind the words (Korean).
 bool isWrittenWithoutSpaces(char32_t scalar);
 
-/// A host, in UTF-8, as DNS has it: in ASCII, at most 253 bytes with labels of 1 to 63, which
-/// neither begin nor end with "-". Absent when it has no such form.
-std::optional<std::string> asciiHost(std::string_view host);
-/// Whether a label, in any case and script, is a top-level domain.
-bool isTopLevelDomain(std::string_view label);
-/// Whether a top-level domain, in any case, is far better known as the ending of file names.
-bool isFileEnding(std::string_view label);
+/// Adds the characters as a URL holds them: legal ones as they are, all others, a "%" without two
+/// hexadecimal digits and every "#" but the first percent-encoded. NSURL itself does so with square
+/// brackets outside the host.
+void appendEncoded(std::string& url, std::string_view characters);
 
 }  // namespace korvane::links

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "platform/linux/LinkCharacters.h"
+#include "platform/linux/LinkHosts.h"
 
 namespace korvane::links {
 namespace {
@@ -32,62 +33,6 @@ bool isBareLocalPartCharacter(char32_t scalar) {
 
 bool isOneOf(std::string_view word, std::initializer_list<std::string_view> words) {
   return std::find(words.begin(), words.end(), word) != words.end();
-}
-
-/// Adds the characters as a URL holds them: legal ones as they are, all others, a "%" without two
-/// hexadecimal digits and every "#" but the first percent-encoded. NSURL itself does so with square
-/// brackets outside the host.
-void appendEncoded(std::string& url, std::string_view characters) {
-  bool inFragment = false;
-  for (std::size_t at = 0; at < characters.size(); ++at) {
-    const char c = characters[at];
-    bool legal = isASCII(c) && c != '{' && c != '}';
-    if (c == '%') {
-      legal = at + 2 < characters.size() && isHexDigit(characters[at + 1]) &&
-              isHexDigit(characters[at + 2]);
-    } else if (c == '#') {
-      legal = !inFragment;
-      inFragment = true;
-    }
-    if (legal) {
-      url += c;
-    } else {
-      constexpr std::string_view digits = "0123456789ABCDEF";
-      const auto byte = static_cast<unsigned char>(c);
-      url += '%';
-      url += digits[byte >> 4];
-      url += digits[byte & 15];
-    }
-  }
-}
-
-/// Whether all labels but the last are short numbers: "3.am" and "21.no" are no hosts.
-bool isNumberLike(std::string_view host) {
-  std::size_t digits = 0;
-  for (const char c : host.substr(0, host.rfind('.'))) {
-    if (c == '.') {
-      digits = 0;
-    } else if (!isDigit(c) || ++digits > 2) {
-      return false;
-    }
-  }
-  return true;
-}
-
-/// Whether a host of two letters' ending may rather be the end of one sentence and the beginning
-/// of the next, written without a space: "done.It".
-bool isSentenceLike(std::string_view host) {
-  const std::size_t size = host.size();
-  const auto isLower = [](char c) { return c >= 'a' && c <= 'z'; };
-  const auto isUpper = [](char c) { return c >= 'A' && c <= 'Z'; };
-  return size >= 4 && host[size - 3] == '.' && isLower(host[size - 4]) && isUpper(host[size - 2]) &&
-         isLower(host[size - 1]);
-}
-
-/// Whether a top label can be one: no number, and not a single letter.
-bool isName(std::string_view topLabel) {
-  return topLabel.size() >= 2 && std::any_of(topLabel.begin(), topLabel.end(), isLetter) &&
-         !isDigit(topLabel.front());
 }
 
 }  // namespace
@@ -267,8 +212,8 @@ std::optional<LinkScanner::Link> LinkScanner::atDot(std::size_t dot, std::size_t
   const std::optional<Host> host = hostAt(begin, Underscores::refused);
   if (!host || host->labels < 2) return std::nullopt;
   const std::size_t port = portEnd(host->end);
-  const bool www =
-      lowercase(host->ascii.substr(0, 4)) == "www." && host->labels >= 3 && isName(host->topLabel);
+  const bool www = lowercase(host->ascii.substr(0, 4)) == "www." && host->labels >= 3 &&
+                   canBeTopLabel(host->topLabel);
   if (!www) {
     if (!isTopLevelDomain(host->topLabel) || isNumberLike(host->ascii) ||
         isSentenceLike(host->ascii)) {
@@ -292,7 +237,7 @@ std::optional<LinkScanner::Link> LinkScanner::atAtSign(std::size_t at) {
     return std::nullopt;
   }
   const std::optional<Host> host = hostAt(at + 1, Underscores::refused);
-  if (!host || host->labels < 2 || !isName(host->topLabel) || charAt(host->end) == '@') {
+  if (!host || host->labels < 2 || !canBeTopLabel(host->topLabel) || charAt(host->end) == '@') {
     return std::nullopt;
   }
   // "icon@2x.png", a picture for fine screens.

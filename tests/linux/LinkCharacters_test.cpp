@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <optional>
 #include <string>
 #include <string_view>
 
@@ -55,33 +54,19 @@ TEST(LinkCharacters, Classes) {
   for (const char32_t c : std::u32string(U"aéпא。😀")) EXPECT_FALSE(isWrittenWithoutSpaces(c));
 }
 
-TEST(LinkCharacters, Hosts) {
-  EXPECT_EQ(asciiHost("a.example"), "a.example");
-  EXPECT_EQ(asciiHost("A_b.Example"), "A_b.Example");
-  EXPECT_EQ(asciiHost("Bücher.example"), "xn--bcher-kva.example");
-  EXPECT_EQ(asciiHost("faß.de"), "xn--fa-hia.de");
-  const std::string label(63, 'a');
-  const std::string longest = label + "." + label + "." + label + "." + std::string(61, 'a');
-  EXPECT_EQ(longest.size(), 253u);
-  EXPECT_EQ(asciiHost(longest), longest);
-  for (const std::string& host :
-       {std::string(), std::string("."), std::string("a."), std::string(".a"), std::string("a..b"),
-        std::string("-a.b"), std::string("a-.b"), label + "a", longest + "a",
-        std::string("\u0301a.example"), std::string(2000, 'a') + "é"}) {
-    EXPECT_EQ(asciiHost(host), std::nullopt) << host;
-  }
-}
+TEST(LinkCharacters, LowercaseOfASCII) { EXPECT_EQ(lowercase("AbZ\xC3\x89-1"), "abz\xC3\x89-1"); }
 
-TEST(LinkCharacters, Endings) {
-  for (const std::string_view label : {"com", "COM", "uk", "рф", "xn--p1ai", "museum", "md"}) {
-    EXPECT_TRUE(isTopLevelDomain(label)) << label;
-  }
-  for (const std::string_view label : {"", "example", "txt", "co.uk", "3", "-", "local", "é"}) {
-    EXPECT_FALSE(isTopLevelDomain(label)) << label;
-  }
-  EXPECT_TRUE(isFileEnding("MD"));
-  EXPECT_FALSE(isFileEnding("com"));
-  EXPECT_EQ(lowercase("AbZ\xC3\x89-1"), "abz\xC3\x89-1");
+TEST(LinkCharacters, AsAURLHoldsThem) {
+  const auto encoded = [](std::string_view characters) {
+    std::string url = "x:";
+    appendEncoded(url, characters);
+    return url;
+  };
+  EXPECT_EQ(encoded(""), "x:");
+  EXPECT_EQ(encoded("/a?b=c&d#e"), "x:/a?b=c&d#e");
+  EXPECT_EQ(encoded("%20%2g%"), "x:%20%252g%25");
+  EXPECT_EQ(encoded("#a#b#"), "x:#a%23b%23");
+  EXPECT_EQ(encoded("{é}"), "x:%7B%C3%A9%7D");
 }
 
 }  // namespace
