@@ -265,6 +265,11 @@ void addLegacyFontSize(std::string_view value, Style& style) {
   if (size && *size > 0) style.add("font-size", kSizes[static_cast<std::size_t>(*size)]);
 }
 
+std::string valueOf(const HTMLAttribute& attribute) {
+  return withoutControlCharacters(
+      decodeCharacterReferences(attribute.rawValue, HTMLPlace::attribute));
+}
+
 }  // namespace
 
 const HTMLRule* findHTMLRule(std::string_view name) {
@@ -281,9 +286,7 @@ HTMLKeptAttributes keepAttributes(const HTMLRule& rule, const std::vector<HTMLAt
   if (rule.written == "pre") kept.preservesSpace = true;
   for (const HTMLAttribute& attribute : all) {
     const std::string& name = attribute.name;
-    const auto value = [&] {
-      return decodeCharacterReferences(attribute.rawValue, HTMLPlace::attribute);
-    };
+    const auto value = [&] { return valueOf(attribute); };
     if (name == "style") {
       style.addAll(value());
     } else if (name == "hidden") {
@@ -352,7 +355,7 @@ std::string attributeValue(const std::vector<HTMLAttribute>& all, std::string_vi
   const auto found = std::find_if(all.begin(), all.end(),
                                   [&](const HTMLAttribute& one) { return one.name == name; });
   if (found == all.end()) return {};
-  return decodeCharacterReferences(found->rawValue, HTMLPlace::attribute);
+  return valueOf(*found);
 }
 
 }  // namespace korvane

@@ -59,7 +59,8 @@ HTMLKeptAttributes keepAttributes(const HTMLRule& rule, const std::vector<HTMLAt
 /// WebP data that the document itself holds stay, up to 8 MiB each.
 std::optional<std::string> pictureTag(const std::vector<HTMLAttribute>& all);
 
-/// The value of an attribute, character references replaced; empty where there is none.
+/// The value of an attribute, character references replaced and control characters left out; empty
+/// where there is none.
 std::string attributeValue(const std::vector<HTMLAttribute>& all, std::string_view name);
 
 }  // namespace korvane

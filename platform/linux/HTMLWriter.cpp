@@ -426,7 +426,7 @@ void HTMLWriter::separator() {
 void HTMLWriter::picture(const HTMLToken& token) {
   if (isHidden()) return;
   const auto tag = pictureTag(token.attributes);
-  if (!tag) return text(withoutControlCharacters(attributeValue(token.attributes, "alt")));
+  if (!tag) return text(attributeValue(token.attributes, "alt"));
   beginText();
   out_ += *tag;
   plain_.text("\xEF\xBF\xBC");

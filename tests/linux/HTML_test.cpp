@@ -57,6 +57,9 @@ TEST(HTML, ControlCharactersAreNoText) {
       {"a\fb&#13;c&#12;d", "a b c d", "a b c d"},
       {"<pre>a\fb&#13;\bc</pre>", "<pre>\na b c</pre>", "a b c"},
       {"<img src=x alt='a\a'>", "a", "a"},
+      {"<font color='\x1F'>a<font color='re\xC2\x9D"
+       "d'>b</font>",
+       "a<span style=\"color:red\">b</span>", "ab"},
   });
 }
 
