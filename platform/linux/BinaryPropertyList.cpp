@@ -58,14 +58,14 @@ struct Cost {
   std::uint32_t units = 0;
   std::uint16_t depth = 0;
   bool isOpen = false;  // being read: to meet it again means that it contains itself
+  bool isKey = false;   // a text that is one of the key texts; here, where there is room for it
 };
 constexpr Cost kScalarCost{.units = 1};
 
 // What is known of an object: the value of a text, data, list or dictionary that was read.
 struct Known {
   StockedValue value;
-  Cost cost;           // of a list or dictionary
-  bool isKey = false;  // the value is one of the key texts
+  Cost cost;  // of a list or dictionary
 };
 
 class BinaryReader {
@@ -297,7 +297,7 @@ class BinaryReader {
   // Keys of the same characters are one and the same text, told from others by where it lies.
   const Value& readKey(std::uint64_t object) {
     Known& known = known_[object];
-    if (!known.isKey) {
+    if (!known.cost.isKey) {
       Value text = known.value.value();
       if (text.isAbsent()) {
         const unsigned char* const at = begin(object);
@@ -306,7 +306,7 @@ class BinaryReader {
       }
       if (!text.isText()) refuse();
       known.value.set(keyTexts_.try_emplace(text.text(), text).first->second);
-      known.isKey = true;
+      known.cost.isKey = true;
     }
     return known.value.value();
   }
