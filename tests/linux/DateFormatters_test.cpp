@@ -70,6 +70,8 @@ TEST_F(DateFormattersTest, DayKeyIsRightForEveryLocalesDigitsAndCalendars) {
       {"mr_IN.UTF-8", 20161116},
       {"my_MM", 20161116},
       {"sr_RS@latin", 20161116},
+      {"en_US@numbers=kawi", 20161116},
+      {"en_US@numbers=nagm", 20161116},
       // By the user's own calendar: the years of the Buddhist and the Persian era.
       {"th_TH.UTF-8", 25591116},
       {"en_US@calendar=buddhist", 25591116},

@@ -53,7 +53,8 @@ TEST(NSString, ReplacingDecimalDigits) {
       {"０９：", "09："},
       {"\U0001D7CE\U0001D7D7\U0001D7D8\U0001D7FF", "0909"},
       {"\U0001FBF9\U0001FBFA", "9\U0001FBFA"},
-      {"²Ⅷ½", "²Ⅷ½"},  // numbers, but no decimal digits
+      {"\U00011F50\U0001E4F9\U000116E3", "099"},  // scripts of recent versions of Unicode
+      {"²Ⅷ½", "²Ⅷ½"},                             // numbers, but no decimal digits
       {"\xFF\xD9", "\xFF\xD9"},
   };
   for (const auto& [text, want] : rows) EXPECT_EQ(stringByReplacingDecimalDigits(text), want);
