@@ -357,7 +357,8 @@ void HTMLWriter::beginText() {
     space_ = '\0';
   }
   if (space_ != '\0') {
-    out_ += space_;
+    // It stands before the styles that begin here: where spaces count it must be one.
+    out_ += preservesSpace(writtenStyles_) ? ' ' : space_;
     plain_.text(" ");
     space_ = '\0';
   }

@@ -138,6 +138,8 @@ TEST(HTML, KeepsSpacesWhereTheyCount) {
        "b"},
       {"<span style='white-space:pre-wrap'>a  b\n</span>c",
        "<span style=\"white-space:pre-wrap\">a  b\n</span>c", "a  b\nc"},
+      {"<s style='white-space:pre'>a<s style='white-space:normal'>\nc",
+       "<s style=\"white-space:pre\">a <s style=\"white-space:normal\">c</s></s>", "a c"},
       {"<div style='white-space: pre'><div>  a</div><div>b</div></div>",
        "<div style=\"white-space:pre\"><div>  a</div><div>b</div></div>", "  a\nb"},
   });
