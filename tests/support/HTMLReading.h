@@ -1,0 +1,22 @@
+#pragma once
+
+// Reading HTML documents in tests.
+
+#include <gtest/gtest.h>
+
+#include <string_view>
+
+#include "platform/linux/HTML.h"
+
+namespace korvane::testing {
+
+inline NSData bytes(std::string_view text) { return {text.begin(), text.end()}; }
+
+/// What a document reads as; one that cannot be read fails the test.
+inline HTMLText read(std::string_view html) {
+  auto result = HTML().read(bytes(html));
+  EXPECT_TRUE(result);
+  return result.value_or(HTMLText{});
+}
+
+}  // namespace korvane::testing
