@@ -1,5 +1,6 @@
 #include "host/NSExtensionMain.h"
 
+#include <algorithm>
 #include <clocale>
 #include <cstdio>
 #include <cstdlib>
@@ -104,6 +105,14 @@ int report(const ShareOutcome& outcome, const std::vector<std::string>& unread,
   return kHandedOver;
 }
 
+/// Whether titles are all that is shared: they become the subject of a link, and there is none.
+bool holdsTitlesAlone(const ShareContext& context) {
+  return context.hasContent() &&
+         std::ranges::all_of(context.inputItems(), [](const NSExtensionItem& item) {
+           return item.attachments.empty() && !item.attributedContentText;
+         });
+}
+
 int share(const Arguments& arguments) {
   const auto failure = std::make_shared<LaunchFailure>();
   LinuxOptions options;
@@ -121,6 +130,7 @@ int share(const Arguments& arguments) {
   const HostMode mode = arguments.dryRun ? HostMode::dryRun : HostMode::open;
   ShareOutcome outcome = runShareExtension(context, services, mode);
   if (!unread.empty() && !context->hasContent()) outcome.empty = true;
+  if (holdsTitlesAlone(*context)) unread.push_back("a title is shared with a link only");
   const int status = report(outcome, unread, arguments, *failure);
   if (outcome.busy) {
     removeUnfinishedAttachments();

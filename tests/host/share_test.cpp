@@ -250,6 +250,14 @@ TEST_F(Share, WhatCannotBeStagedDoesNotStopTheRest) {
             "see why)\n");
 }
 
+TEST_F(Share, ATitleAloneIsNotHandedOver) {
+  const Finished finished = share({"--dry-run", "--title", "T"});
+  EXPECT_EQ(finished.status, 1);
+  EXPECT_EQ(finished.errors,
+            "korvane-share: nothing of what was given could be put into the message: a title is "
+            "shared with a link only\n");
+}
+
 TEST_F(Share, NothingStagedIsNotHandedOver) {
   installClient();
   desktop.startBus();
