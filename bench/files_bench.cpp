@@ -23,16 +23,12 @@ constexpr int kSmallFiles = 1'000;
 
 struct Files {
   testing::TemporaryFolder folder;
-  std::string large = folder.path("large");
   std::string small = folder.folder("small");
   std::vector<std::string> smallFiles;
 
   Files() {
     ::setenv("XDG_DATA_HOME", folder.folder("data").c_str(), 1);
     Platform::install(linuxPlatform({.bundleIdentifier = "it.drelk.korvane.share"}));
-    std::ofstream stream(large, std::ios::binary);
-    const std::string block(std::size_t{1} << 20, 'x');
-    for (int i = 0; i < 1024; ++i) stream << block;
     for (int i = 0; i < kSmallFiles; ++i) {
       smallFiles.push_back(folder.file("small/" + std::to_string(i), std::string(3'000, 'x')));
     }
@@ -41,6 +37,17 @@ struct Files {
 
 const Files& files() {
   static const Files made;
+  return made;
+}
+
+const std::string& largeFilePath() {
+  static const std::string made = [] {
+    std::string path = files().folder.path("large");
+    std::ofstream stream(path, std::ios::binary);
+    const std::string block(std::size_t{1} << 20, 'x');
+    for (int i = 0; i < 1024; ++i) stream << block;
+    return path;
+  }();
   return made;
 }
 
@@ -71,8 +78,8 @@ void cp(benchmark::State& state, const std::string& source) {
   std::filesystem::remove_all(target);
 }
 
-void largeFile(benchmark::State& state) { shareFiles(state, {files().large}); }
-void largeFileByCp(benchmark::State& state) { cp(state, files().large); }
+void largeFile(benchmark::State& state) { shareFiles(state, {largeFilePath()}); }
+void largeFileByCp(benchmark::State& state) { cp(state, largeFilePath()); }
 void folderOfSmallFiles(benchmark::State& state) { shareFiles(state, {files().small}); }
 void smallFilesOneByOne(benchmark::State& state) { shareFiles(state, files().smallFiles); }
 void smallFilesByCp(benchmark::State& state) { cp(state, files().small); }

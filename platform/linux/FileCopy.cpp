@@ -17,6 +17,9 @@ namespace {
 // What one call to the kernel copies at most.
 constexpr off_t kKernelPiece = off_t{1} << 30;
 constexpr std::size_t kBufferSize = std::size_t{256} << 10;
+// From this size on the kernel is asked to share all blocks; copying tries that, too, but hole by
+// hole.
+constexpr off_t kWorthCloning = off_t{64} << 10;
 // What a file that calls itself empty (as those of /proc do) may hold.
 constexpr off_t kUnannouncedMaximum = off_t{64} << 20;
 // How many links to folders may lie inside one another.
@@ -107,7 +110,7 @@ void copyContent(const OpenedItem& source, int target, const std::string& path) 
     }
     return;
   }
-  if (::ioctl(target, FICLONE, from) == 0) return;
+  if (size >= kWorthCloning && ::ioctl(target, FICLONE, from) == 0) return;
 
   if (source.status.st_blocks >= size / 512) {
     if (copyRange(from, target, 0, size, path) < size) refuseShortened(from, size, path);

@@ -1,7 +1,10 @@
 #include "platform/linux/FilePlace.h"
 
 #include <fcntl.h>
+#include <linux/openat2.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <utility>
@@ -16,6 +19,16 @@ FileDescriptor holdFolder(const std::string& path) {
   FileDescriptor folder(::open(path.c_str(), kHoldFolder));
   if (!folder) throw FileFailure{errno, path};
   return folder;
+}
+
+/// Opens a folder of the container in one step. Nothing where that fails, be it because a link is
+/// on the way, perhaps above the container, or because the kernel cannot: walking there tells more.
+FileDescriptor holdFolderWithoutLinks(const std::string& path) {
+  open_how how = {};
+  how.flags = kHoldFolder;
+  how.resolve = RESOLVE_NO_SYMLINKS;
+  return FileDescriptor(
+      static_cast<int>(::syscall(SYS_openat2, AT_FDCWD, path.c_str(), &how, sizeof how)));
 }
 
 bool isLink(int folder, const std::string& name) {
@@ -53,6 +66,10 @@ FilePlace locate(const ContainerRoot& container, std::string_view path) {
     place.name = std::move(components.back());
     components.pop_back();
     std::string reached = *container.path();
+    std::string folder = reached;
+    for (const std::string& component : components) folder += "/" + component;
+    place.folder = holdFolderWithoutLinks(folder);
+    if (place.folder) return place;
     place.folder = holdFolder(reached);
     for (const std::string& component : components) {
       reached += "/" + component;

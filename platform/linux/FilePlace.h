@@ -7,9 +7,9 @@
 
 namespace korvane {
 
-/// Finds the place of an item and opens its folder. Below the container every step is taken by
-/// itself and none through a link: one fails with ELOOP. Elsewhere links are followed. Throws
-/// FileFailure. Internal to the file services of this folder.
+/// Finds the place of an item and opens its folder. Below the container no step is taken through a
+/// link: one fails with ELOOP. Elsewhere links are followed. Throws FileFailure. Internal to the
+/// file services of this folder.
 FilePlace locate(const ContainerRoot& container, std::string_view path);
 
 }  // namespace korvane
