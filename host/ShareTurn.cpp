@@ -5,8 +5,8 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <thread>
 
+#include "platform/Clock.h"
 #include "platform/NSFileManager.h"
 
 namespace korvane {
@@ -32,11 +32,11 @@ ShareTurn::ShareTurn(const std::optional<std::string>& container,
   if (!container) return;
   file_ = openLockFile(*container);
   if (file_ < 0) return;
-  const auto end = std::chrono::steady_clock::now() + longestWait;
-  while (::flock(file_, LOCK_EX | LOCK_NB) != 0) {
+  for (auto waited = std::chrono::milliseconds(0); ::flock(file_, LOCK_EX | LOCK_NB) != 0;
+       waited += kPause) {
     if (errno != EWOULDBLOCK && errno != EINTR) return;
-    if (std::chrono::steady_clock::now() >= end) return;
-    std::this_thread::sleep_for(kPause);
+    if (waited >= longestWait) return;
+    sleepForTimeInterval(std::chrono::duration<double>(kPause).count());
   }
   isOurs_ = true;
 }

@@ -17,8 +17,8 @@ class ShareTurn {
 
   /// Waits until no other share with this container has its turn, but not longer than
   /// `longestWait`: the share goes on then, as it does where there is no container and where the
-  /// lock file beside it cannot be had. Makes the folder that holds the container; the Platform
-  /// must be installed.
+  /// lock file beside it cannot be had. Makes the folder that holds the container; the Platform,
+  /// on whose clock it waits, must be installed.
   explicit ShareTurn(const std::optional<std::string>& container,
                      std::chrono::milliseconds longestWait = kLongestWait);
   ~ShareTurn();

@@ -3,9 +3,10 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include <atomic>
 #include <filesystem>
-#include <thread>
+#include <functional>
+#include <memory>
+#include <optional>
 
 #include "platform/linux/LinuxPlatform.h"
 #include "tests/support/TemporaryFolder.h"
@@ -15,11 +16,26 @@ namespace {
 
 using std::chrono::milliseconds;
 
+/// Sleeps no time, and counts.
+struct WatchedClock : SystemClock {
+  void sleep(double) override {
+    ++sleeps;
+    if (onSleep) onSleep();
+  }
+  int sleeps = 0;
+  std::function<void()> onSleep;
+};
+
 class ShareTurnTest : public ::testing::Test {
  protected:
-  ShareTurnTest() { Platform::install(linuxPlatform()); }
+  ShareTurnTest() {
+    Platform services = linuxPlatform();
+    services.clock = clock;
+    Platform::install(std::move(services));
+  }
   ~ShareTurnTest() override { Platform::install(Platform()); }
 
+  std::shared_ptr<WatchedClock> clock = std::make_shared<WatchedClock>();
   testing::TemporaryFolder folder;
   const std::string container = folder.path("data/C");
 };
@@ -28,17 +44,17 @@ TEST_F(ShareTurnTest, BelongsToOneShareAtATime) {
   std::optional<ShareTurn> first(std::in_place, container);
   EXPECT_TRUE(first->isOurs());
   EXPECT_FALSE(ShareTurn(container, milliseconds(50)).isOurs());
+  EXPECT_EQ(clock->sleeps, 3);
   EXPECT_TRUE(ShareTurn(folder.path("data/D"), milliseconds(0)).isOurs());  // another container
-  std::atomic<bool> ended = false;
-  std::thread second([&] {
-    const ShareTurn turn(container);
-    EXPECT_TRUE(turn.isOurs());
-    EXPECT_TRUE(ended);
-  });
-  std::this_thread::sleep_for(milliseconds(50));
-  ended = true;
-  first.reset();
-  second.join();
+}
+
+TEST_F(ShareTurnTest, ComesWhenTheOneBeforeEnds) {
+  std::optional<ShareTurn> first(std::in_place, container);
+  clock->onSleep = [&] {
+    if (clock->sleeps == 5) first.reset();
+  };
+  EXPECT_TRUE(ShareTurn(container).isOurs());
+  EXPECT_EQ(clock->sleeps, 5);
 }
 
 TEST_F(ShareTurnTest, ItsFileLiesBesideTheContainerForTheUserAlone) {
