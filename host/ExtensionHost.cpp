@@ -126,16 +126,13 @@ std::size_t attachmentCountOfCommand(const NSURL& url) {
 }
 
 void removeUnfinishedAttachments() {
-  constexpr std::size_t kDigits = 16;
   const auto data = ExtensionUtilities::GroupDataPath();
   if (!data) return;
   const NSURL staging = data->URLByAppendingPathComponent("Share");
   const auto files = NSFileManager::defaultManager();
   for (const std::string& name :
        files->contentsOfDirectoryAtPath(staging.fileSystemRepresentation())) {
-    if (!name.starts_with(kUnfinishedPrefix) || name.size() != kUnfinishedPrefix.size() + kDigits) {
-      continue;
-    }
+    if (!isUnfinishedName(name)) continue;
     std::optional<NSError> ignored;  // its load may have been quicker
     files->removeItemAtURL(staging.URLByAppendingPathComponent(name), ignored);
   }

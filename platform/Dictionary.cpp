@@ -15,12 +15,6 @@ namespace {
 constexpr std::size_t kManyKeys = 16;
 using Index = std::map<std::string_view, std::size_t>;
 
-Index indexOf(const std::vector<std::string_view>& texts) {
-  Index index;
-  for (std::size_t i = 0; i < texts.size(); ++i) index.emplace(texts[i], i);
-  return index;
-}
-
 }  // namespace
 
 struct Dictionary::Keys::Node {
@@ -39,7 +33,8 @@ struct Dictionary::Keys::Node {
   void makeIndex() {
     index.reset();
     if (keys.size() <= kManyKeys) return;
-    index = std::make_unique<Index>(indexOf(texts));
+    index = std::make_unique<Index>();
+    for (std::size_t i = 0; i < texts.size(); ++i) index->emplace(texts[i], i);
   }
 
   void append(Value key) {

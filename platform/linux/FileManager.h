@@ -11,8 +11,9 @@ namespace korvane {
 
 struct FilePlace;
 
-/// What the names of unfinished copies and writes begin with; sixteen hexadecimal digits follow.
-inline constexpr std::string_view kUnfinishedPrefix = ".korvane-";
+/// Whether a name is one that copies and writes have until they are complete: ".korvane-" and
+/// sixteen more characters. Any thread may call.
+KORVANE_EXPORT bool isUnfinishedName(std::string_view name);
 
 /// What a file manager works with.
 struct KORVANE_EXPORT FileManagerOptions {
@@ -33,7 +34,7 @@ struct KORVANE_EXPORT FileManagerOptions {
 ///   the kernel; holes stay holes. A file that grows meanwhile is copied up to the size it had. All
 ///   or nothing: what cannot be copied fails the whole item, and the error names it. Owners, times
 ///   and modes are not copied.
-/// - A copy or a write is made under a name that begins with kUnfinishedPrefix in the destination's
+/// - A copy or a write is made under a name that begins with ".korvane-" in the destination's
 ///   folder and gets its own name when it is complete. A process that is killed in between leaves
 ///   that file. Nothing is forced onto the disk: "atomic" holds for other processes, not for a
 ///   power cut.

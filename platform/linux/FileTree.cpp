@@ -119,13 +119,16 @@ void removeFolder(int parent, const std::string& topName, const std::string& top
   }
 }
 
+constexpr std::string_view kUnfinishedPrefix = ".korvane-";
+constexpr std::size_t kUnfinishedDigits = 16;
+
 std::string unusedName() {
   std::uint64_t random = 0;
   while (::getrandom(&random, sizeof random, 0) != static_cast<ssize_t>(sizeof random)) {
   }
   static constexpr char kDigits[] = "0123456789abcdef";
   std::string name(kUnfinishedPrefix);
-  for (int i = 0; i < 16; ++i, random >>= 4) name += kDigits[random & 15];
+  for (std::size_t i = 0; i < kUnfinishedDigits; ++i, random >>= 4) name += kDigits[random & 15];
   return name;
 }
 
@@ -145,6 +148,11 @@ int renameWithoutReplacing(int folder, const std::string& from, const std::strin
 }
 
 }  // namespace
+
+bool isUnfinishedName(std::string_view name) {
+  return name.starts_with(kUnfinishedPrefix) &&
+         name.size() == kUnfinishedPrefix.size() + kUnfinishedDigits;
+}
 
 NSError FileFailure::error() const {
   NSError error = NSError::withErrno(code, path);

@@ -284,10 +284,6 @@ void appendHTMLEscaped(std::string_view text, std::string& out) {
       replace(i, 1, "&quot;");
     } else if (c == 0xC2 && next == 0xA0) {
       replace(i, 2, "&nbsp;");
-    } else if ((c < 0x20 && c != '\n' && c != '\t') || c == 0x7F) {
-      replace(i, 1, "");
-    } else if (c == 0xC2 && next >= 0x80 && next < 0xA0) {
-      replace(i, 2, "");
     }
   }
   out += text.substr(plain);

@@ -25,7 +25,7 @@ std::string decodeCharacterReferences(std::string_view text, HTMLPlace place);
 std::string withoutControlCharacters(std::string_view text);
 
 /// Appends the text with everything that means something in HTML escaped, for text and for values
-/// in double quotes alike. Control characters other than tab and line feed are left out.
+/// in double quotes alike. What it is given has gone through withoutControlCharacters.
 void appendHTMLEscaped(std::string_view text, std::string& out);
 
 inline bool isHTMLSpace(char c) {
