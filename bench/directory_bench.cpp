@@ -20,12 +20,12 @@
 #include <string>
 
 #include "extension/ExtensionUtilities.h"
+#include "formats/plist/PropertyListBytes.h"
+#include "linux/detail/FileCoordinator.h"
+#include "linux/detail/FileManager.h"
 #include "model/ExtensionAccount.h"
 #include "model/ExtensionGroup.h"
 #include "platform/Platform.h"
-#include "platform/linux/FileCoordinator.h"
-#include "platform/linux/FileManager.h"
-#include "platform/linux/PropertyLists.h"
 #include "support/PropertyListWriter.h"
 #include "support/TemporaryFolder.h"
 

@@ -11,8 +11,8 @@
 #include <vector>
 
 #include "extension/ExtensionUtilities.h"
+#include "linux/LinuxPlatform.h"
 #include "platform/Platform.h"
-#include "platform/linux/LinuxPlatform.h"
 #include "support/TemporaryFolder.h"
 
 namespace {

@@ -10,7 +10,7 @@
 #include <iterator>
 #include <memory>
 
-#include "platform/linux/Images.h"
+#include "linux/detail/Images.h"
 #include "support/Pictures.h"
 
 namespace {

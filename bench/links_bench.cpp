@@ -9,9 +9,9 @@
 #include <string>
 #include <string_view>
 
+#include "formats/links/LinkDetector.h"
 #include "model/ExtensionMessage.h"
 #include "platform/Platform.h"
-#include "platform/linux/LinkDetector.h"
 
 namespace {
 

@@ -1,4 +1,5 @@
-# What every folder's CMakeLists.txt needs: one library per folder, made of all sources in it.
+# What every folder's CMakeLists.txt needs: one library per folder, made of all sources in it and
+# below it.
 
 add_library(korvane_options INTERFACE)
 target_compile_options(korvane_options INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor)
@@ -18,11 +19,31 @@ if(KORVANE_COVERAGE)
   target_link_options(korvane_options INTERFACE --coverage)
 endif()
 
+# The folder's sources, those of its own subfolders too.
+macro(korvane_sources variable)
+  file(GLOB_RECURSE ${variable} CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp)
+endmacro()
+
 # korvane_library(NAME LINK...): library korvane_NAME (alias Korvane::NAME) from the sources of
-# this folder, using the libraries named.
+# this folder, using the libraries named. Installed, with the headers of the folder itself; those
+# below its detail/ are private.
 function(korvane_library name)
-  file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp)
+  korvane_sources(sources)
   add_library(korvane_${name} ${sources})
+  korvane_set_up(${name} ${ARGN})
+  target_link_libraries(korvane_${name} PRIVATE korvane_text)
+  set_property(GLOBAL APPEND PROPERTY KORVANE_INSTALLED_LIBRARIES ${name})
+endfunction()
+
+# korvane_internal_library(NAME LINK...): the same for a folder that only this project uses. Always
+# an archive, whose code becomes part of the libraries that use it.
+function(korvane_internal_library name)
+  korvane_sources(sources)
+  add_library(korvane_${name} STATIC ${sources})
+  korvane_set_up(${name} ${ARGN})
+endfunction()
+
+function(korvane_set_up name)
   add_library(Korvane::${name} ALIAS korvane_${name})
   target_compile_features(korvane_${name} PUBLIC cxx_std_20)
   target_include_directories(korvane_${name} PUBLIC

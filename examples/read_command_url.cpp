@@ -8,8 +8,8 @@
 #include <string_view>
 #include <vector>
 
+#include "linux/LinuxPlatform.h"
 #include "model/ExtensionMessage.h"
-#include "platform/linux/LinuxPlatform.h"
 
 using namespace korvane;
 

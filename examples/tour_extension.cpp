@@ -3,7 +3,7 @@
 #include <fstream>
 
 #include "extension/ExtensionUtilities.h"
-#include "platform/linux/LinuxPlatform.h"
+#include "linux/LinuxPlatform.h"
 
 using namespace korvane;
 

@@ -2,8 +2,8 @@
 #include <cstdio>
 #include <memory>
 
+#include "linux/LinuxPlatform.h"
 #include "model/ExtensionMessage.h"
-#include "platform/linux/LinuxPlatform.h"
 
 using namespace korvane;
 

@@ -2,7 +2,7 @@
 #include <cstdio>
 #include <memory>
 
-#include "platform/linux/CairoSurface.h"
+#include "linux/CairoSurface.h"
 #include "share/FlippedView.h"
 
 using namespace korvane;

@@ -15,10 +15,10 @@
 #include <vector>
 
 #include "extension/ExtensionUtilities.h"
+#include "linux/LinuxPlatform.h"
 #include "model/ExtensionAccount.h"
 #include "model/ExtensionAlias.h"
 #include "model/ExtensionGroup.h"
-#include "platform/linux/LinuxPlatform.h"
 
 using namespace korvane;
 

@@ -4,11 +4,11 @@
 #include <cstdint>
 #include <string_view>
 
+#include "formats/html/HTML.h"
+#include "formats/html/HTMLRules.h"
+#include "formats/html/HTMLTokens.h"
 #include "fuzz/Require.h"
 #include "platform/NSString.h"
-#include "platform/linux/HTML.h"
-#include "platform/linux/HTMLRules.h"
-#include "platform/linux/HTMLTokens.h"
 
 namespace {
 

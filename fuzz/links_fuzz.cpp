@@ -7,8 +7,8 @@
 #include <string>
 #include <string_view>
 
+#include "formats/links/LinkDetector.h"
 #include "platform/NSURL.h"
-#include "platform/linux/LinkDetector.h"
 
 namespace {
 

@@ -5,12 +5,12 @@
 #include <string>
 #include <string_view>
 
+#include "formats/plist/PropertyListBytes.h"
 #include "fuzz/Require.h"
 #include "model/ExtensionAccount.h"
 #include "model/ExtensionGroup.h"
 #include "platform/NSString.h"
 #include "platform/Platform.h"
-#include "platform/linux/PropertyLists.h"
 #include "tests/support/PropertyListWriter.h"
 
 namespace {

@@ -6,8 +6,8 @@
 #include <utility>
 
 #include "extension/ExtensionUtilities.h"
+#include "linux/detail/FileTree.h"
 #include "platform/NSFileManager.h"
-#include "platform/linux/FileManager.h"
 #include "share/ShareViewController.h"
 
 namespace korvane {

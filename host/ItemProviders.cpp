@@ -8,8 +8,8 @@
 
 #include "host/InputData.h"
 #include "host/Paths.h"
-#include "host/RemoteFiles.h"
 #include "host/URLText.h"
+#include "linux/detail/RemoteFiles.h"
 #include "platform/Dispatch.h"
 #include "platform/NSURL.h"
 

@@ -18,10 +18,10 @@
 #include "host/ExtensionHost.h"
 #include "host/InputError.h"
 #include "host/PrintableText.h"
-#include "host/RemoteFiles.h"
-#include "host/ShareTurn.h"
-#include "platform/linux/ContainerRoot.h"
-#include "platform/linux/LinuxPlatform.h"
+#include "linux/LinuxPlatform.h"
+#include "linux/detail/ContainerRoot.h"
+#include "linux/detail/RemoteFiles.h"
+#include "linux/detail/ShareTurn.h"
 
 namespace korvane {
 namespace {

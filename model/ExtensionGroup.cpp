@@ -1,6 +1,6 @@
 #include "model/ExtensionGroup.h"
 
-#include "model/RecordReading.h"
+#include "model/detail/RecordReading.h"
 #include "platform/NSException.h"
 #include "platform/NSFormat.h"
 #include "platform/NSLog.h"

@@ -1,7 +1,7 @@
 #include "model/ExtensionMessage.h"
 
 #include "model/ExtensionDate.h"
-#include "model/RecordReading.h"
+#include "model/detail/RecordReading.h"
 #include "platform/NSData.h"
 #include "platform/NSException.h"
 #include "platform/NSFormat.h"

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "model/ExtensionMessage.h"
-#include "model/LinkAnchors.h"
+#include "model/detail/LinkAnchors.h"
 #include "platform/NSFormat.h"
 #include "platform/NSLog.h"
 

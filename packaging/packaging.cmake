@@ -1,7 +1,7 @@
 # Installation: the libraries as a CMake package and for pkg-config, the programs and their data.
 include(CMakePackageConfigHelpers)
 
-set(libraries platform urlutils model extension share linux)
+get_property(libraries GLOBAL PROPERTY KORVANE_INSTALLED_LIBRARIES)
 set(package_folder ${CMAKE_INSTALL_LIBDIR}/cmake/Korvane)
 
 foreach(library ${libraries})
@@ -13,17 +13,16 @@ foreach(library ${libraries})
       INSTALL_RPATH "\$ORIGIN")
   endif()
   install(TARGETS korvane_${library} EXPORT KorvaneTargets)
+  # What lies in the folder itself is public, what lies below its detail/ is not.
+  file(GLOB headers CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/${library}/*.h)
+  install(FILES ${headers} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/korvane/${library})
 endforeach()
+if(NOT BUILD_SHARED_LIBS)
+  # Static libraries leave their internal ones to whoever links a program; no header of theirs.
+  install(TARGETS korvane_text korvane_formats EXPORT KorvaneTargets)
+endif()
 
-foreach(folder platform urlutils model extension share)
-  file(GLOB headers CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/${folder}/*.h)
-  # Headers of the sources' own concern stay here.
-  list(FILTER headers EXCLUDE REGEX
-    "/([A-Za-z0-9]+Blocks|URLCharacters|PercentEncoding|QueryStrings)\\.h$")
-  list(FILTER headers EXCLUDE REGEX "/(RecordReading|LinkAnchors|TextSearch)\\.h$")
-  install(FILES ${headers} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/korvane/${folder})
-endforeach()
-install(FILES platform/linux/LinuxPlatform.h platform/linux/CairoSurface.h
+install(FILES platform/linux/CairoSurface.h platform/linux/LinuxPlatform.h
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/korvane/platform/linux)
 
 install(EXPORT KorvaneTargets NAMESPACE Korvane:: DESTINATION ${package_folder})
@@ -47,24 +46,19 @@ set(about_extension "the mail client's shared container, sharing and launching")
 set(about_share "the share extension's controller and view")
 set(about_linux "the services on a Linux desktop")
 set(private_linux "gio-unix-2.0 gdk-pixbuf-2.0 libdeflate libpsl cairo icu-i18n icu-uc")
+set(internal_linux -lkorvane_formats)
 foreach(library ${libraries})
   set(name ${library})
   set(requires ${requires_${library}})
   set(about ${about_${library}})
+  set(internal_libs "")
   if(NOT BUILD_SHARED_LIBS)
     string(APPEND requires " ${private_${library}}")
+    set(internal_libs "${internal_${library}} -lkorvane_text")
   endif()
   configure_file(packaging/korvane.pc.in korvane-${library}.pc @ONLY)
   install(FILES ${CMAKE_CURRENT_BINARY_DIR}/korvane-${library}.pc
     DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
-endforeach()
-
-foreach(program korvane-share korvane-message korvane-directory)
-  if(TARGET ${program})
-    set_target_properties(${program} PROPERTIES
-      INSTALL_RPATH "\$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
-    install(TARGETS ${program})
-  endif()
 endforeach()
 
 configure_file(packaging/Info.plist.in ${CMAKE_BINARY_DIR}/share/korvane/Info.plist @ONLY)

@@ -7,8 +7,8 @@
 #include <iterator>
 #include <limits>
 
-#include "platform/PercentEscapeBlocks.h"
-#include "platform/UTF8Blocks.h"
+#include "text/PercentEscapeBlocks.h"
+#include "text/UTF8Blocks.h"
 
 namespace korvane {
 namespace {

@@ -7,7 +7,7 @@
 
 #include "platform/NSString.h"
 #include "platform/Platform.h"
-#include "platform/URLCharacters.h"
+#include "text/URLCharacters.h"
 
 namespace korvane {
 namespace {

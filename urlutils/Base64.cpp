@@ -3,7 +3,7 @@
 #include <cstring>
 
 #include "platform/NSString.h"
-#include "urlutils/Base64Blocks.h"
+#include "text/Base64Blocks.h"
 #include "urlutils/RequestUtils.h"
 
 namespace korvane::RequestUtils {

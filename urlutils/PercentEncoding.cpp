@@ -1,4 +1,4 @@
-#include "urlutils/PercentEncoding.h"
+#include "urlutils/detail/PercentEncoding.h"
 
 #include <algorithm>
 #include <array>
@@ -7,7 +7,7 @@
 #include <utility>
 
 #include "platform/NSString.h"
-#include "urlutils/PercentEncodingBlocks.h"
+#include "text/PercentEncodingBlocks.h"
 #include "urlutils/RequestUtils.h"
 
 namespace korvane::RequestUtils {

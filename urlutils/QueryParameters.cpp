@@ -3,9 +3,9 @@
 #include <vector>
 
 #include "platform/NSException.h"
-#include "urlutils/PercentEncoding.h"
-#include "urlutils/QueryStrings.h"
 #include "urlutils/RequestUtils.h"
+#include "urlutils/detail/PercentEncoding.h"
+#include "urlutils/detail/QueryStrings.h"
 
 // Queries as dictionaries: writing, reading and merging their parameters.
 namespace korvane::RequestUtils {

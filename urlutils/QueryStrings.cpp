@@ -1,4 +1,4 @@
-#include "urlutils/QueryStrings.h"
+#include "urlutils/detail/QueryStrings.h"
 
 #include <algorithm>
 

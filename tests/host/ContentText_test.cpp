@@ -2,7 +2,7 @@
 
 #include <gmock/gmock.h>
 
-#include "platform/linux/LinuxPlatform.h"
+#include "linux/LinuxPlatform.h"
 
 namespace korvane {
 namespace {

@@ -5,8 +5,8 @@
 #include <condition_variable>
 #include <new>
 
+#include "linux/detail/FileManager.h"
 #include "model/ExtensionMessage.h"
-#include "platform/linux/FileManager.h"
 #include "tests/support/FakeShare.h"
 #include "tests/support/TemporaryFolder.h"
 

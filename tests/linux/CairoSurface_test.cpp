@@ -1,4 +1,4 @@
-#include "platform/linux/CairoSurface.h"
+#include "linux/CairoSurface.h"
 
 #include <gtest/gtest.h>
 

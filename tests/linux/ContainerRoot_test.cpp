@@ -1,4 +1,4 @@
-#include "platform/linux/ContainerRoot.h"
+#include "linux/detail/ContainerRoot.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "platform/linux/DateFormatters.h"
+#include "linux/detail/DateFormatters.h"
 
 #include <gtest/gtest.h>
 

@@ -6,12 +6,12 @@
 #include <thread>
 
 #include "extension/ExtensionUtilities.h"
+#include "linux/detail/FileCoordinator.h"
+#include "linux/detail/FileManager.h"
+#include "linux/detail/PropertyLists.h"
 #include "model/ExtensionAccount.h"
 #include "model/ExtensionAlias.h"
 #include "model/ExtensionGroup.h"
-#include "platform/linux/FileCoordinator.h"
-#include "platform/linux/FileManager.h"
-#include "platform/linux/PropertyLists.h"
 #include "support/ChildProcess.h"
 #include "support/PropertyListWriter.h"
 #include "support/TemporaryFolder.h"

@@ -1,5 +1,5 @@
 // Run with arguments, this program is one of the processes that its tests coordinate; see main.
-#include "platform/linux/FileCoordinator.h"
+#include "linux/detail/FileCoordinator.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>

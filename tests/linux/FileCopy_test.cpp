@@ -1,4 +1,4 @@
-#include "platform/linux/FileCopy.h"
+#include "linux/detail/FileCopy.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -11,7 +11,7 @@
 #include <atomic>
 #include <thread>
 
-#include "platform/linux/FileManager.h"
+#include "linux/detail/FileManager.h"
 #include "support/ChildProcess.h"
 #include "support/TemporaryFolder.h"
 

@@ -1,4 +1,4 @@
-#include "platform/linux/FileManager.h"
+#include "linux/detail/FileManager.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "platform/linux/Images.h"
+#include "linux/detail/Images.h"
 
 #include <gtest/gtest.h>
 #include <sys/resource.h>

@@ -1,4 +1,4 @@
-#include "platform/linux/LinuxPlatform.h"
+#include "linux/LinuxPlatform.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "platform/linux/MainBundle.h"
+#include "linux/detail/MainBundle.h"
 
 #include <gtest/gtest.h>
 #include <sys/wait.h>

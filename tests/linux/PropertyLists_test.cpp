@@ -1,4 +1,4 @@
-#include "platform/linux/PropertyLists.h"
+#include "linux/detail/PropertyLists.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>

@@ -5,8 +5,8 @@
 #include <iostream>
 
 #include "extension/ExtensionUtilities.h"
-#include "platform/linux/FileCoordinator.h"
-#include "platform/linux/FileManager.h"
+#include "linux/detail/FileCoordinator.h"
+#include "linux/detail/FileManager.h"
 #include "support/ChildProcess.h"
 #include "support/TemporaryFolder.h"
 #include "support/TestPlatform.h"

@@ -9,8 +9,8 @@
 #include <thread>
 
 #include "extension/ExtensionUtilities.h"
-#include "platform/linux/FileCoordinator.h"
-#include "platform/linux/FileManager.h"
+#include "linux/detail/FileCoordinator.h"
+#include "linux/detail/FileManager.h"
 #include "support/FaultyFiles.h"
 #include "support/TemporaryFolder.h"
 #include "support/TestPlatform.h"

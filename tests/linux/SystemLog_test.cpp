@@ -1,4 +1,4 @@
-#include "platform/linux/SystemLog.h"
+#include "linux/detail/SystemLog.h"
 
 #include <fcntl.h>
 #include <gmock/gmock.h>

@@ -2,7 +2,7 @@
 // data folders, which stay as they were first seen, so every opening happens in a process of its
 // own: this program, started with --open.
 
-#include "platform/linux/Workspace.h"
+#include "linux/detail/Workspace.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "model/LinkAnchors.h"
+#include "model/detail/LinkAnchors.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

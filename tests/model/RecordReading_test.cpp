@@ -1,4 +1,4 @@
-#include "model/RecordReading.h"
+#include "model/detail/RecordReading.h"
 
 #include <gtest/gtest.h>
 

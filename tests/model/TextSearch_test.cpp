@@ -1,4 +1,4 @@
-#include "model/TextSearch.h"
+#include "model/detail/TextSearch.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

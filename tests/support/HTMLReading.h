@@ -6,7 +6,7 @@
 
 #include <string_view>
 
-#include "platform/linux/HTML.h"
+#include "formats/html/HTML.h"
 
 namespace korvane::testing {
 

@@ -8,8 +8,8 @@
 #include <string_view>
 #include <vector>
 
+#include "formats/plist/PropertyListBytes.h"
 #include "platform/Value.h"
-#include "platform/linux/PropertyLists.h"
 #include "support/PropertyListWriter.h"
 
 namespace korvane::testing {

@@ -1,5 +1,5 @@
 #include <extension/ExtensionUtilities.h>
-#include <platform/linux/LinuxPlatform.h>
+#include <linux/LinuxPlatform.h>
 
 #include <cstdio>
 

@@ -1,0 +1,446 @@
+#include "formats/html/HTMLWriter.h"
+
+#include <algorithm>
+
+#include "formats/html/HTMLCharacters.h"
+
+namespace korvane {
+namespace {
+
+using Role = HTMLRole;
+
+constexpr std::size_t kMostContainers = 200;
+constexpr std::size_t kMostStyles = 64;
+constexpr std::size_t kMostInner = 64;
+constexpr std::size_t kNone = static_cast<std::size_t>(-1);
+
+bool holdsNoText(Role role) {
+  return role == Role::list || role == Role::table || role == Role::section || role == Role::row;
+}
+
+bool isTablePart(Role role) {
+  return role == Role::section || role == Role::caption || role == Role::row || role == Role::cell;
+}
+
+bool isContainer(Role role) { return role != Role::item && !isTablePart(role); }
+
+bool isBlock(Role role) {
+  return role == Role::block || role == Role::paragraph || role == Role::line ||
+         role == Role::list || role == Role::item || role == Role::table || isTablePart(role);
+}
+
+// What ends the search for an open element: what is outside a cell is not ended inside it.
+bool isBarrier(Role role) {
+  return role == Role::cell || role == Role::caption || role == Role::table || role == Role::body;
+}
+
+bool isDefinition(const HTMLRule& rule) { return rule.written == "dt" || rule.written == "dd"; }
+
+// An item outside of any list.
+const HTMLRule& strayItem() {
+  static constexpr HTMLRule rule{"li", Role::block, "div", ""};
+  return rule;
+}
+
+const HTMLRule& named(std::string_view name) { return *findHTMLRule(name); }
+
+bool isSpaceOnly(std::string_view text) {
+  return std::all_of(text.begin(), text.end(), isHTMLSpace);
+}
+
+}  // namespace
+
+void PlainText::text(std::string_view text) {
+  if (cell_) {
+    text_ += '\t';
+  } else if (!text_.empty()) {
+    text_.append(static_cast<std::size_t>(lineBreaks_), '\n');
+  }
+  lineBreaks_ = 0;
+  cell_ = false;
+  text_ += text;
+}
+
+void PlainText::separate(int lineBreaks) {
+  if (!cell_) lineBreaks_ = std::max(lineBreaks_, lineBreaks);
+}
+
+void PlainText::nextRow() {
+  cell_ = false;
+  separate(1);
+}
+
+HTMLWriter::HTMLWriter(std::size_t size) : mostBytes_(size * 8 + (std::size_t{1} << 16)) {
+  out_.reserve(size + size / 8);
+  blocks_.push_back({&named("body"), false, false, 0});
+}
+
+void HTMLWriter::write(const HTMLToken& token) {
+  if (skips(token)) return;
+  if (token.kind == HTMLToken::Kind::text) return text(withoutControlCharacters(token.text));
+  blocks_.back().atTag = false;
+  if (token.kind == HTMLToken::Kind::endTag) return endTag(token.name);
+  startTag(token);
+}
+
+// Whether the token is inside of an element that is left out with what it holds.
+bool HTMLWriter::skips(const HTMLToken& token) {
+  if (skipped_.empty()) return false;
+  if (token.kind == HTMLToken::Kind::text) return true;
+  const bool isEnd = token.kind == HTMLToken::Kind::endTag;
+  if (token.name == skipped_) {
+    if (!isEnd && !token.selfClosing) ++skippedDepth_;
+    if (isEnd && --skippedDepth_ == 0) skipped_.clear();
+    return true;
+  }
+  if (isEnd || (skipped_ != "svg" && skipped_ != "math")) return true;
+  // An element of HTML ends a drawing or a formula that was not closed.
+  const HTMLRule* rule = findHTMLRule(token.name);
+  if (rule == nullptr || rule->role == Role::skipped || rule->role == Role::anchor) return true;
+  skipped_.clear();
+  return false;
+}
+
+void HTMLWriter::startTag(const HTMLToken& token) {
+  const HTMLRule* rule = findHTMLRule(token.name);
+  if (rule == nullptr) return;
+  switch (rule->role) {
+    case Role::skipped:
+      if (token.selfClosing && (token.name == "svg" || token.name == "math")) return;
+      skipped_ = token.name;
+      skippedDepth_ = 1;
+      return;
+    case Role::body:
+      if (bodyAttributes_.empty()) bodyAttributes_ = keepAttributes(*rule, token.attributes).text;
+      return;
+    case Role::lineBreak:
+      return lineBreak();
+    case Role::separator:
+      return separator();
+    case Role::picture:
+      return picture(token);
+    case Role::inlined:
+    case Role::anchor:
+      return startStyle(*rule, keepAttributes(*rule, token.attributes));
+    default:
+      break;
+  }
+  const HTMLKeptAttributes kept = keepAttributes(*rule, token.attributes);
+  leaveParagraph();
+  if (blocks_.back().rule->role == Role::line) return placeAside(*rule);
+  if (rule->role == Role::item) return startItem(*rule, kept);
+  if (isTablePart(rule->role)) return startTablePart(*rule, kept);
+  startBlock(*rule, kept);
+}
+
+void HTMLWriter::startBlock(const HTMLRule& rule, const HTMLKeptAttributes& kept) {
+  if (containers_ >= kMostContainers) return placeAside(rule);
+  openContainers();
+  push(rule, kept);
+}
+
+void HTMLWriter::startItem(const HTMLRule& rule, const HTMLKeptAttributes& kept) {
+  for (std::size_t i = blocks_.size(); i-- > 0;) {
+    const HTMLRule& open = *blocks_[i].rule;
+    if (open.role == Role::list && (open.written == "dl") == isDefinition(rule)) {
+      popTo(i + 1);
+      return push(rule, kept);
+    }
+    if (open.role == Role::list || isBarrier(open.role)) break;
+  }
+  if (blocks_.back().rule == &strayItem()) pop();
+  startBlock(strayItem(), kept);
+}
+
+void HTMLWriter::startTablePart(const HTMLRule& rule, const HTMLKeptAttributes& kept) {
+  std::size_t table = blocks_.size();
+  while (table-- > 0 && blocks_[table].rule->role != Role::table) {
+  }
+  if (table == kNone) return;
+  if (rule.role == Role::caption && blocks_[table].hasContent) return;
+  const auto stays = [&](Role open) {
+    if (rule.role == Role::cell) return open == Role::row || open == Role::section;
+    return rule.role == Role::row && open == Role::section;
+  };
+  std::size_t depth = table + 1;
+  while (depth < blocks_.size() && stays(blocks_[depth].rule->role)) ++depth;
+  popTo(depth);
+  if (rule.role == Role::cell && blocks_.back().rule->role != Role::row) push(named("tr"), {});
+  push(rule, kept);
+}
+
+void HTMLWriter::startStyle(const HTMLRule& rule, HTMLKeptAttributes kept) {
+  if (rule.role == Role::anchor) endLinks();
+  if (styles_.size() >= kMostStyles) return;
+  const bool needsAttributes = rule.written == "span" || rule.role == Role::anchor;
+  const bool empty = needsAttributes && kept.text.empty();
+  const bool noLink = rule.role == Role::anchor && kept.text.find(" href=\"") == kept.text.npos;
+  const bool silent = empty || noLink || kept.hidden || isHidden() || out_.size() > mostBytes_;
+  styles_.push_back(
+      {&rule, std::move(kept.text), blocks_.size(), silent, kept.hidden, kept.preservesSpace});
+  if (kept.hidden) ++hiddenStyles_;
+}
+
+// Links do not nest: one that was begun in this cell ends, one around the table stops here.
+void HTMLWriter::endLinks() {
+  for (std::size_t i = styles_.size(); i-- > 0;) {
+    if (styles_[i].rule->role != Role::anchor) continue;
+    if (i >= blocks_.back().firstStyle) {
+      endStyle(i);
+    } else if (!styles_[i].silent) {
+      if (i < writtenStyles_) closeStyles(i);
+      styles_[i].silent = true;
+    }
+  }
+}
+
+void HTMLWriter::endTag(std::string_view name) {
+  const HTMLRule* rule = findHTMLRule(name);
+  if (rule == nullptr) return;
+  if (rule->role == Role::lineBreak) return lineBreak();
+  if (rule->role == Role::inlined || rule->role == Role::anchor) {
+    for (std::size_t i = styles_.size(); i-- > blocks_.back().firstStyle;) {
+      if (styles_[i].rule == rule) return endStyle(i);
+    }
+    return;
+  }
+  if (!isBlock(rule->role)) return;
+  auto& inner = blocks_.back().inner;
+  const auto found = std::find(inner.rbegin(), inner.rend(), rule);
+  if (found != inner.rend()) {
+    inner.erase(found.base() - 1, inner.end());
+    return endLine();
+  }
+  const std::size_t open = findOpen(*rule);
+  if (open != kNone) popTo(open);
+}
+
+// Where the element is open, within the same cell.
+std::size_t HTMLWriter::findOpen(const HTMLRule& rule) const {
+  for (std::size_t i = blocks_.size(); i-- > 1;) {
+    const HTMLRule& open = *blocks_[i].rule;
+    if (open.name == rule.name) return i;
+    if (open.role == Role::table ||
+        (isBarrier(open.role) && !isTablePart(rule.role) && rule.role != Role::table) ||
+        (open.role == Role::list && rule.role == Role::item)) {
+      break;
+    }
+  }
+  return kNone;
+}
+
+void HTMLWriter::endStyle(std::size_t index) {
+  if (index < writtenStyles_) closeStyles(index);
+  if (styles_[index].hidden) --hiddenStyles_;
+  styles_.erase(styles_.begin() + static_cast<std::ptrdiff_t>(index));
+}
+
+void HTMLWriter::push(const HTMLRule& rule, const HTMLKeptAttributes& kept) {
+  closeStyles();
+  Block& outer = blocks_.back();
+  Block block{&rule, isHidden() || kept.hidden, kept.preservesSpace.value_or(outer.preservesSpace),
+              outer.firstStyle};
+  if (rule.role == Role::cell || rule.role == Role::caption) block.firstStyle = styles_.size();
+  outer.hasContent = true;
+  if (!block.silent) {
+    if (!outer.preservesSpace && !out_.empty() && !out_.ends_with('\n')) out_ += '\n';
+    out_ += '<';
+    out_ += rule.written;
+    out_ += kept.text;
+    out_ += '>';
+    if (rule.written == "pre" || holdsNoText(rule.role)) out_ += '\n';
+    if (rule.role == Role::cell && outer.hasCells) plain_.nextCell();
+    if (rule.role == Role::row) plain_.nextRow();
+    if (rule.role != Role::cell) plain_.separate(rule.role == Role::paragraph ? 2 : 1);
+    outer.hasCells = true;
+    block.atTag = rule.written == "pre";
+    boundary();
+  }
+  if (isContainer(rule.role)) ++containers_;
+  blocks_.push_back(std::move(block));
+}
+
+void HTMLWriter::pop() {
+  closeStyles();
+  while (!styles_.empty() && styles_.back().depth >= blocks_.size()) endStyle(styles_.size() - 1);
+  const Block block = std::move(blocks_.back());
+  blocks_.pop_back();
+  if (isContainer(block.rule->role)) --containers_;
+  if (block.silent) return;
+  boundary();
+  out_ += "</";
+  out_ += block.rule->written;
+  out_ += '>';
+  const Block& outer = blocks_.back();
+  if (!outer.preservesSpace || holdsNoText(outer.rule->role)) out_ += '\n';
+  if (block.rule->role == Role::row) plain_.nextRow();
+  if (block.rule->role != Role::cell) {
+    plain_.separate(block.rule->role == Role::paragraph ? 2 : 1);
+  }
+}
+
+void HTMLWriter::popTo(std::size_t depth) {
+  while (blocks_.size() > depth) pop();
+}
+
+void HTMLWriter::leaveParagraph() {
+  if (blocks_.back().rule->role == Role::paragraph) pop();
+}
+
+// Opens what text needs around it in lists and tables.
+void HTMLWriter::openContainers() {
+  while (holdsNoText(blocks_.back().rule->role)) {
+    const HTMLRule& open = *blocks_.back().rule;
+    if (open.role == Role::list) {
+      push(named(open.written == "dl" ? "dd" : "li"), {});
+    } else {
+      push(named(open.role == Role::row ? "td" : "tr"), {});
+    }
+  }
+}
+
+// Takes an element as another line of the open block.
+void HTMLWriter::placeAside(const HTMLRule& rule) {
+  auto& inner = blocks_.back().inner;
+  if (inner.size() < kMostInner) inner.push_back(&rule);
+  endLine();
+}
+
+void HTMLWriter::endLine() {
+  Block& block = blocks_.back();
+  if (block.hasContent) block.lineEnded = true;
+}
+
+void HTMLWriter::boundary() {
+  space_ = '\0';
+  atBoundary_ = true;
+}
+
+// Whether white space counts in text with the first `styles` of the text styles.
+bool HTMLWriter::preservesSpace(std::size_t styles) const {
+  while (styles-- > 0) {
+    if (!styles_[styles].silent && styles_[styles].preservesSpace) {
+      return *styles_[styles].preservesSpace;
+    }
+  }
+  return blocks_.back().preservesSpace;
+}
+
+void HTMLWriter::closeStyles(std::size_t keep) {
+  while (writtenStyles_ > keep) {
+    const TextStyle& style = styles_[--writtenStyles_];
+    if (style.silent) continue;
+    out_ += "</";
+    out_ += style.rule->written;
+    out_ += '>';
+  }
+  if (out_.size() <= mostBytes_) return;
+  // Many blocks, each with many styles: from here on without them.
+  for (std::size_t i = keep; i < styles_.size(); ++i) styles_[i].silent = true;
+}
+
+// What goes before any text or picture.
+void HTMLWriter::beginText() {
+  openContainers();
+  Block& block = blocks_.back();
+  block.hasContent = true;
+  if (block.lineEnded) {
+    block.lineEnded = false;
+    const bool ended = out_.ends_with('\n');
+    closeStyles();
+    if (!block.preservesSpace) {
+      if (!atBoundary_) lineBreak();
+    } else if (!ended) {
+      out_ += '\n';
+      plain_.lineBreak();
+    }
+    space_ = '\0';
+  }
+  if (space_ != '\0') {
+    // It stands before the styles that begin here: where spaces count it must be one.
+    out_ += preservesSpace(writtenStyles_) ? ' ' : space_;
+    plain_.text(" ");
+    space_ = '\0';
+  }
+  for (; writtenStyles_ < styles_.size(); ++writtenStyles_) {
+    const TextStyle& style = styles_[writtenStyles_];
+    if (style.silent) continue;
+    out_ += '<';
+    out_ += style.rule->written;
+    out_ += style.attributes;
+    out_ += '>';
+  }
+  atBoundary_ = false;
+}
+
+void HTMLWriter::text(std::string_view text) {
+  Block& block = blocks_.back();
+  if (block.atTag && text.starts_with('\n')) text.remove_prefix(1);
+  block.atTag = false;
+  if (text.empty()) return;
+  if (isHidden() || (holdsNoText(block.rule->role) && isSpaceOnly(text))) return;
+  if (preservesSpace()) {
+    beginText();
+    appendHTMLEscaped(text, out_);
+    plain_.text(text);
+    return;
+  }
+  std::size_t at = 0;
+  while (at < text.size()) {
+    const std::size_t begin = at;
+    while (at < text.size() && isHTMLSpace(text[at])) ++at;
+    if (at > begin && !atBoundary_ && space_ != '\n') {
+      space_ = text.substr(begin, at - begin).find('\n') == text.npos ? ' ' : '\n';
+    }
+    const std::size_t word = at;
+    while (at < text.size() && !isHTMLSpace(text[at])) ++at;
+    if (at == word) continue;
+    beginText();
+    appendHTMLEscaped(text.substr(word, at - word), out_);
+    plain_.text(text.substr(word, at - word));
+  }
+}
+
+void HTMLWriter::lineBreak() {
+  if (isHidden()) return;
+  openContainers();
+  blocks_.back().hasContent = true;
+  out_ += "<br>";
+  if (!preservesSpace(writtenStyles_)) out_ += '\n';
+  plain_.lineBreak();
+  boundary();
+}
+
+void HTMLWriter::separator() {
+  if (isHidden()) return;
+  leaveParagraph();
+  if (blocks_.back().rule->role == Role::line) return endLine();
+  openContainers();
+  closeStyles();
+  blocks_.back().hasContent = true;
+  out_ += "<hr>";
+  if (!blocks_.back().preservesSpace) out_ += '\n';
+  plain_.separate(1);
+  boundary();
+}
+
+void HTMLWriter::picture(const HTMLToken& token) {
+  if (isHidden()) return;
+  const auto tag = pictureTag(token.attributes);
+  if (!tag) return text(attributeValue(token.attributes, "alt"));
+  beginText();
+  out_ += *tag;
+  plain_.text("\xEF\xBF\xBC");
+}
+
+void HTMLWriter::finish() {
+  popTo(1);
+  closeStyles();
+}
+
+std::string HTMLWriter::takeHTML() {
+  return "<!DOCTYPE html>\n<html>\n<head><meta charset=\"utf-8\"></head>\n<body" + bodyAttributes_ +
+         ">\n" + out_ + (out_.ends_with('\n') ? "" : "\n") + "</body>\n</html>\n";
+}
+
+}  // namespace korvane

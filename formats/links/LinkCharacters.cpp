@@ -1,0 +1,90 @@
+#include "formats/links/LinkCharacters.h"
+
+#include <unicode/uchar.h>
+#include <unicode/uscript.h>
+#include <unicode/utf8.h>
+
+#include <algorithm>
+#include <cstdint>
+
+namespace korvane::links {
+
+Character wideCharacterAt(std::string_view text, std::size_t at) {
+  // No character is longer than four bytes, and ICU counts in 32 bits.
+  const std::string_view rest = text.substr(at, 4);
+  const auto* bytes = reinterpret_cast<const std::uint8_t*>(rest.data());
+  std::int32_t next = 0;
+  UChar32 scalar = 0;
+  U8_NEXT(bytes, next, static_cast<std::int32_t>(rest.size()), scalar);
+  if (scalar < 0) return {};
+  return {static_cast<char32_t>(scalar), static_cast<std::size_t>(next)};
+}
+
+Character characterBefore(std::string_view text, std::size_t at) {
+  if (isASCII(text[at - 1])) return {static_cast<char32_t>(text[at - 1]), 1};
+  for (std::size_t length = 2; length <= std::min<std::size_t>(4, at); ++length) {
+    const Character character = characterAt(text, at - length);
+    if (character.scalar != Character::invalid && character.length == length) return character;
+  }
+  return {};
+}
+
+std::string lowercase(std::string_view ascii) {
+  std::string result(ascii);
+  for (char& c : result) {
+    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+  }
+  return result;
+}
+
+bool isWideHostCharacter(char32_t scalar) {
+  if (scalar > 0x10FFFF) return false;
+  const auto c = static_cast<UChar32>(scalar);
+  return (U_GET_GC_MASK(c) & (U_GC_L_MASK | U_GC_M_MASK | U_GC_ND_MASK)) != 0 &&
+         !u_hasBinaryProperty(c, UCHAR_DEFAULT_IGNORABLE_CODE_POINT);
+}
+
+bool isWideLinkCharacter(char32_t scalar) {
+  if (scalar > 0x10FFFF || scalar == 0xFFFC || scalar == 0xFFFD) return false;
+  if (scalar == 0xB7) return true;  // the middle dot inside Catalan words
+  const auto c = static_cast<UChar32>(scalar);
+  constexpr std::uint32_t wanted =
+      U_GC_L_MASK | U_GC_M_MASK | U_GC_N_MASK | U_GC_S_MASK | U_GC_PD_MASK | U_GC_PC_MASK;
+  return (U_GET_GC_MASK(c) & wanted) != 0 &&
+         !u_hasBinaryProperty(c, UCHAR_DEFAULT_IGNORABLE_CODE_POINT);
+}
+
+bool isWrittenWithoutSpaces(char32_t scalar) {
+  if (scalar < 0x80 || scalar > 0x10FFFF) return false;
+  UErrorCode error = U_ZERO_ERROR;
+  const UScriptCode script = uscript_getScript(static_cast<UChar32>(scalar), &error);
+  return script == USCRIPT_HAN || script == USCRIPT_HIRAGANA || script == USCRIPT_KATAKANA ||
+         script == USCRIPT_HANGUL || script == USCRIPT_THAI || script == USCRIPT_LAO ||
+         script == USCRIPT_KHMER || script == USCRIPT_MYANMAR;
+}
+
+void appendEncoded(std::string& url, std::string_view characters) {
+  bool inFragment = false;
+  for (std::size_t at = 0; at < characters.size(); ++at) {
+    const char c = characters[at];
+    bool legal = isASCII(c) && c != '{' && c != '}';
+    if (c == '%') {
+      legal = at + 2 < characters.size() && isHexDigit(characters[at + 1]) &&
+              isHexDigit(characters[at + 2]);
+    } else if (c == '#') {
+      legal = !inFragment;
+      inFragment = true;
+    }
+    if (legal) {
+      url += c;
+    } else {
+      constexpr std::string_view digits = "0123456789ABCDEF";
+      const auto byte = static_cast<unsigned char>(c);
+      url += '%';
+      url += digits[byte >> 4];
+      url += digits[byte & 15];
+    }
+  }
+}
+
+}  // namespace korvane::links

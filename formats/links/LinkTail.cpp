@@ -1,0 +1,90 @@
+#include "formats/links/LinkTail.h"
+
+#include <algorithm>
+#include <array>
+
+#include "formats/links/LinkCharacters.h"
+
+namespace korvane::links {
+namespace {
+
+// Kinds of brackets.
+constexpr std::size_t noBracket = 3;
+
+constexpr std::size_t openingKind(char c) {
+  return c == '(' ? 0 : c == '[' ? 1 : c == '{' ? 2 : noBracket;
+}
+constexpr std::size_t closingKind(char c) {
+  return c == ')' ? 0 : c == ']' ? 1 : c == '}' ? 2 : noBracket;
+}
+
+}  // namespace
+
+void LinkTail::readRun(std::size_t from) {
+  runBegin_ = from;
+  runEnd_ = from;
+  brackets_.clear();
+  // Indices into brackets_ of those still open. Each kind pairs for itself, so that the pairs
+  // inside any later part of the run are the same as if that part were read alone.
+  std::array<std::vector<std::size_t>, noBracket> open;
+  while (runEnd_ < text_.size()) {
+    const Character character = characterAt(text_, runEnd_);
+    ++steps_;
+    if (!isLinkCharacter(character.scalar)) break;
+    const char c = text_[runEnd_];
+    if (const std::size_t kind = openingKind(c); kind != noBracket) {
+      // "[/" begins a closing tag of bulletin board markup.
+      if (c == '[' && text_.substr(runEnd_ + 1).starts_with('/')) break;
+      open[kind].push_back(brackets_.size());
+      brackets_.push_back({runEnd_, Bracket::none});
+    } else if (const std::size_t closed = closingKind(c); closed != noBracket) {
+      Bracket bracket{runEnd_, Bracket::none};
+      if (!open[closed].empty()) {
+        Bracket& partner = brackets_[open[closed].back()];
+        open[closed].pop_back();
+        partner.partner = runEnd_;
+        bracket.partner = partner.at;
+      }
+      brackets_.push_back(bracket);
+    }
+    runEnd_ += character.length;
+  }
+}
+
+std::size_t LinkTail::firstLonelyBracket(std::size_t from, std::size_t limit) {
+  auto bracket = std::lower_bound(brackets_.begin(), brackets_.end(), from,
+                                  [](const Bracket& b, std::size_t at) { return b.at < at; });
+  for (; bracket != brackets_.end() && bracket->at < limit; ++bracket) {
+    ++steps_;
+    const bool paired =
+        bracket->partner != Bracket::none && bracket->partner >= from && bracket->partner < limit;
+    if (!paired) return bracket->at;
+  }
+  return limit;
+}
+
+std::size_t LinkTail::end(std::size_t from, std::size_t linkBegin) {
+  if (from < runBegin_ || from >= runEnd_) readRun(from);
+  const char before = linkBegin > 0 ? text_[linkBegin - 1] : ' ';
+  std::size_t end = runEnd_;
+  if (before == '\'') end = std::min(text_.find('\'', from), end);
+  end = firstLonelyBracket(from, end);
+
+  const std::string_view whole = text_.substr(from, end - from);
+  auto quotes = std::count(whole.begin(), whole.end(), '\'');
+  steps_ += whole.size();
+  while (end > from) {
+    const char last = text_[end - 1];
+    const bool punctuation = std::string_view(".,;:!?").find(last) != std::string_view::npos;
+    const bool lonelyQuote = last == '\'' && quotes % 2 != 0;
+    // "*http://a.example/*": emphasis around the link.
+    const bool emphasis = (last == '*' || last == '_' || last == '~') && last == before;
+    if (!punctuation && !lonelyQuote && !emphasis) break;
+    if (last == '\'') --quotes;
+    --end;
+    ++steps_;
+  }
+  return end;
+}
+
+}  // namespace korvane::links

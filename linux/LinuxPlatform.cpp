@@ -1,0 +1,33 @@
+#include "linux/LinuxPlatform.h"
+
+#include <memory>
+
+#include "formats/html/HTML.h"
+#include "formats/links/LinkDetector.h"
+#include "linux/detail/DateFormatters.h"
+#include "linux/detail/FileCoordinator.h"
+#include "linux/detail/FileManager.h"
+#include "linux/detail/Images.h"
+#include "linux/detail/MainBundle.h"
+#include "linux/detail/PropertyLists.h"
+#include "linux/detail/SystemLog.h"
+#include "linux/detail/Workspace.h"
+
+namespace korvane {
+
+Platform linuxPlatform(const LinuxOptions& options) {
+  Platform services;  // brings the system's clock and a thread pool
+  services.bundle = std::make_shared<MainBundle>(options.bundleIdentifier);
+  services.fileManager = std::make_shared<FileManager>();
+  services.fileCoordinator = std::make_shared<FileCoordinator>();
+  services.propertyLists = std::make_shared<PropertyLists>();
+  services.images = std::make_shared<Images>();
+  services.html = std::make_shared<HTML>();
+  services.dates = std::make_shared<DateFormatters>();
+  services.links = std::make_shared<LinkDetector>();
+  services.workspace = std::make_shared<Workspace>(options.launchFailure);
+  services.log = std::make_shared<SystemLog>(SystemLogOptions{options.logToStandardError});
+  return services;
+}
+
+}  // namespace korvane

@@ -1,0 +1,211 @@
+#include "linux/detail/FileCoordinator.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <condition_variable>
+#include <cstdint>
+#include <list>
+#include <mutex>
+#include <utility>
+
+#include "linux/detail/FileDescriptor.h"
+#include "linux/detail/FileTree.h"
+
+namespace korvane {
+namespace {
+
+// How often the lock file may be exchanged while it is being locked.
+constexpr int kMaximumReplacements = 100;
+
+/// What an access locks, as names: those of the protocol.
+struct LockNames {
+  std::vector<std::string> shared;     // the folders that hold the item, from the top down
+  std::vector<std::string> exclusive;  // the item
+};
+
+LockNames lockNames(const ContainerRoot& container, const std::string& itemPath) {
+  const std::string item = normalisedPath(itemPath);
+  const std::optional<std::string> relative = container.relativePath(item);
+  const std::string& name = relative ? *relative : item;
+  LockNames names;
+  if (!name.empty() && name != "/") {
+    names.shared.emplace_back(relative ? "" : "/");
+    for (std::size_t slash = name.find('/', 1); slash != std::string::npos;
+         slash = name.find('/', slash + 1)) {
+      names.shared.push_back(name.substr(0, slash));
+    }
+  }
+  names.exclusive.push_back(name);
+  // A folder that holds the container holds all that is in it.
+  const std::string folder = item == "/" ? item : item + "/";
+  if (!relative && container.path()->starts_with(folder)) names.exclusive.emplace_back();
+  return names;
+}
+
+bool overlap(const std::vector<std::string>& a, const std::vector<std::string>& b) {
+  return std::ranges::any_of(
+      a, [&](const std::string& name) { return std::ranges::find(b, name) != b.end(); });
+}
+
+bool conflict(const LockNames& a, const LockNames& b) {
+  return overlap(a.exclusive, b.exclusive) || overlap(a.exclusive, b.shared) ||
+         overlap(a.shared, b.exclusive);
+}
+
+/// FNV-1a, 64 bits, without the sign bit.
+off_t lockByte(const std::string& name) {
+  std::uint64_t hash = 0xcbf29ce484222325;
+  for (const char byte : name) {
+    hash ^= static_cast<unsigned char>(byte);
+    hash *= 0x100000001b3;
+  }
+  return static_cast<off_t>(hash & 0x7fffffffffffffff);
+}
+
+void lockOneByte(const FileDescriptor& file, const std::string& name, short type,
+                 const std::string& path) {
+  struct flock lock = {};
+  lock.l_type = type;
+  lock.l_whence = SEEK_SET;
+  lock.l_start = lockByte(name);
+  lock.l_len = 1;
+  while (::fcntl(file.get(), F_OFD_SETLKW, &lock) != 0) {
+    if (errno != EINTR) throw FileFailure{errno, path};
+  }
+}
+
+void createFolders(const std::string& path) {
+  for (std::size_t end = path.find('/', 1);; end = path.find('/', end + 1)) {
+    const std::string folder = path.substr(0, end);
+    if (::mkdir(folder.c_str(), S_IRWXU) != 0 && errno != EEXIST) throw FileFailure{errno, folder};
+    if (end == std::string::npos) return;
+  }
+}
+
+FileDescriptor openLockFile(const std::string& path) {
+  constexpr int kFlags = O_RDWR | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY;
+  FileDescriptor file(::open(path.c_str(), kFlags));
+  if (!file && errno == ENOENT) {
+    if (const std::size_t slash = path.rfind('/'); slash > 0) createFolders(path.substr(0, slash));
+    file = FileDescriptor(::open(path.c_str(), kFlags | O_CREAT, S_IRUSR | S_IWUSR));
+  }
+  struct stat status = {};
+  if (!file || ::fstat(file.get(), &status) != 0) throw FileFailure{errno, path};
+  if (!S_ISREG(status.st_mode)) throw FileFailure{EINVAL, path, "not a lock file"};
+  // The process's mask may have taken from a new file what the next one to open it needs.
+  if ((status.st_mode & 0777) != 0600) (void)::fchmod(file.get(), S_IRUSR | S_IWUSR);
+  return file;
+}
+
+bool isStillAt(const std::string& path, const FileDescriptor& file) {
+  struct stat byPath = {};
+  struct stat byFile = {};
+  return ::stat(path.c_str(), &byPath) == 0 && ::fstat(file.get(), &byFile) == 0 &&
+         byPath.st_dev == byFile.st_dev && byPath.st_ino == byFile.st_ino;
+}
+
+/// Waits for all the locks; they hold until the result is closed.
+FileDescriptor lock(const std::string& path, const LockNames& names) {
+  for (int attempt = 0; attempt < kMaximumReplacements; ++attempt) {
+    FileDescriptor file = openLockFile(path);
+    for (const std::string& name : names.shared) lockOneByte(file, name, F_RDLCK, path);
+    for (const std::string& name : names.exclusive) lockOneByte(file, name, F_WRLCK, path);
+    // Locks on a file that is no longer the lock file exclude nobody.
+    if (isStillAt(path, file)) return file;
+  }
+  throw FileFailure{EAGAIN, path, "the lock file is being replaced over and over"};
+}
+
+/// The accesses that the calling thread is inside of.
+struct Held {
+  const std::string* lockFile;
+  const LockNames* names;
+};
+thread_local std::vector<Held> heldByThread;
+
+}  // namespace
+
+/// The accesses of this process, in the order of their asking. They wait for one another here, so
+/// that they are served in that order and what one wrote into memory is there for the next.
+struct FileCoordinator::Queue {
+  std::mutex mutex;
+  std::condition_variable changed;
+  std::list<const LockNames*> accesses;
+};
+
+/// One access, from its asking to its end.
+class FileCoordinator::Access {
+ public:
+  Access(Queue& queue, const std::string& lockFile, const LockNames& names)
+      : queue_(queue), lockFile_(lockFile) {
+    for (const Held& held : heldByThread) {
+      if (*held.lockFile == lockFile && conflict(*held.names, names)) {
+        throw FileFailure{EDEADLK, names.exclusive.front()};
+      }
+    }
+    heldByThread.reserve(heldByThread.size() + 1);
+    std::unique_lock guard(queue_.mutex);
+    self_ = queue_.accesses.insert(queue_.accesses.end(), &names);
+    queue_.changed.wait(guard, [&] {
+      return std::none_of(queue_.accesses.begin(), self_,
+                          [&](const LockNames* earlier) { return conflict(*earlier, names); });
+    });
+  }
+  ~Access() {
+    if (file_) heldByThread.pop_back();
+    file_ = FileDescriptor();  // the kernel's locks go first, so that the next need not wait
+    {
+      std::lock_guard guard(queue_.mutex);
+      queue_.accesses.erase(self_);
+    }
+    queue_.changed.notify_all();
+  }
+  Access(const Access&) = delete;
+  Access& operator=(const Access&) = delete;
+
+  void begin() {
+    file_ = lock(lockFile_, **self_);
+    heldByThread.push_back({&lockFile_, *self_});
+  }
+
+ private:
+  Queue& queue_;
+  const std::string& lockFile_;
+  std::list<const LockNames*>::iterator self_;
+  FileDescriptor file_;
+};
+
+FileCoordinator::FileCoordinator(ContainerRoot container)
+    : container_(std::move(container)), queue_(std::make_unique<Queue>()) {}
+
+FileCoordinator::~FileCoordinator() = default;
+
+void FileCoordinator::coordinateWritingItemAtURL(
+    const std::optional<NSURL>& url, NSFileCoordinatorWritingOptions, std::optional<NSError>& error,
+    const std::function<void(const NSURL&)>& accessor) {
+  if (!url || !url->isFileURL() || !container_.path()) {
+    error = NSError::withErrno(EINVAL, url ? "" : "no URL");
+    return;
+  }
+  const std::string path = url->fileSystemRepresentation();
+  if (!path.starts_with('/') || path.find('\0') != std::string::npos) {
+    error = NSError::withErrno(EINVAL);
+    return;
+  }
+  const std::string lockFile = *container_.path() + ".lock";
+  const LockNames names = lockNames(container_, path);
+  std::optional<Access> access;
+  try {
+    access.emplace(*queue_, lockFile, names);
+    access->begin();
+  } catch (const FileFailure& failure) {
+    error = failure.error();
+    return;
+  }
+  accessor(*url);
+}
+
+}  // namespace korvane

@@ -1,0 +1,61 @@
+#pragma once
+
+#include <cstddef>
+#include <string_view>
+
+#include "linux/detail/ContainerRoot.h"
+#include "platform/Export.h"
+#include "platform/NSFileManager.h"
+
+namespace korvane {
+
+struct FilePlace;
+
+/// What a file manager works with.
+struct KORVANE_EXPORT FileManagerOptions {
+  ContainerRoot container = ContainerRoot();
+  /// How many files and folders one copied folder may hold; more fail the copy. A folder whose
+  /// links lead to the same few folders over and over would not end otherwise.
+  std::size_t maximumEntries = 1'000'000;
+};
+
+/// Files and folders by POSIX. Any thread may call. Beside what NSFileManager says:
+///
+/// - On a path below the container no link is ever followed, whichever operation it is: what lies
+///   behind one fails with ELOOP. The folders above the container may be links. Of ".." in such a
+///   path only the text counts.
+/// - Errors are those of the system (NSPOSIXErrorDomain), with the path in their text. A path that
+///   is empty (ENOENT) or holds a NUL byte, or a URL that is no file URL (EINVAL), is refused.
+/// - A copy takes the time of `cp`: blocks are shared where the file system can, else copied inside
+///   the kernel; holes stay holes. A file that grows meanwhile is copied up to the size it had. All
+///   or nothing: what cannot be copied fails the whole item, and the error names it. Owners, times
+///   and modes are not copied.
+/// - A copy or a write is made under a name that begins with ".korvane-" in the destination's
+///   folder and gets its own name when it is complete. A process that is killed in between leaves
+///   that file. Nothing is forced onto the disk: "atomic" holds for other processes, not for a
+///   power cut.
+/// - Removing stops at the first failure.
+class KORVANE_EXPORT FileManager : public NSFileManager {
+ public:
+  explicit FileManager(FileManagerOptions options = {});
+
+  std::optional<NSURL> containerURLForSecurityApplicationGroupIdentifier(
+      std::string_view group) override;
+  bool removeItemAtURL(const NSURL& url, std::optional<NSError>& error) override;
+  bool createDirectoryAtURL(const NSURL& url, bool withIntermediateDirectories,
+                            std::optional<NSError>& error) override;
+  bool copyItemAtPath(std::string_view source, std::string_view destination,
+                      std::optional<NSError>& error) override;
+  bool fileExistsAtPath(std::string_view path) override;
+  bool directoryExistsAtPath(std::string_view path) override;
+  std::vector<std::string> contentsOfDirectoryAtPath(std::string_view path) override;
+  bool writeDataAtomically(const NSData& data, std::string_view path,
+                           std::optional<NSError>& error) override;
+
+ private:
+  void createIntermediateDirectories(std::string_view path) const;
+
+  FileManagerOptions options_;
+};
+
+}  // namespace korvane

@@ -1,0 +1,155 @@
+#include "linux/detail/Workspace.h"
+
+#include <gio/gio.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+#include <utility>
+
+#include "linux/detail/GLibPointer.h"
+
+namespace korvane {
+namespace {
+
+/// What came of a call over the bus.
+struct BusAnswer {
+  enum { opened, refused, unreachable } outcome;
+  /// Why it was not opened.
+  std::string reason;
+};
+
+/// D-Bus's limit of the bytes of one array.
+constexpr std::size_t kLongestArray = 64UL << 20;
+
+/// Bytes that the texts take as an array of a D-Bus message, at most.
+std::size_t arraySize(const std::vector<NSURL>& urls) {
+  std::size_t size = 0;
+  for (const NSURL& url : urls) size += url.absoluteString().size() + 8;  // length, NUL, padding
+  return size;
+}
+
+/// An environment variable, which is taken out of the environment.
+std::optional<std::string> takeVariable(const char* name) {
+  const char* value = std::getenv(name);  // NOLINT(concurrency-mt-unsafe): see the constructor
+  if (!value) return std::nullopt;
+  std::string text = value;
+  unsetenv(name);  // NOLINT(concurrency-mt-unsafe)
+  // It goes into a D-Bus message, which holds UTF-8 only.
+  if (text.empty() || !g_utf8_validate(text.data(), static_cast<gssize>(text.size()), nullptr)) {
+    return std::nullopt;
+  }
+  return text;
+}
+
+/// The object path of an application: "/it/drelk/korvane" of "it.drelk.korvane".
+std::string objectPath(const std::string& identifier) {
+  std::string path = "/" + identifier;
+  std::replace(path.begin(), path.end(), '.', '/');
+  std::replace(path.begin(), path.end(), '-', '_');
+  return path;
+}
+
+/// A connection of our own: the end of the shared one would end the process.
+GObjectPointer<GDBusConnection> connectToSessionBus() {
+  const GPointer<char> address(
+      g_dbus_address_get_for_bus_sync(G_BUS_TYPE_SESSION, nullptr, nullptr));
+  if (!address) return nullptr;
+  const auto flags =
+      static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
+                                        G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION);
+  return GObjectPointer<GDBusConnection>(
+      g_dbus_connection_new_for_address_sync(address.get(), flags, nullptr, nullptr, nullptr));
+}
+
+GVariant* openParameters(const std::vector<NSURL>& urls, const Activation& activation) {
+  GVariantBuilder uris;
+  g_variant_builder_init(&uris, G_VARIANT_TYPE_STRING_ARRAY);
+  for (const NSURL& url : urls) g_variant_builder_add(&uris, "s", url.absoluteString().c_str());
+  GVariantBuilder platformData;
+  g_variant_builder_init(&platformData, G_VARIANT_TYPE_VARDICT);
+  const auto add = [&](const char* key, const std::optional<std::string>& value) {
+    if (value) {
+      g_variant_builder_add(&platformData, "{sv}", key, g_variant_new_string(value->c_str()));
+    }
+  };
+  add("activation-token", activation.token);
+  add("desktop-startup-id", activation.startupId);
+  return g_variant_new("(asa{sv})", &uris, &platformData);
+}
+
+/// What an error reply tells. The bus's own texts name programs and services only; an application's
+/// could quote the message, so only the error's name is passed on.
+BusAnswer answerOfError(const std::string& identifier, GDBusMessage* reply) {
+  const char* name = g_dbus_message_get_error_name(reply);
+  const std::string error = name ? name : "an unnamed error";
+  const char* sender = g_dbus_message_get_sender(reply);
+  const bool fromBus = sender && std::string_view(sender) == "org.freedesktop.DBus";
+
+  if (fromBus && (error == "org.freedesktop.DBus.Error.ServiceUnknown" ||
+                  error == "org.freedesktop.DBus.Error.NameHasNoOwner")) {
+    return {BusAnswer::unreachable, {}};
+  }
+  if (!fromBus) return {BusAnswer::refused, identifier + " refused the request (" + error + ")"};
+  const char* text = g_dbus_message_get_arg0(reply);
+  return {BusAnswer::refused,
+          identifier + " cannot be reached: " + (text ? std::string(text) : error)};
+}
+
+BusAnswer openOverBus(const std::string& identifier, const std::vector<NSURL>& urls,
+                      const Activation& activation) {
+  if (!g_dbus_is_name(identifier.c_str())) return {BusAnswer::unreachable, {}};
+  const auto connection = connectToSessionBus();
+  if (!connection) return {BusAnswer::unreachable, {}};
+  if (arraySize(urls) > kLongestArray) {
+    return {BusAnswer::refused, "the message makes URLs of " + std::to_string(arraySize(urls)) +
+                                    " bytes, and the session bus takes " +
+                                    std::to_string(kLongestArray)};
+  }
+
+  const GObjectPointer<GDBusMessage> call(g_dbus_message_new_method_call(
+      identifier.c_str(), objectPath(identifier).c_str(), "org.freedesktop.Application", "Open"));
+  g_dbus_message_set_body(call.get(), openParameters(urls, activation));
+  // No time limit: a running application may be busy, and the bus tells when it ends.
+  const GObjectPointer<GDBusMessage> reply(g_dbus_connection_send_message_with_reply_sync(
+      connection.get(), call.get(), G_DBUS_SEND_MESSAGE_FLAGS_NONE, G_MAXINT, nullptr, nullptr,
+      nullptr));
+  if (!reply) {
+    return {BusAnswer::refused,
+            "the session bus ended the connection; it may not take messages of " +
+                std::to_string(arraySize(urls)) + " bytes"};
+  }
+  if (g_dbus_message_get_message_type(reply.get()) == G_DBUS_MESSAGE_TYPE_METHOD_RETURN) {
+    return {BusAnswer::opened, {}};
+  }
+  return answerOfError(identifier, reply.get());
+}
+
+}  // namespace
+
+Workspace::Workspace(FailureReport report)
+    : report_(std::move(report)),
+      activation_{takeVariable("XDG_ACTIVATION_TOKEN"), takeVariable("DESKTOP_STARTUP_ID")} {}
+
+bool Workspace::openURLs(const std::vector<NSURL>& urls, std::string_view withAppBundleIdentifier,
+                         unsigned options) {
+  if (urls.empty()) return false;
+  const std::string identifier(withAppBundleIdentifier);
+  const Activation activation = takeActivation(options);
+  const BusAnswer answer = openOverBus(identifier, urls, activation);
+  std::optional<std::string> failure;
+  if (answer.outcome == BusAnswer::refused) failure = answer.reason;
+  if (answer.outcome == BusAnswer::unreachable) {
+    failure = launchDesktopEntry(identifier, urls, activation);
+  }
+  if (failure && report_) report_(*failure);
+  return !failure;
+}
+
+Activation Workspace::takeActivation(unsigned options) {
+  if (options & NSWorkspaceLaunchWithoutActivation) return {};
+  std::lock_guard lock(mutex_);
+  return std::exchange(activation_, {});
+}
+
+}  // namespace korvane

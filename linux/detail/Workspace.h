@@ -1,0 +1,53 @@
+#pragma once
+
+#include <functional>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "linux/detail/DesktopEntry.h"
+#include "platform/Export.h"
+#include "platform/NSWorkspace.h"
+
+namespace korvane {
+
+/// Opens URLs with an application of the Linux desktop. An application's identifier is the name of
+/// its desktop entry and its name on the session bus.
+///
+/// The road is the bus: org.freedesktop.Application.Open on the application's name, which starts
+/// the application where it can be started by name, with all URLs in one call that lasts as long as
+/// the application takes. Where nothing owns the name and nothing can be started by it, or there is
+/// no session bus, the Exec line of the desktop entry is run instead, as a process of its own
+/// without our terminal. An application that was reached and refuses is not tried on another road.
+///
+/// In the foreground the application gets the launcher's XDG_ACTIVATION_TOKEN and
+/// DESKTOP_STARTUP_ID, with which the desktop lets it come to the front: as "activation-token" and
+/// "desktop-startup-id" on the bus, as the same variables on the Exec road. In the background
+/// (NSWorkspaceLaunchWithoutActivation) it gets neither.
+///
+/// Limits: all URLs of one call over the bus hold less than 64 MiB; one of the Exec road 131,071
+/// bytes.
+class KORVANE_EXPORT Workspace : public NSWorkspace {
+ public:
+  /// Gets one line, for people, about why something was not opened. It holds no URL and nothing
+  /// that the application answered.
+  using FailureReport = std::function<void(std::string_view reason)>;
+
+  /// Takes both variables out of the process's environment, which no other thread may use in the
+  /// meantime: make it before the first thread is started. They serve for the first opening in the
+  /// foreground.
+  explicit Workspace(FailureReport report = {});
+
+  bool openURLs(const std::vector<NSURL>& urls, std::string_view withAppBundleIdentifier,
+                unsigned options) override;
+
+ private:
+  Activation takeActivation(unsigned options);
+
+  FailureReport report_;
+  std::mutex mutex_;
+  Activation activation_;
+};
+
+}  // namespace korvane

@@ -1,0 +1,59 @@
+#include "formats/links/LinkHosts.h"
+
+#include <gtest/gtest.h>
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace korvane::links {
+namespace {
+
+TEST(LinkHosts, Names) {
+  EXPECT_EQ(asciiHost("a.example"), "a.example");
+  EXPECT_EQ(asciiHost("A_b.Example"), "A_b.Example");
+  EXPECT_EQ(asciiHost("Bücher.example"), "xn--bcher-kva.example");
+  EXPECT_EQ(asciiHost("faß.de"), "xn--fa-hia.de");
+  const std::string label(63, 'a');
+  const std::string longest = label + "." + label + "." + label + "." + std::string(61, 'a');
+  EXPECT_EQ(longest.size(), 253u);
+  EXPECT_EQ(asciiHost(longest), longest);
+  for (const std::string& host :
+       {std::string(), std::string("."), std::string("a."), std::string(".a"), std::string("a..b"),
+        std::string("-a.b"), std::string("a-.b"), label + "a", longest + "a",
+        std::string("\u0301a.example"), std::string(2000, 'a') + "é"}) {
+    EXPECT_EQ(asciiHost(host), std::nullopt) << host;
+  }
+}
+
+TEST(LinkHosts, Endings) {
+  for (const std::string_view label : {"com", "COM", "uk", "рф", "xn--p1ai", "museum", "md"}) {
+    EXPECT_TRUE(isTopLevelDomain(label)) << label;
+  }
+  for (const std::string_view label : {"", "example", "txt", "co.uk", "3", "-", "local", "é"}) {
+    EXPECT_FALSE(isTopLevelDomain(label)) << label;
+  }
+  EXPECT_TRUE(isFileEnding("MD"));
+  EXPECT_FALSE(isFileEnding("com"));
+}
+
+TEST(LinkHosts, WhatOnlyLooksLikeAHost) {
+  for (const std::string_view host : {"3.am", "21.no", "10.30.pm"}) {
+    EXPECT_TRUE(isNumberLike(host)) << host;
+  }
+  for (const std::string_view host : {"163.com", "a.com", "1a.com", "10.a.de"}) {
+    EXPECT_FALSE(isNumberLike(host)) << host;
+  }
+  EXPECT_TRUE(isSentenceLike("done.It"));
+  for (const std::string_view host : {"done.it", "DONE.It", "a.Com", "x.IT", ".It", ""}) {
+    EXPECT_FALSE(isSentenceLike(host)) << host;
+  }
+  for (const std::string_view label : {"com", "a1", "xn--p1ai"})
+    EXPECT_TRUE(canBeTopLabel(label)) << label;
+  for (const std::string_view label : {"", "c", "1a", "12", "--"}) {
+    EXPECT_FALSE(canBeTopLabel(label)) << label;
+  }
+}
+
+}  // namespace
+}  // namespace korvane::links

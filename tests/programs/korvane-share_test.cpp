@@ -1,0 +1,481 @@
+// korvane-share from end to end: the program itself, a session bus of its own, and a receiver that
+// stands in for the mail client.
+
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <chrono>
+#include <filesystem>
+#include <memory>
+#include <set>
+#include <thread>
+
+#include "linux/detail/FileCoordinator.h"
+#include "linux/detail/Images.h"
+#include "model/ExtensionMessage.h"
+#include "tests/support/Pictures.h"
+#include "tests/support/PrivateDesktop.h"
+
+namespace korvane {
+namespace {
+
+namespace fs = std::filesystem;
+using ::testing::AllOf;
+using ::testing::ElementsAre;
+using ::testing::EndsWith;
+using testing::Finished;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::MatchesRegex;
+using ::testing::Not;
+using testing::PrivateDesktop;
+using testing::readFile;
+using ::testing::SizeIs;
+using ::testing::StartsWith;
+using testing::writeFile;
+
+const std::string kShare = KORVANE_BINARY_DIR "/bin/korvane-share";
+const std::string kReceiver = KORVANE_BINARY_DIR "/bin/korvane-receiver";
+constexpr const char* kRegular = "it.drelk.korvane";
+
+/// The URLs in a line of JSON with "urls": [...]; they hold no character that JSON escapes.
+std::vector<NSURL> urlsOf(const std::string& line) {
+  std::vector<NSURL> urls;
+  std::size_t at = line.find("\"urls\":");
+  while ((at = line.find("\"korvane:", at)) != std::string::npos) {
+    const std::size_t end = line.find('"', at + 1);
+    urls.push_back(NSURL::URLWithString(line.substr(at + 1, end - at - 1)).value());
+    at = end;
+  }
+  return urls;
+}
+
+class Share : public ::testing::Test {
+ protected:
+  Share() {
+    fs::create_directories(things);
+    // Image types are looked up in the system's data folder.
+    desktop.set("XDG_DATA_DIRS", (desktop.folder / "system").string() + ":/usr/share");
+    desktop.set("LC_ALL", "C.UTF-8");
+  }
+
+  std::string file(const std::string& name, std::string_view content) const {
+    fs::create_directories((things / name).parent_path());
+    writeFile(things / name, content);
+    return things / name;
+  }
+  std::string picture(const std::string& name) const {
+    const NSData data = Images().encodePNG(testing::paintLandscape(64, 48)).value();
+    return file(name, {reinterpret_cast<const char*>(data.data()), data.size()});
+  }
+
+  /// The mail client of an edition that notes in `received` what it gets.
+  void installClient(const std::string& identifier = kRegular, const std::string& more = "") {
+    desktop.addService(identifier, kReceiver + " --json --name " + identifier + " --output " +
+                                       received(identifier) + more);
+  }
+  std::string received(const std::string& identifier) const {
+    return desktop.folder / ("received-" + identifier);
+  }
+
+  Finished share(std::vector<std::string> arguments) const {
+    arguments.insert(arguments.begin(), kShare);
+    return desktop.run(arguments);
+  }
+  /// With the bytes of a file on standard input.
+  Finished shareInput(const std::string& path, const std::string& arguments) const {
+    return desktop.run(
+        {"sh", "-c", "'" + kShare + "' --dry-run " + arguments + " < '" + path + "'"});
+  }
+
+  /// The message of a line of JSON, which must hold exactly one URL.
+  static std::shared_ptr<ExtensionMessage> message(const std::string& line) {
+    const std::vector<NSURL> urls = urlsOf(line);
+    EXPECT_THAT(urls, SizeIs(1)) << line.substr(0, 2000);
+    return ExtensionMessage::ExtensionMessageWithUrl(urls.at(0));
+  }
+  static std::string body(const std::string& line) {
+    return message(line)->htmlBody().value_or("");
+  }
+  /// The names of the attachments, each checked to be a private file or folder in the staging
+  /// folder.
+  std::vector<std::string> attachments(const std::string& line,
+                                       const std::string& data = "SharedData") const {
+    std::vector<std::string> names;
+    for (const Value& value : message(line)->attachments().value_or(List())) {
+      const fs::path path(value.text());
+      EXPECT_EQ(path.parent_path(), desktop.folder / "data/Q7K4M2XW9P.korvane" / data / "Share");
+      struct stat status {};
+      EXPECT_EQ(lstat(path.c_str(), &status), 0) << path;
+      EXPECT_EQ(status.st_mode & 0777, S_ISDIR(status.st_mode) ? 0700U : 0600U) << path;
+      names.push_back(path.filename());
+    }
+    return names;
+  }
+
+  PrivateDesktop desktop;
+  const fs::path things = desktop.folder / "things";
+};
+
+TEST_F(Share, HelpAndVersion) {
+  const Finished help = share({"--help"});
+  EXPECT_EQ(help.status, 0);
+  EXPECT_THAT(help.output, StartsWith("Usage: korvane-share [OPTION]... [ITEM]..."));
+  EXPECT_EQ(help.errors, "");
+  const Finished version = share({"--version"});
+  EXPECT_EQ(version.status, 0);
+  EXPECT_THAT(version.output, MatchesRegex("korvane-share [0-9.]+\n"));
+}
+
+TEST_F(Share, WrongUsageAndUnreadableRequestsAreTwo) {
+  const std::string request = file("request.json", R"({"items": [{"titel": "x"}]})");
+  for (const std::vector<std::string>& arguments : std::vector<std::vector<std::string>>{
+           {"--nonsense\n"}, {"--title"}, {""}, {"--request", request}, {"--request", "/none"}}) {
+    const Finished finished = share(arguments);
+    EXPECT_EQ(finished.status, 2) << arguments[0];
+    EXPECT_THAT(finished.errors, MatchesRegex("korvane-share: [^\n]+\n")) << arguments[0];
+    EXPECT_EQ(finished.output, "");
+  }
+  EXPECT_THAT(share({"--request", request}).errors, HasSubstr("unknown key items[0].\"titel\""));
+  EXPECT_FALSE(fs::exists(desktop.folder / "data/Q7K4M2XW9P.korvane"));
+}
+
+TEST_F(Share, ADryRunPrintsOneLine) {
+  const Finished finished = share({"--dry-run", "--title", "A & b", "https://a.example/?x=1&y=2"});
+  EXPECT_EQ(finished.status, 0);
+  EXPECT_EQ(finished.errors, "");
+  EXPECT_EQ(finished.output,
+            R"({"application":"it.drelk.korvane","options":131072,"urls":["korvane://compose?)"
+            "htmlBody=%3Ca%20href%3D%22https%3A%2F%2Fa.example%2F%3Fx%3D1%26y%3D2%22%3E"
+            "https%3A%2F%2Fa.example%2F%3Fx%3D1%26y%3D2%3C%2Fa%3E&subject=A%20%26%20b\"]}\n");
+}
+
+TEST_F(Share, EverythingArrivesOverTheBus) {
+  installClient();
+  desktop.startBus();
+  desktop.set("XDG_ACTIVATION_TOKEN", "token-1");
+  desktop.set("DESKTOP_STARTUP_ID", "startup-2");
+  const std::string report = file("Report, 100% = a&b.pdf", "%PDF-1.4 report");
+  const std::string photo = picture("photo.png");
+  const Finished finished = share({"https://a.example/article", report, "--title", "A good read",
+                                   "--text", "Look <here>:\nfine", "--image", photo, photo});
+  EXPECT_EQ(finished.status, 0);
+  EXPECT_EQ(finished.errors, "");
+  EXPECT_EQ(finished.output, "");
+
+  const std::string line = readFile(received(kRegular));
+  EXPECT_THAT(line, HasSubstr("\"activation-token\": \"token-1\""));
+  EXPECT_THAT(line, HasSubstr("\"desktop-startup-id\": \"startup-2\""));
+  EXPECT_EQ(message(line)->subject(), Value("A good read"));
+  EXPECT_THAT(body(line), AllOf(HasSubstr("Look &lt;here&gt;:<br>"),
+                                HasSubstr("<a href=\"https://a.example/article\">")));
+  EXPECT_THAT(attachments(line),
+              ::testing::UnorderedElementsAre("Report, 100% = a&b.pdf", "photo.png", "image.png"));
+  const fs::path staged = desktop.folder / "data/Q7K4M2XW9P.korvane/SharedData/Share";
+  EXPECT_EQ(readFile(staged / "Report, 100% = a&b.pdf"), "%PDF-1.4 report");
+  EXPECT_EQ(readFile(staged / "photo.png"), readFile(photo));
+  EXPECT_THAT(readFile(staged / "image.png"), StartsWith("\x89PNG"));
+}
+
+TEST_F(Share, EveryEditionGetsItsOwn) {
+  for (const char* identifier : {"it.drelk.korvane", "it.drelk.korvane.beta8",
+                                 "it.drelk.korvane.beta10", "it.drelk.korvane2"}) {
+    installClient(identifier);
+  }
+  desktop.startBus();
+  const std::string path = file("a.txt", "a");
+  struct Case {
+    const char* own;
+    const char* client;
+    const char* data;
+  };
+  for (const Case& c :
+       {Case{"it.drelk.korvane.beta8.share", "it.drelk.korvane.beta8", "SharedDataBeta"},
+        Case{"it.drelk.korvane.beta10.share", "it.drelk.korvane.beta10", "SharedDataBeta"},
+        Case{"it.drelk.korvane2.share", "it.drelk.korvane2", "SharedData"},
+        Case{"it.drelk.korvane.pro.share", "it.drelk.korvane", "SharedData"}}) {
+    EXPECT_EQ(share({"--identifier", c.own, path}).status, 0);
+    EXPECT_THAT(attachments(readFile(received(c.client)), c.data), ElementsAre("a.txt")) << c.own;
+    for (const auto& entry : fs::directory_iterator(desktop.folder)) {  // nobody else got it
+      if (entry.path().filename().string().starts_with("received-")) {
+        EXPECT_EQ(entry.path(), received(c.client));
+      }
+    }
+    fs::remove(received(c.client));
+  }
+}
+
+TEST_F(Share, WithoutTheApplicationItIsNotHandedOver) {
+  desktop.startBus();
+  const Finished finished = share({"https://a.example/"});
+  EXPECT_EQ(finished.status, 1);
+  EXPECT_THAT(finished.errors,
+              MatchesRegex("korvane-share: not handed over: [^\n]*it\\.drelk\\.korvane[^\n]*\n"));
+}
+
+TEST_F(Share, ARefusalIsReportedWithItsReason) {
+  installClient(kRegular, " --refuse");
+  desktop.startBus();
+  const Finished finished = share({"https://a.example/secret"});
+  EXPECT_EQ(finished.status, 1);
+  EXPECT_THAT(finished.errors,
+              MatchesRegex("korvane-share: not handed over: [^\n]*refused[^\n]*\n"));
+  EXPECT_THAT(finished.errors, Not(HasSubstr("secret")));
+}
+
+TEST_F(Share, AnEntryWithoutAServiceIsRun) {
+  desktop.addEntry(kRegular, kReceiver + " --json --output " + received(kRegular) + " %U");
+  ASSERT_EQ(mkfifo(received(kRegular).c_str(), 0600), 0);  // can be waited on
+  std::string line;
+  std::thread reader([&] { line = readFile(received(kRegular)); });
+  EXPECT_EQ(share({"--title=T", "https://a.example/"}).status, 0);
+  reader.join();
+  EXPECT_EQ(message(line)->subject(), Value("T"));
+}
+
+TEST_F(Share, WhatCannotBeStagedDoesNotStopTheRest) {
+  const std::string good = file("good.txt", "good");
+  const std::string noImage = file("no-image.png", "this is no image");
+  const std::string pipe = things / "pipe";
+  ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+  const Finished finished =
+      share({"--dry-run", "none.txt", pipe, "--image", noImage, "--image", pipe,
+             "file://elsewhere.example/x", "--html", "/none.html", good});
+  EXPECT_EQ(finished.status, 0);
+  EXPECT_THAT(attachments(finished.output), ElementsAre("good.txt"));
+  EXPECT_EQ(finished.errors,
+            "korvane-share: /none.html: No such file or directory; not shared\n"
+            "korvane-share: 5 of 6 attachments could not be put into the message (run with -v to "
+            "see why)\n");
+}
+
+TEST_F(Share, ATitleAloneIsNotHandedOver) {
+  const Finished finished = share({"--dry-run", "--title", "T"});
+  EXPECT_EQ(finished.status, 1);
+  EXPECT_EQ(finished.errors,
+            "korvane-share: nothing of what was given could be put into the message: a title is "
+            "shared with a link only\n");
+}
+
+TEST_F(Share, NothingStagedIsNotHandedOver) {
+  installClient();
+  desktop.startBus();
+  const Finished finished = share({"none.txt"});
+  EXPECT_EQ(finished.status, 1);
+  EXPECT_THAT(finished.errors, MatchesRegex("korvane-share: nothing of what was given [^\n]+\n"));
+  // The mail client opens all the same.
+  EXPECT_THAT(urlsOf(readFile(received(kRegular))), SizeIs(1));
+  EXPECT_EQ(share({}).status, 0);  // nothing was given, nothing is lost
+}
+
+TEST_F(Share, WhyNothingWasHandedOverIsOneLine) {
+  const std::string nothing =
+      "korvane-share: nothing of what was given could be put into the message";
+  EXPECT_EQ(share({"--dry-run", "--html", "/none.html"}).errors,
+            nothing + ": /none.html: No such file or directory\n");
+  EXPECT_EQ(share({"--dry-run", "--html", "/none.html", "--html", "/other.html"}).errors,
+            nothing +
+                ": /none.html: No such file or directory; /other.html: No such file or "
+                "directory\n");
+  EXPECT_EQ(share({"--dry-run", "--html", "/none.html", "/none.txt"}).errors,
+            nothing + ": /none.html: No such file or directory (run with -v to see why)\n");
+  EXPECT_EQ(desktop.run({"sh", "-c", "'" + kShare + "' --dry-run - < /"}).errors,
+            nothing + ": standard input: Is a directory\n");
+  // Another reason stands alone.
+  EXPECT_EQ(share({"--html", "/none.html", "https://a.example/"}).errors,
+            "korvane-share: not handed over: no application it.drelk.korvane is installed\n");
+}
+
+TEST_F(Share, LogLinesAreShownWhereAsked) {
+  const std::string lines = share({"--dry-run", "-v", "/none.txt"}).errors;
+  EXPECT_THAT(lines, HasSubstr("[***ERROR***] shareInit delete Error Domain="));
+  EXPECT_THAT(lines, HasSubstr("[***ERROR***] shareInit create Error Domain="));
+  EXPECT_THAT(lines, HasSubstr("[***ERROR***] Error writing file shareFiles Error Domain="));
+  EXPECT_THAT(share({"--dry-run", "/none.txt"}).errors, Not(HasSubstr("***ERROR***")));
+  const std::string second = share({"--dry-run", "-v", "--image=/none"}).errors;
+  EXPECT_THAT(second, Not(HasSubstr("shareInit")));  // the folder is there now
+  EXPECT_THAT(second, HasSubstr("[***ERROR***] GetItemForExtension kUTTypeImage Error Domain="));
+}
+
+TEST_F(Share, NamesOfEveryKind) {
+  const std::string longName = std::string(251, 'n') + ".txt";
+  std::vector<std::string> arguments{"--dry-run", "--"};
+  for (const std::string& name :
+       std::vector<std::string>{longName, "-v", "--title", "a:b", "\xE4\xFF.txt",
+                                "a,b;c=d%20&#?.txt", "new\nline", "ä ö.txt"}) {
+    file(name, name);
+    arguments.push_back(name);
+  }
+  fs::create_directories(things / "folder/sub");
+  file("folder/sub/x", "x");
+  fs::create_symlink("folder/sub/x", things / "link");
+  arguments.insert(arguments.end(), {"folder/", "link"});
+  std::string command = "cd '" + things.string() + "' && exec \"$0\" \"$@\"";
+  arguments.insert(arguments.begin(), {"sh", "-c", command, kShare});
+  const Finished finished = desktop.run(arguments);
+  EXPECT_EQ(finished.status, 0) << finished.errors;
+  EXPECT_EQ(finished.errors, "");
+  const std::vector<std::string> names = attachments(finished.output);
+  ASSERT_THAT(names, SizeIs(10));  // in the order given
+  EXPECT_EQ(names[0], longName);
+  EXPECT_EQ(names[1], "-v");
+  EXPECT_EQ(names[2], "--title");
+  EXPECT_EQ(names[3], "a:b");
+  EXPECT_THAT(names[4], ::testing::EndsWith(".txt"));
+  EXPECT_EQ(names[5], "a,b;c=d%20&#?.txt");
+  EXPECT_EQ(names[6], "new\nline");
+  EXPECT_EQ(names[7], "ä ö.txt");
+  EXPECT_EQ(names[8], "folder");
+  EXPECT_EQ(names[9], "link");
+  const fs::path staged = desktop.folder / "data/Q7K4M2XW9P.korvane/SharedData/Share";
+  EXPECT_EQ(readFile(staged / "folder/sub/x"), "x");
+  EXPECT_TRUE(fs::is_regular_file(fs::symlink_status(staged / "link")));
+}
+
+TEST_F(Share, FileURLsAreFiles) {
+  file("a b.txt", "x");
+  file("c#d.txt", "x");
+  const std::string base = things.string();
+  const Finished finished =
+      share({"--dry-run", "file://" + base + "/a%20b.txt", "file://localhost" + base + "/a b.txt",
+             "file://" + base + "/c#d.txt"});
+  EXPECT_EQ(finished.status, 0);
+  EXPECT_THAT(attachments(finished.output), ElementsAre("a b.txt", "a b_1.txt", "c#d.txt"));
+}
+
+TEST_F(Share, ARemoteFileThatIsNotMountedIsALink) {
+  const Finished finished = share({"--dry-run", "sftp://a.example/x y", "smb://a.example/z"});
+  EXPECT_EQ(finished.status, 0) << finished.errors;
+  EXPECT_THAT(body(finished.output), AllOf(HasSubstr("<a href=\"sftp://a.example/x%20y\">"),
+                                           HasSubstr("<a href=\"smb://a.example/z\">")));
+}
+
+TEST_F(Share, StandardInputIsToldByItsContent) {
+  const std::string photo = picture("photo.png");
+  EXPECT_THAT(attachments(shareInput(photo, "-").output), ElementsAre("image.png"));
+  EXPECT_THAT(attachments(shareInput(photo, "--image -").output), ElementsAre("image.png"));
+  EXPECT_THAT(
+      body(shareInput(file("p", "<p onclick='x'>a <b>b</b><script>c</script></p>"), "-").output),
+      AllOf(HasSubstr("<b>b</b>"), Not(HasSubstr("onclick")), Not(HasSubstr("script"))));
+  EXPECT_THAT(body(shareInput(file("t", "1 < 2\n3"), "-").output), HasSubstr("1 &lt; 2<br>"));
+  EXPECT_THAT(body(shareInput(file("t", "1 < 2\n3"), "--text 0 -").output),
+              ::testing::ContainsRegex("0<br>\n1 &lt; 2<br>"));
+  const Finished unknown = shareInput(file("u", std::string_view("\x7F"
+                                                                 "ELF\0",
+                                                                 5)),
+                                      "-");
+  EXPECT_EQ(unknown.status, 1);
+  EXPECT_THAT(unknown.errors, HasSubstr("standard input: neither image, HTML nor text"));
+  const Finished huge =
+      desktop.run({"sh", "-c", "'" + kShare + "' --dry-run - https://a.example/ < /dev/zero"});
+  EXPECT_EQ(huge.status, 0);
+  EXPECT_THAT(huge.errors, HasSubstr("standard input: larger than 256 MiB; not shared"));
+}
+
+TEST_F(Share, ARequestHoldsSeveralItems) {
+  const std::string path = file("a.txt", "a");
+  const std::string request =
+      file("request.json", R"({"items": [
+    {"title": "first", "text": "one", "attachments": [{"url": "https://a.example/1"}]},
+    {"html": "<i>two</i>", "attachments": [{"file": ")" +
+                               path + R"("}, {"image": ")" + picture("p.png") + R"("}]},
+    {"title": "last", "attachments": [{"type": "public.url", "text": "https://a.example/3"}]}]})");
+  for (const Finished& finished :
+       {share({"--dry-run", "--request", request}), shareInput(request, "--request=-")}) {
+    EXPECT_EQ(finished.status, 0) << finished.errors;
+    const std::string html = body(finished.output);
+    std::size_t at = 0;
+    for (const char* part : {"one", "https://a.example/1", "<i>two</i>", "https://a.example/3"}) {
+      at = html.find(part, at);
+      ASSERT_NE(at, std::string::npos) << part;
+    }
+    EXPECT_EQ(message(finished.output)->subject(), Value("last"));
+    EXPECT_THAT(attachments(finished.output),
+                ::testing::UnorderedElementsAre("a.txt", "image.png"));
+  }
+}
+
+TEST_F(Share, TenThousandItems) {
+  std::string items;
+  for (int i = 0; i < 10'000; ++i) {
+    items += std::string(i ? ",\n" : "") + R"({"attachments": [{"url": "https://a.example/)" +
+             std::to_string(i) + "\"}]}";
+  }
+  const Finished finished =
+      share({"--dry-run", "--request", file("request.json", "{\"items\": [" + items + "]}")});
+  EXPECT_EQ(finished.status, 0);
+  EXPECT_EQ(finished.errors, "");
+  const std::string html = body(finished.output);
+  std::size_t links = 0;
+  for (std::size_t at = 0; (at = html.find("<a href=", at)) != std::string::npos; ++at) ++links;
+  EXPECT_EQ(links, 10'000U);
+  EXPECT_THAT(html, ::testing::EndsWith("https://a.example/9999</a>"));
+}
+
+TEST_F(Share, AnUnsupportedTypeWaitsTheBudgetOfTheRealClock) {
+  const std::string request = file(
+      "request.json",
+      R"({"items": [{"attachments": [{"url": "a:b"}, {"type": "public.plain-text", "text": "x"}]}]})");
+  const auto start = std::chrono::steady_clock::now();
+  const Finished finished = share({"--dry-run", "--request", request});
+  const std::chrono::duration<double> took = std::chrono::steady_clock::now() - start;
+  EXPECT_GE(took.count(), 10.1);
+  EXPECT_EQ(finished.status, 0);
+  EXPECT_THAT(finished.errors, HasSubstr("1 of 2 attachments could not be put into the message"));
+}
+
+TEST_F(Share, OfSharesAtOnceEachAttachesItsOwnFiles) {
+  // The receiver looks at what is attached before it answers.
+  desktop.addService(kRegular, kReceiver + " --output " + received(kRegular));
+  desktop.startBus();
+  constexpr int kShares = 4;
+  constexpr int kFiles = 40;
+  std::vector<std::thread> shares;
+  for (int size = 1; size <= kShares; ++size) {
+    std::vector<std::string> arguments{kShare};
+    for (int i = 0; i < kFiles; ++i) {
+      const std::string name = std::to_string(size) + "/" + std::to_string(i);
+      arguments.push_back(file(name, std::string(static_cast<std::size_t>(size) + 10, 'x')));
+    }
+    shares.emplace_back([this, arguments] { EXPECT_EQ(desktop.run(arguments).status, 0); });
+  }
+  for (std::thread& share : shares) share.join();
+
+  const std::string all = readFile(received(kRegular));
+  std::multiset<std::string> sizes;
+  for (std::size_t at = 0; (at = all.find(" (", at)) != std::string::npos; ++at) {
+    const std::string said = all.substr(at + 2, all.find(')', at) - at - 2);
+    if (said.ends_with("bytes") || said == "missing") sizes.insert(said);
+  }
+  EXPECT_EQ(sizes.count("missing"), 0U);
+  for (int size = 1; size <= kShares; ++size) {
+    EXPECT_EQ(sizes.count(std::to_string(size + 10) + " bytes"), std::size_t{kFiles}) << size;
+  }
+}
+
+TEST_F(Share, ALoadThatOutlastsTheBudgetDoesNotKeepTheHost) {
+  // Somebody else works in the container from the moment the staging folder was emptied; the files
+  // cannot be staged, and the host ends all the same.
+  std::vector<std::string> arguments{kShare, "--dry-run", "https://a.example/"};
+  for (int i = 0; i < 3000; ++i) arguments.push_back(file(std::to_string(i), "x"));
+  const fs::path container = desktop.folder / "data/Q7K4M2XW9P.korvane";
+  Finished finished;
+  std::thread sharing([&] { finished = desktop.run(arguments); });
+  while (!fs::exists(container / "SharedData/Share")) std::this_thread::yield();
+  FileCoordinator coordinator{ContainerRoot(container.string())};
+  std::optional<NSError> error;
+  coordinator.coordinateWritingItemAtURL(NSURL::fileURLWithPath(container.string()),
+                                         NSFileCoordinatorWritingOptions::forDeleting, error,
+                                         [&](const NSURL&) { sharing.join(); });
+  EXPECT_EQ(error, std::nullopt);
+  EXPECT_EQ(finished.status, 0) << finished.errors;
+  EXPECT_THAT(
+      finished.errors,
+      EndsWith(" of 3001 attachments could not be put into the message within ten seconds\n"));
+  // The next share finds no lock left behind.
+  EXPECT_EQ(share({"--dry-run", file("f", "x")}).status, 0);
+}
+
+}  // namespace
+}  // namespace korvane
