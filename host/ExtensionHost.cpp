@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "extension/ExtensionUtilities.h"
-#include "linux/detail/FileTree.h"
+#include "linux/detail/UnfinishedNames.h"
 #include "platform/NSFileManager.h"
 #include "share/ShareViewController.h"
 

@@ -3,13 +3,14 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <stdio.h>
-#include <sys/random.h>
 #include <sys/stat.h>
 
 #include <cerrno>
 #include <cstdint>
 #include <memory>
 #include <vector>
+
+#include "linux/detail/UnfinishedNames.h"
 
 namespace korvane {
 namespace {
@@ -117,19 +118,6 @@ void removeFolder(int parent, const std::string& topName, const std::string& top
   }
 }
 
-constexpr std::string_view kUnfinishedPrefix = ".korvane-";
-constexpr std::size_t kUnfinishedDigits = 16;
-
-std::string unusedName() {
-  std::uint64_t random = 0;
-  while (::getrandom(&random, sizeof random, 0) != static_cast<ssize_t>(sizeof random)) {
-  }
-  static constexpr char kDigits[] = "0123456789abcdef";
-  std::string name(kUnfinishedPrefix);
-  for (std::size_t i = 0; i < kUnfinishedDigits; ++i, random >>= 4) name += kDigits[random & 15];
-  return name;
-}
-
 /// Renames where nothing has the new name. File systems that cannot do both in one step get a link
 /// under the new name, which cannot replace anything either, or at the last a look first.
 int renameWithoutReplacing(int folder, const std::string& from, const std::string& to) {
@@ -146,11 +134,6 @@ int renameWithoutReplacing(int folder, const std::string& from, const std::strin
 }
 
 }  // namespace
-
-bool isUnfinishedName(std::string_view name) {
-  return name.starts_with(kUnfinishedPrefix) &&
-         name.size() == kUnfinishedPrefix.size() + kUnfinishedDigits;
-}
 
 NSError FileFailure::error() const {
   NSError error = NSError::withErrno(code, path);
@@ -187,7 +170,7 @@ void removeEntry(int folder, const std::string& name, const std::string& path) {
 }
 
 UnfinishedEntry::UnfinishedEntry(const FilePlace& place, Kind kind)
-    : place_(place), name_(unusedName()) {
+    : place_(place), name_(unfinishedName()) {
   const int folder = place.folder.get();
   if (kind == Kind::folder) {
     if (::mkdirat(folder, name_.c_str(), S_IRWXU) != 0) throw FileFailure{errno, place.path};

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <string>
-#include <string_view>
 
 #include "linux/detail/FileDescriptor.h"
 #include "platform/NSError.h"
@@ -30,10 +29,6 @@ struct FilePlace {
   std::string path;
   Links links = Links::followed;
 };
-
-/// Whether a name is one that copies and writes have until they are complete: ".korvane-" and
-/// sixteen more characters. Any thread may call.
-bool isUnfinishedName(std::string_view name);
 
 /// Opens an entry of a folder that is a folder itself, and makes its mode 0700. Never a link.
 FileDescriptor openPrivateFolder(int folder, const std::string& name, const std::string& path);

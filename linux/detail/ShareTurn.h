@@ -4,12 +4,14 @@
 #include <optional>
 #include <string>
 
+#include "platform/Export.h"
+
 namespace korvane {
 
 /// The time in which one share has the staging folder to itself. Each share empties the folder and
 /// fills it anew, under the names that were free; of two at once, one would attach the other's
 /// files. The turn ends with this object or with the process, however that ends.
-class ShareTurn {
+class KORVANE_EXPORT ShareTurn {
  public:
   /// Longer than several shares take; who has not ended by then waits for the mail client's answer
   /// and has staged what it stages.
