@@ -61,7 +61,9 @@ void photoToPNG(benchmark::State& state) {
   Images images;
   photo();
   std::size_t size = 0;
-  for (auto _ : state) size = images.encodePNG(*images.decode(photo()))->size();
+  for (auto _ : state) {
+    size = images.encode(*images.decode(photo()), NSBitmapImageFileType::PNG)->size();
+  }
   state.counters["bytes"] = static_cast<double>(size);
 }
 
@@ -87,7 +89,7 @@ void encode(benchmark::State& state, const Bitmap& (*bitmap)()) {
   Images images;
   bitmap();
   std::size_t size = 0;
-  for (auto _ : state) size = images.encodePNG(bitmap())->size();
+  for (auto _ : state) size = images.encode(bitmap(), NSBitmapImageFileType::PNG)->size();
   state.counters["bytes"] = static_cast<double>(size);
 }
 
@@ -107,7 +109,10 @@ void decodePhoto(benchmark::State& state) {
 void tiffRoundTrip(benchmark::State& state) {
   Images images;
   photoBitmap();
-  for (auto _ : state) benchmark::DoNotOptimize(images.decode(*images.encodeTIFF(photoBitmap())));
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(
+        images.decode(*images.encode(photoBitmap(), NSBitmapImageFileType::TIFF)));
+  }
 }
 
 BENCHMARK(photoToPNG)->Unit(benchmark::kMillisecond);

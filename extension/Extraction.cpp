@@ -92,11 +92,10 @@ void addUrl(Share& share, const Value& title, const Value& item,
 }
 
 std::optional<NSData> pngOfItem(const Value& item) {
-  std::optional<NSData> data;
-  if (item.isImage()) data = item.image().TIFFRepresentation();
-  if (item.isData()) data = item.data();
-  if (!data) return std::nullopt;
-  const auto bitmap = NSBitmapImageRep::imageRepWithData(*data);
+  std::optional<NSData> tiff;
+  if (item.isImage()) tiff = item.image().TIFFRepresentation();
+  if (!tiff && !item.isData()) return std::nullopt;
+  const auto bitmap = NSBitmapImageRep::imageRepWithData(tiff ? *tiff : item.data());
   if (!bitmap) return std::nullopt;
   return bitmap->representationUsingType(NSBitmapImageFileType::PNG);
 }
@@ -106,8 +105,11 @@ void addImage(Share& share, const Value& item, const std::optional<NSError>& err
     NSLog("[%@] GetItemForExtension kUTTypeImage %@", "***ERROR***", *error);
     return;
   }
-  // An image that cannot be encoded goes on as an absent blob, which ShareDatas logs.
-  share.message->addAttachments(ExtensionUtilities::ShareDatas(share.service, {pngOfItem(item)}));
+  // An image that cannot be encoded goes on as an absent blob, which ShareDatas logs. The list is
+  // not written between braces: those would copy the file.
+  std::vector<std::optional<NSData>> datas;
+  datas.push_back(pngOfItem(item));
+  share.message->addAttachments(ExtensionUtilities::ShareDatas(share.service, datas));
 }
 
 /// Starts a load whose item goes to `add`. However the load ends, and also where it cannot even be

@@ -11,7 +11,7 @@ std::optional<NSImage> NSImage::initWithData(const NSData& data) {
 }
 
 std::optional<NSData> NSImage::TIFFRepresentation() const {
-  return Platform::current()->images->encodeTIFF(*bitmap_);
+  return Platform::current()->images->encode(*bitmap_, NSBitmapImageFileType::TIFF);
 }
 
 std::optional<NSBitmapImageRep> NSBitmapImageRep::imageRepWithData(const NSData& data) {
@@ -21,9 +21,7 @@ std::optional<NSBitmapImageRep> NSBitmapImageRep::imageRepWithData(const NSData&
 }
 
 std::optional<NSData> NSBitmapImageRep::representationUsingType(NSBitmapImageFileType type) const {
-  const auto codec = Platform::current()->images;
-  return type == NSBitmapImageFileType::PNG ? codec->encodePNG(*bitmap_)
-                                            : codec->encodeTIFF(*bitmap_);
+  return Platform::current()->images->encode(*bitmap_, type);
 }
 
 }  // namespace korvane

@@ -22,6 +22,9 @@ struct KORVANE_EXPORT Bitmap {
   friend bool operator==(const Bitmap&, const Bitmap&) = default;
 };
 
+/// What a bitmap is written as.
+enum class NSBitmapImageFileType : int { TIFF = 0, PNG = 4 };
+
 /// Decodes and encodes images; a service of the Platform. Any thread may call.
 class KORVANE_EXPORT ImageCodec {
  public:
@@ -30,9 +33,9 @@ class KORVANE_EXPORT ImageCodec {
   /// mark says. Nothing when it cannot be decoded. An image whose dimensions ask for more memory
   /// than the codec allows is refused before it is decoded.
   virtual std::shared_ptr<const Bitmap> decode(const NSData& encoded) = 0;
-  /// Nothing when the bitmap is empty or cannot be encoded.
-  virtual std::optional<NSData> encodePNG(const Bitmap& bitmap) = 0;
-  virtual std::optional<NSData> encodeTIFF(const Bitmap& bitmap) = 0;
+  /// The bitmap as a file of that type. Nothing when the bitmap is empty, and when the codec cannot
+  /// write it or does not know the type.
+  virtual std::optional<NSData> encode(const Bitmap& bitmap, NSBitmapImageFileType type) = 0;
 };
 
 /// A decoded picture. Immutable, cheap to copy; any thread may use it.
@@ -55,8 +58,6 @@ class KORVANE_EXPORT NSImage {
  private:
   std::shared_ptr<const Bitmap> bitmap_;
 };
-
-enum class NSBitmapImageFileType : int { TIFF = 0, PNG = 4 };
 
 /// One bitmap form of an image.
 class KORVANE_EXPORT NSBitmapImageRep {

@@ -55,8 +55,9 @@ class NoPropertyLists : public PropertyListReader {
 class NoImages : public ImageCodec {
  public:
   std::shared_ptr<const Bitmap> decode(const NSData&) override { return nullptr; }
-  std::optional<NSData> encodePNG(const Bitmap&) override { return std::nullopt; }
-  std::optional<NSData> encodeTIFF(const Bitmap&) override { return std::nullopt; }
+  std::optional<NSData> encode(const Bitmap&, NSBitmapImageFileType) override {
+    return std::nullopt;
+  }
 };
 
 class NoHTML : public HTMLReader {

@@ -65,7 +65,7 @@ bool writePNG(const char* path) {
   auto surface = CairoSurface::create(480, 360);
   if (!surface) return false;
   container->displayRect(container->bounds(), surface->context());
-  const auto png = Images().encodePNG(surface->bitmap());
+  const auto png = Images().encode(surface->bitmap(), NSBitmapImageFileType::PNG);
   if (!png) return false;
   std::ofstream file(path, std::ios::binary);
   file.write(reinterpret_cast<const char*>(png->data()), static_cast<std::streamsize>(png->size()));

@@ -191,14 +191,14 @@ std::shared_ptr<const Bitmap> Images::decode(const NSData& encoded) try {
   return nullptr;
 }
 
-std::optional<NSData> Images::encodePNG(const Bitmap& bitmap) try {
-  return writePNG(bitmap);
-} catch (const std::bad_alloc&) {
+std::optional<NSData> Images::encode(const Bitmap& bitmap, NSBitmapImageFileType type) try {
+  switch (type) {
+    case NSBitmapImageFileType::TIFF:
+      return writeTIFF(bitmap);
+    case NSBitmapImageFileType::PNG:
+      return writePNG(bitmap);
+  }
   return std::nullopt;
-}
-
-std::optional<NSData> Images::encodeTIFF(const Bitmap& bitmap) try {
-  return writeTIFF(bitmap);
 } catch (const std::bad_alloc&) {
   return std::nullopt;
 }

@@ -23,13 +23,12 @@ class KORVANE_EXPORT Images : public ImageCodec {
   /// of the file).
   std::shared_ptr<const Bitmap> decode(const NSData& encoded) override;
 
-  /// RGBA without any transparency is written as RGB. Nothing for a bitmap whose fields do not fit
-  /// together, or when memory runs out. Needs about twice the memory of the bitmap beside it.
-  std::optional<NSData> encodePNG(const Bitmap& bitmap) override;
-
-  /// Uncompressed baseline TIFF; alpha is written as it is, not premultiplied. decode() gives back
-  /// the same pixels, without padding between rows. Nothing as above, and for more than 4 GiB.
-  std::optional<NSData> encodeTIFF(const Bitmap& bitmap) override;
+  /// As PNG, RGBA without any transparency is written as RGB. As TIFF, uncompressed baseline, alpha
+  /// is written as it is, not premultiplied, and decode() gives back the same pixels, without
+  /// padding between rows. Nothing for a bitmap whose fields do not fit together, when memory runs
+  /// out, and for a TIFF of more than 4 GiB. Writing PNG needs about twice the memory of the bitmap
+  /// beside it.
+  std::optional<NSData> encode(const Bitmap& bitmap, NSBitmapImageFileType type) override;
 };
 
 }  // namespace korvane

@@ -242,7 +242,7 @@ TEST(Images, PNGKeepsEveryPixel) {
     for (const auto& [width, height] : std::vector<std::pair<std::uint32_t, std::uint32_t>>{
              {1, 1}, {1, 7}, {7, 1}, {2, 3}, {5, 5}, {16, 16}, {33, 17}, {255, 3}, {101, 67}}) {
       const Bitmap bitmap = randomBitmap(width, height, channels, random);
-      const auto png = images.encodePNG(bitmap);
+      const auto png = images.encode(bitmap, NSBitmapImageFileType::PNG);
       ASSERT_TRUE(png);
       const auto decoded = images.decode(*png);
       ASSERT_TRUE(decoded) << width << 'x' << height;
@@ -250,7 +250,8 @@ TEST(Images, PNGKeepsEveryPixel) {
     }
   }
   for (const Bitmap& bitmap : {testing::paintLandscape(301, 199), testing::paintScreen(320, 200)}) {
-    const auto decoded = images.decode(images.encodePNG(bitmap).value_or(NSData{}));
+    const auto decoded =
+        images.decode(images.encode(bitmap, NSBitmapImageFileType::PNG).value_or(NSData{}));
     ASSERT_TRUE(decoded);
     EXPECT_EQ(*decoded, bitmap);
   }
@@ -258,7 +259,8 @@ TEST(Images, PNGKeepsEveryPixel) {
 
 TEST(Images, OpaqueIsWrittenWithoutAlpha) {
   const Bitmap opaque{2, 1, 4, 8, {1, 2, 3, 255, 4, 5, 6, 255}};
-  const auto decoded = Images().decode(Images().encodePNG(opaque).value_or(NSData{}));
+  const auto decoded =
+      Images().decode(Images().encode(opaque, NSBitmapImageFileType::PNG).value_or(NSData{}));
   ASSERT_TRUE(decoded);
   EXPECT_EQ(*decoded, (Bitmap{2, 1, 3, 6, {1, 2, 3, 4, 5, 6}}));
 }
@@ -267,9 +269,12 @@ TEST(Images, PaddingBetweenRowsIsNotWritten) {
   const Bitmap padded{1, 2, 3, 5, {1, 2, 3, 9, 9, 4, 5, 6}};  // nor needed after the last
   const Bitmap tight{1, 2, 3, 3, {1, 2, 3, 4, 5, 6}};
   Images images;
-  EXPECT_EQ(images.encodePNG(padded), images.encodePNG(tight));
-  EXPECT_EQ(images.encodeTIFF(padded), images.encodeTIFF(tight));
-  EXPECT_EQ(*images.decode(images.encodeTIFF(padded).value_or(NSData{})), tight);
+  EXPECT_EQ(images.encode(padded, NSBitmapImageFileType::PNG),
+            images.encode(tight, NSBitmapImageFileType::PNG));
+  EXPECT_EQ(images.encode(padded, NSBitmapImageFileType::TIFF),
+            images.encode(tight, NSBitmapImageFileType::TIFF));
+  EXPECT_EQ(*images.decode(images.encode(padded, NSBitmapImageFileType::TIFF).value_or(NSData{})),
+            tight);
 }
 
 TEST(Images, TIFFKeepsEveryPixel) {
@@ -279,7 +284,7 @@ TEST(Images, TIFFKeepsEveryPixel) {
     for (const auto& [width, height] : std::vector<std::pair<std::uint32_t, std::uint32_t>>{
              {1, 1}, {1, 9}, {9, 1}, {13, 11}, {64, 65}}) {
       const Bitmap bitmap = randomBitmap(width, height, channels, random);
-      const auto tiff = images.encodeTIFF(bitmap);
+      const auto tiff = images.encode(bitmap, NSBitmapImageFileType::TIFF);
       ASSERT_TRUE(tiff);
       const auto decoded = images.decode(*tiff);
       ASSERT_TRUE(decoded);
@@ -292,7 +297,7 @@ TEST(Images, TIFFKeepsEveryPixel) {
 TEST(Images, TIFFIsReadByOthers) {
   Images images;
   const Bitmap bitmap = testing::paintLandscape(40, 30);
-  NSData tiff = images.encodeTIFF(bitmap).value_or(NSData{});
+  NSData tiff = images.encode(bitmap, NSBitmapImageFileType::TIFF).value_or(NSData{});
   tiff.push_back(0);
   const auto decoded = images.decode(tiff);
   ASSERT_TRUE(decoded);
@@ -303,7 +308,7 @@ TEST(Images, TIFFIsReadByOthers) {
     }
   }
   Bitmap alpha{1, 1, 4, 4, {200, 100, 50, 128}};
-  tiff = images.encodeTIFF(alpha).value_or(NSData{});
+  tiff = images.encode(alpha, NSBitmapImageFileType::TIFF).value_or(NSData{});
   tiff.push_back(0);
   const auto half = images.decode(tiff);
   ASSERT_TRUE(half);
@@ -318,9 +323,13 @@ TEST(Images, BitmapsThatDoNotFitTogetherAreNotWritten) {
         Bitmap{1, 1, 5, 5, {1, 2, 3, 4, 5}}, Bitmap{2, 1, 3, 3, {1, 2, 3}},
         Bitmap{1, 2, 3, 3, {1, 2, 3}}, Bitmap{1, 2, 3, 0, {1, 2, 3, 4, 5, 6}},
         Bitmap{1, 1, 4, 3, {1, 2, 3, 4}}, Bitmap{UINT32_MAX, UINT32_MAX, 4, SIZE_MAX, {1}}}) {
-    EXPECT_FALSE(images.encodePNG(bitmap));
-    EXPECT_FALSE(images.encodeTIFF(bitmap));
+    EXPECT_FALSE(images.encode(bitmap, NSBitmapImageFileType::PNG));
+    EXPECT_FALSE(images.encode(bitmap, NSBitmapImageFileType::TIFF));
   }
+}
+
+TEST(Images, ATypeThatNobodyKnowsIsNotWritten) {
+  EXPECT_FALSE(Images().encode({1, 1, 3, 3, {1, 2, 3}}, static_cast<NSBitmapImageFileType>(1)));
 }
 
 TEST(Images, ThreadsDecodeAndEncodeSideBySide) {
@@ -337,7 +346,7 @@ TEST(Images, ThreadsDecodeAndEncodeSideBySide) {
         const auto bitmap = images.decode(files[which]);
         ASSERT_TRUE(bitmap);
         EXPECT_EQ(*bitmap, *expected[which]);
-        EXPECT_TRUE(images.encodePNG(*bitmap));
+        EXPECT_TRUE(images.encode(*bitmap, NSBitmapImageFileType::PNG));
       }
     });
   }

@@ -42,7 +42,7 @@ TEST_F(LinuxPlatformTest, EveryServiceWorks) {
   EXPECT_TRUE(coordinated);
   EXPECT_EQ(error, std::nullopt);
 
-  const auto png = services->images->encodePNG({1, 1, 3, 3, {1, 2, 3}});
+  const auto png = services->images->encode({1, 1, 3, 3, {1, 2, 3}}, NSBitmapImageFileType::PNG);
   ASSERT_TRUE(png);
   EXPECT_NE(services->images->decode(*png), nullptr);
   const std::string_view html = "<p>x</p>";

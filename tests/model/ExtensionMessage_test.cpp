@@ -22,8 +22,9 @@ class RedImages : public ImageCodec {
     if (encoded != NSData{'r', 'e', 'd'}) return nullptr;
     return std::make_shared<Bitmap>(Bitmap{1, 1, 3, 3, {255, 0, 0}});
   }
-  std::optional<NSData> encodePNG(const Bitmap&) override { return std::nullopt; }
-  std::optional<NSData> encodeTIFF(const Bitmap&) override { return std::nullopt; }
+  std::optional<NSData> encode(const Bitmap&, NSBitmapImageFileType) override {
+    return std::nullopt;
+  }
 };
 
 class ExtensionMessageTest : public ::testing::Test {

@@ -14,13 +14,9 @@ class LetterCodec : public ImageCodec {
     if (encoded.size() != 4) return nullptr;
     return std::make_shared<Bitmap>(Bitmap{1, 1, 3, 3, {encoded.begin() + 1, encoded.end()}});
   }
-  std::optional<NSData> encodePNG(const Bitmap& bitmap) override { return encode('P', bitmap); }
-  std::optional<NSData> encodeTIFF(const Bitmap& bitmap) override { return encode('T', bitmap); }
-
- private:
-  static std::optional<NSData> encode(char letter, const Bitmap& bitmap) {
+  std::optional<NSData> encode(const Bitmap& bitmap, NSBitmapImageFileType type) override {
     if (bitmap.pixels.empty()) return std::nullopt;
-    NSData data{static_cast<std::uint8_t>(letter)};
+    NSData data{static_cast<std::uint8_t>(type == NSBitmapImageFileType::PNG ? 'P' : 'T')};
     data.insert(data.end(), bitmap.pixels.begin(), bitmap.pixels.end());
     return data;
   }

@@ -49,8 +49,8 @@ TEST(Platform, EveryServiceOfAPlainSetFailsInItsDocumentedWay) {
   EXPECT_TRUE(error);
   EXPECT_FALSE(plain.propertyLists->arrayWithContentsOfURL(url("file:///a")));
   EXPECT_EQ(plain.images->decode({}), nullptr);
-  EXPECT_FALSE(plain.images->encodePNG({}));
-  EXPECT_FALSE(plain.images->encodeTIFF({}));
+  EXPECT_FALSE(plain.images->encode({}, NSBitmapImageFileType::PNG));
+  EXPECT_FALSE(plain.images->encode({}, NSBitmapImageFileType::TIFF));
   EXPECT_FALSE(plain.html->read({}));
   EXPECT_TRUE(plain.links->matchesInString("http://a.example").empty());
   EXPECT_FALSE(plain.workspace->openURLs({url("korvane://a")}, "it.drelk.korvane", 512));

@@ -66,7 +66,8 @@ class Share : public ::testing::Test {
     return things / name;
   }
   std::string picture(const std::string& name) const {
-    const NSData data = Images().encodePNG(testing::paintLandscape(64, 48)).value();
+    const NSData data =
+        Images().encode(testing::paintLandscape(64, 48), NSBitmapImageFileType::PNG).value();
     return file(name, {reinterpret_cast<const char*>(data.data()), data.size()});
   }
 

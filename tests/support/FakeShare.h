@@ -123,13 +123,8 @@ class FakeImages : public ImageCodec {
     }
     return nullptr;
   }
-  std::optional<NSData> encodePNG(const Bitmap& bitmap) override { return encode("PNG ", bitmap); }
-  std::optional<NSData> encodeTIFF(const Bitmap& bitmap) override {
-    return encode("TIFF ", bitmap);
-  }
-
- private:
-  static NSData encode(std::string_view prefix, const Bitmap& bitmap) {
+  std::optional<NSData> encode(const Bitmap& bitmap, NSBitmapImageFileType type) override {
+    const std::string_view prefix = type == NSBitmapImageFileType::PNG ? "PNG " : "TIFF ";
     NSData data(prefix.begin(), prefix.end());
     data.insert(data.end(), bitmap.pixels.begin(), bitmap.pixels.end());
     return data;
