@@ -64,11 +64,4 @@ endforeach()
 configure_file(packaging/Info.plist.in ${CMAKE_BINARY_DIR}/share/korvane/Info.plist @ONLY)
 install(FILES ${CMAKE_BINARY_DIR}/share/korvane/Info.plist
   DESTINATION ${CMAKE_INSTALL_DATADIR}/korvane)
-install(FILES packaging/korvane-share.desktop DESTINATION ${CMAKE_INSTALL_DATADIR}/applications)
-# An entry in the context menus of file managers: Xfce's, KDE's and Cinnamon's.
-install(FILES packaging/korvane-share.desktop DESTINATION ${CMAKE_INSTALL_DATADIR}/Thunar/sendto)
-install(FILES packaging/file-managers/kde-korvane-share.desktop
-  DESTINATION ${CMAKE_INSTALL_DATADIR}/kio/servicemenus RENAME korvane-share.desktop)
-install(FILES packaging/file-managers/korvane-share.nemo_action
-  DESTINATION ${CMAKE_INSTALL_DATADIR}/nemo/actions)
 install(FILES packaging/korvane-share.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
