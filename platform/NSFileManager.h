@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "platform/Export.h"
@@ -12,6 +13,19 @@
 #include "platform/Value.h"
 
 namespace korvane {
+
+class NSFileManager;
+
+/// Has a say in the operations of a file manager.
+class KORVANE_EXPORT NSFileManagerDelegate {
+ public:
+  virtual ~NSFileManagerDelegate() = default;
+  /// Asked on the copying thread when something inside a folder cannot be copied: whether to go on
+  /// without it. `copyingItemAtPath` is its path below the folder that is being copied, `toPath`
+  /// the one that its copy would have got. Several copies may ask at the same time.
+  virtual bool fileManager(NSFileManager& manager, const NSError& shouldProceedAfterError,
+                           std::string_view copyingItemAtPath, std::string_view toPath) = 0;
+};
 
 /// Files and folders; a service of the Platform. Any thread may call.
 ///
@@ -40,9 +54,13 @@ class KORVANE_EXPORT NSFileManager {
   virtual bool createDirectoryAtURL(const NSURL& url, bool withIntermediateDirectories,
                                     std::optional<NSError>& error) = 0;
 
-  /// Copies a file, or a folder with all it holds; a symbolic link is copied as what it leads to.
-  /// Fails where the destination exists, and for anything that is neither file, folder nor link to
-  /// one, without ever blocking on it. After a failure there is nothing at the destination.
+  /// Copies a file, or a folder with all it holds. A symbolic link is copied as what it leads to;
+  /// inside a folder only one to a file of that folder is, any other cannot be copied. Fails where
+  /// the destination exists, and for anything that is neither file, folder nor link to one, without
+  /// ever blocking on it. After a failure there is nothing at the destination.
+  ///
+  /// One thing inside a folder that cannot be copied fails the whole, unless the delegate consents
+  /// to go on: then the copy succeeds without it. For the item itself it is never asked.
   virtual bool copyItemAtPath(std::string_view source, std::string_view destination,
                               std::optional<NSError>& error) = 0;
 
@@ -62,6 +80,15 @@ class KORVANE_EXPORT NSFileManager {
   /// existing file is replaced.
   virtual bool writeDataAtomically(const NSData& data, std::string_view path,
                                    std::optional<NSError>& error) = 0;
+
+  /// The delegate, absent at first. To be set before another thread uses the file manager.
+  virtual void setDelegate(std::shared_ptr<NSFileManagerDelegate> delegate) {
+    delegate_ = std::move(delegate);
+  }
+  const std::shared_ptr<NSFileManagerDelegate>& delegate() const { return delegate_; }
+
+ private:
+  std::shared_ptr<NSFileManagerDelegate> delegate_;
 };
 
 }  // namespace korvane

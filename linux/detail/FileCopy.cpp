@@ -6,7 +6,10 @@
 #include <sys/ioctl.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
+#include <climits>
+#include <filesystem>
 #include <memory>
 #include <utility>
 #include <vector>
@@ -22,8 +25,8 @@ constexpr std::size_t kBufferSize = std::size_t{256} << 10;
 constexpr off_t kWorthCloning = off_t{64} << 10;
 // What a file that calls itself empty (as those of /proc do) may hold.
 constexpr off_t kUnannouncedMaximum = off_t{64} << 20;
-// How many links to folders may lie inside one another.
-constexpr std::size_t kMaximumNestedLinks = 40;
+// How often a file that was changed meanwhile is copied again.
+constexpr int kMaximumRepeats = 3;
 // Down to this depth every folder stays open; below, the way up is "..".
 constexpr std::size_t kOpenLevels = 32;
 
@@ -65,14 +68,6 @@ off_t copyRange(int source, int target, off_t offset, off_t end, const std::stri
   return offset;
 }
 
-/// Refuses a source that ended before its size because it became shorter meanwhile. One that keeps
-/// announcing more than it gives, as the kernel's own files do, is whole.
-void refuseShortened(int from, off_t size, const std::string& path) {
-  struct stat now = {};
-  if (::fstat(from, &now) != 0) throw FileFailure{errno, path};
-  if (now.st_size < size) throw FileFailure{EIO, path, "became shorter while it was being copied"};
-}
-
 }  // namespace
 
 OpenedItem openItem(int folder, const std::string& name, const std::string& path, Links links) {
@@ -101,7 +96,9 @@ OpenedItem openItem(int folder, const std::string& name, const std::string& path
   return item;
 }
 
-void copyContent(const OpenedItem& source, int target, const std::string& path) {
+namespace {
+
+void copyOnce(const OpenedItem& source, int target, const std::string& path) {
   const int from = source.descriptor.get();
   const off_t size = source.status.st_size;
   if (size == 0) {
@@ -113,7 +110,7 @@ void copyContent(const OpenedItem& source, int target, const std::string& path) 
   if (size >= kWorthCloning && ::ioctl(target, FICLONE, from) == 0) return;
 
   if (source.status.st_blocks >= size / 512) {
-    if (copyRange(from, target, 0, size, path) < size) refuseShortened(from, size, path);
+    copyRange(from, target, 0, size, path);
     return;
   }
   // There are holes: only what lies between them is copied.
@@ -125,38 +122,105 @@ void copyContent(const OpenedItem& source, int target, const std::string& path) 
       break;
     }
     if (data < 0 || data >= size) {  // a hole up to the end
-      struct stat now = {};
-      if (::fstat(from, &now) != 0) throw FileFailure{errno, path};
-      end = std::max(end, std::min(size, now.st_size));
+      end = size;
       break;
     }
     const off_t hole = ::lseek(from, data, SEEK_HOLE);
     const off_t stop = hole < 0 ? size : std::min(hole, size);
     end = copyRange(from, target, data, stop, path);
-    if (end < stop) {
-      refuseShortened(from, size, path);
-      break;
-    }
+    if (end < stop) break;
     offset = stop;
   }
   if (::ftruncate(target, end) != 0) throw FileFailure{errno, path};
 }
 
+bool isSameVersion(const struct stat& a, const struct stat& b) {
+  return a.st_size == b.st_size && a.st_mtim.tv_sec == b.st_mtim.tv_sec &&
+         a.st_mtim.tv_nsec == b.st_mtim.tv_nsec;
+}
+
+}  // namespace
+
+void copyContent(OpenedItem& source, int target, const std::string& path) {
+  for (int repeats = 0;; ++repeats) {
+    copyOnce(source, target, path);
+    struct stat now = {};
+    if (::fstat(source.descriptor.get(), &now) != 0) throw FileFailure{errno, path};
+    if (isSameVersion(source.status, now)) return;
+    if (repeats == kMaximumRepeats) {
+      throw FileFailure{EBUSY, path, "is being changed over and over while it is copied"};
+    }
+    source.status = now;
+    if (::ftruncate(target, 0) != 0) throw FileFailure{errno, path};
+  }
+}
+
 namespace {
 
+/// The path that a descriptor leads to at this moment, links resolved.
+std::string realPath(int descriptor, const std::string& path) {
+  std::array<char, PATH_MAX + 1> buffer{};
+  const std::string self = "/proc/self/fd/" + std::to_string(descriptor);
+  const ssize_t length = ::readlink(self.c_str(), buffer.data(), buffer.size());
+  if (length < 0) throw FileFailure{errno, path};
+  return {buffer.data(), static_cast<std::size_t>(length)};
+}
+
+/// Opens the file that a link leads to, where that lies below `root`. What is opened is what was
+/// looked at, so that nobody can exchange the one for the other.
+OpenedItem openLinkedFile(int root, int folder, const std::string& name, const std::string& path) {
+  const FileDescriptor found(::openat(folder, name.c_str(), O_PATH | O_CLOEXEC));
+  OpenedItem item;
+  if (!found || ::fstat(found.get(), &item.status) != 0) throw FileFailure{errno, path};
+  std::string inside = realPath(root, path);
+  if (!inside.ends_with('/')) inside += '/';
+  if (!realPath(found.get(), path).starts_with(inside)) {
+    throw FileFailure{ELOOP, path, "a link that leads out of the folder is not followed"};
+  }
+  if (item.isFolder()) throw FileFailure{ELOOP, path, "a link to a folder is not followed"};
+  if (!S_ISREG(item.status.st_mode)) {
+    throw FileFailure{EOPNOTSUPP, path, "neither a file nor a folder"};
+  }
+  const std::string self = "/proc/self/fd/" + std::to_string(found.get());
+  item.descriptor = FileDescriptor(::open(self.c_str(), O_RDONLY | O_NOCTTY | O_CLOEXEC));
+  if (!item.descriptor || ::fstat(item.descriptor.get(), &item.status) != 0) {
+    throw FileFailure{errno, path};
+  }
+  return item;
+}
+
+/// The failure of a folder that holds too much, after which nobody is asked.
+struct FolderTooLarge : FileFailure {};
+
+/// Whether more lies below a folder than so many entries; no where that cannot be told.
+bool holdsMore(int folder, std::size_t maximumEntries) {
+  namespace fs = std::filesystem;
+  const fs::path path = "/proc/self/fd/" + std::to_string(folder) + "/.";
+  std::error_code error;
+  fs::recursive_directory_iterator entry(path, fs::directory_options::skip_permission_denied,
+                                         error);
+  std::size_t count = 0;
+  while (!error && entry != fs::recursive_directory_iterator()) {
+    if (++count > maximumEntries) return true;
+    entry.increment(error);
+  }
+  return false;
+}
+
 /// Copies the tree below one folder, going down and up again. Holds a descriptor for each of the
-/// upper levels and for each link on the way, but none for ordinary folders below.
+/// upper levels, but none for those below.
 class FolderCopy {
  public:
-  FolderCopy(Links links, std::size_t maximumEntries)
-      : links_(links), entriesLeft_(maximumEntries) {}
+  explicit FolderCopy(const FolderCopyRules& rules)
+      : rules_(rules), entriesLeft_(rules.maximumEntries) {}
 
   void run(OpenedItem source, int target, const std::string& path) {
     path_ = path;
+    relativeStart_ = path.size() + 1;
+    if (holdsMore(source.descriptor.get(), rules_.maximumEntries)) throw tooLarge(path);
     targetRoot_ = identity(status(target));
-    FileDescriptor duplicate(::openat(target, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (!duplicate) throw FileFailure{errno, path};
-    enter(std::move(source), std::move(duplicate), {});
+    root_ = openAgain(source.descriptor.get(), O_PATH);
+    enter(std::move(source), openAgain(target, O_RDONLY), path_.size());
     while (!levels_.empty()) {
       Level& level = levels_.back();
       if (level.next == level.entries.size()) {
@@ -184,7 +248,6 @@ class FolderCopy {
     std::vector<Entry> entries;
     std::size_t next = 0;
     std::size_t pathLength;  // of the level above
-    bool isLink;
     // The level above, where it stays open.
     FileDescriptor sourceAbove;
     FileDescriptor targetAbove;
@@ -198,63 +261,81 @@ class FolderCopy {
     return status;
   }
 
+  FileDescriptor openAgain(int folder, int access) const {
+    FileDescriptor opened(::openat(folder, ".", access | O_DIRECTORY | O_CLOEXEC));
+    if (!opened) throw FileFailure{errno, path_};
+    return opened;
+  }
+
+  FolderTooLarge tooLarge(const std::string& path) const {
+    return {{E2BIG, path,
+             "holds more than " + std::to_string(rules_.maximumEntries) + " files and folders"}};
+  }
+
   void copyEntry(const Entry& entry) {
     const std::size_t pathLength = path_.size();
     path_ += "/" + entry.name;
-    if (entriesLeft_-- == 0) throw FileFailure{E2BIG, path_, "the folder holds too much"};
-    OpenedItem item = openItem(source_.get(), entry.name, path_, links_);
-    if (item.isFolder()) {
-      checkEnter(item, entry);
-      if (::mkdirat(target_.get(), entry.name.c_str(), S_IRWXU) != 0) {
-        throw FileFailure{errno, path_};
+    if (entriesLeft_-- == 0) throw tooLarge(path_.substr(0, relativeStart_ - 1));
+    try {
+      OpenedItem item = entry.isLink && rules_.links == Links::followed
+                            ? openLinkedFile(root_.get(), source_.get(), entry.name, path_)
+                            : openItem(source_.get(), entry.name, path_, Links::refused);
+      if (item.isFolder()) {
+        enterFolder(std::move(item), entry.name, pathLength);
+        return;
       }
-      FileDescriptor made = openPrivateFolder(target_.get(), entry.name, path_);
-      enter(std::move(item), std::move(made), {pathLength, entry.isLink});
-      return;
+      copyFile(item, entry.name);
+    } catch (const FolderTooLarge&) {
+      throw;
+    } catch (const FileFailure& failure) {
+      const std::string_view relative = std::string_view(path_).substr(relativeStart_);
+      if (!rules_.shouldProceed || !rules_.shouldProceed(failure, relative)) throw;
     }
-    const FileDescriptor made(::openat(target_.get(), entry.name.c_str(),
-                                       O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
-                                       S_IRUSR | S_IWUSR));
-    if (!made) throw FileFailure{errno, path_};
-    makePrivate(made.get(), path_);
-    copyContent(item, made.get(), path_);
     path_.resize(pathLength);
   }
 
-  void checkEnter(const OpenedItem& item, const Entry& entry) const {
-    const Identity folder = identity(item.status);
-    if (folder == targetRoot_) {
-      throw FileFailure{EINVAL, path_, "a folder cannot be copied into itself"};
+  void copyFile(OpenedItem& item, const std::string& name) {
+    const FileDescriptor made(::openat(target_.get(), name.c_str(),
+                                       O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
+                                       S_IRUSR | S_IWUSR));
+    if (!made) throw FileFailure{errno, path_};
+    try {
+      makePrivate(made.get(), path_);
+      copyContent(item, made.get(), path_);
+    } catch (...) {
+      ::unlinkat(target_.get(), name.c_str(), 0);
+      throw;
     }
-    std::size_t links = entry.isLink ? 1 : 0;
-    for (const Level& level : levels_) {
-      if (level.source == folder)
-        throw FileFailure{ELOOP, path_, "a link leads back to a folder that holds it"};
-      if (level.isLink) ++links;
-    }
-    if (links > kMaximumNestedLinks) throw FileFailure{ELOOP, path_};
   }
 
-  struct Origin {
-    std::size_t pathLength = 0;
-    bool isLink = false;
-  };
+  void enterFolder(OpenedItem item, const std::string& name, std::size_t pathLength) {
+    if (identity(item.status) == targetRoot_) {
+      throw FileFailure{EINVAL, path_, "a folder cannot be copied into itself"};
+    }
+    if (::mkdirat(target_.get(), name.c_str(), S_IRWXU) != 0) throw FileFailure{errno, path_};
+    try {
+      FileDescriptor made = openPrivateFolder(target_.get(), name, path_);
+      enter(std::move(item), std::move(made), pathLength);
+    } catch (...) {
+      ::unlinkat(target_.get(), name.c_str(), AT_REMOVEDIR);
+      throw;
+    }
+  }
 
-  void enter(OpenedItem source, FileDescriptor target, Origin origin) {
+  /// Goes into a folder, or stays where it is and throws.
+  void enter(OpenedItem source, FileDescriptor target, std::size_t pathLength) {
     Level level;
     level.source = identity(source.status);
     level.target = identity(status(target.get()));
     level.entries = entriesOf(source.descriptor.get());
-    level.pathLength = origin.pathLength;
-    level.isLink = origin.isLink;
-    const bool keep = origin.isLink || levels_.size() < kOpenLevels;
-    if (keep) {
-      level.sourceAbove = std::move(source_);
-      level.targetAbove = std::move(target_);
+    level.pathLength = pathLength;
+    levels_.push_back(std::move(level));
+    if (levels_.size() <= kOpenLevels) {
+      levels_.back().sourceAbove = std::move(source_);
+      levels_.back().targetAbove = std::move(target_);
     }
     source_ = std::move(source.descriptor);
     target_ = std::move(target);
-    levels_.push_back(std::move(level));
   }
 
   void leave() {
@@ -282,8 +363,7 @@ class FolderCopy {
 
   /// The names in a folder, sorted, so that the same folder always gives the same first failure.
   std::vector<Entry> entriesOf(int folder) const {
-    FileDescriptor again(::openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (!again) throw FileFailure{errno, path_};
+    FileDescriptor again = openAgain(folder, O_RDONLY);
     const std::unique_ptr<DIR, int (*)(DIR*)> stream(::fdopendir(again.get()), &::closedir);
     if (!stream) throw FileFailure{errno, path_};
     again.release();
@@ -292,8 +372,7 @@ class FolderCopy {
     while (const dirent* entry = ::readdir(stream.get())) {
       std::string name = entry->d_name;
       if (name == "." || name == "..") continue;
-      if (entries.size() >= entriesLeft_)
-        throw FileFailure{E2BIG, path_, "the folder holds too much"};
+      if (entries.size() >= entriesLeft_) throw tooLarge(path_.substr(0, relativeStart_ - 1));
       bool isLink = entry->d_type == DT_LNK;
       if (entry->d_type == DT_UNKNOWN) {
         struct stat found = {};
@@ -308,10 +387,12 @@ class FolderCopy {
     return entries;
   }
 
-  Links links_;
+  const FolderCopyRules& rules_;
   std::size_t entriesLeft_;
   std::string path_;
+  std::size_t relativeStart_ = 0;
   Identity targetRoot_{};
+  FileDescriptor root_;
   FileDescriptor source_;
   FileDescriptor target_;
   std::vector<Level> levels_;
@@ -319,9 +400,9 @@ class FolderCopy {
 
 }  // namespace
 
-void copyFolder(OpenedItem source, int target, const std::string& path, Links links,
-                std::size_t maximumEntries) {
-  FolderCopy(links, maximumEntries).run(std::move(source), target, path);
+void copyFolder(OpenedItem source, int target, const std::string& path,
+                const FolderCopyRules& rules) {
+  FolderCopy(rules).run(std::move(source), target, path);
 }
 
 }  // namespace korvane

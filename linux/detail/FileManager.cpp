@@ -67,6 +67,11 @@ void writeAll(int file, const NSData& data, const std::string& path) {
   }
 }
 
+std::string withoutTrailingSlashes(std::string path) {
+  while (path.ends_with('/')) path.pop_back();
+  return path;
+}
+
 }  // namespace
 
 FileManager::FileManager(FileManagerOptions options) : options_(std::move(options)) {}
@@ -110,9 +115,19 @@ bool FileManager::copyItemAtPath(std::string_view source, std::string_view desti
     const auto kind = item.isFolder() ? UnfinishedEntry::Kind::folder : UnfinishedEntry::Kind::file;
     UnfinishedEntry copy(to, kind);
     if (item.isFolder()) {
+      const std::string fromPath = withoutTrailingSlashes(from.path);
+      const std::string toPath = withoutTrailingSlashes(to.path);
+      FolderCopyRules rules;
       const bool contained = options_.container.relativePath(source).has_value();
-      copyFolder(std::move(item), copy.descriptor(), from.path,
-                 contained ? Links::refused : Links::followed, options_.maximumEntries);
+      rules.links = contained ? Links::refused : Links::followed;
+      rules.maximumEntries = options_.maximumEntries;
+      if (const auto& asked = delegate()) {
+        rules.shouldProceed = [&](const FileFailure& failure, std::string_view relative) {
+          const std::string below = std::string("/").append(relative);
+          return asked->fileManager(*this, failure.error(), fromPath + below, toPath + below);
+        };
+      }
+      copyFolder(std::move(item), copy.descriptor(), fromPath, rules);
     } else {
       copyContent(item, copy.descriptor(), from.path);
     }

@@ -14,9 +14,8 @@ struct FilePlace;
 /// What a file manager works with.
 struct KORVANE_EXPORT FileManagerOptions {
   ContainerRoot container = ContainerRoot();
-  /// How many files and folders one copied folder may hold; more fail the copy. A folder whose
-  /// links lead to the same few folders over and over would not end otherwise.
-  std::size_t maximumEntries = 1'000'000;
+  /// How many files and folders one copied folder may hold; more fail the copy.
+  std::size_t maximumEntries = 100'000;
 };
 
 /// Files and folders by POSIX. Any thread may call. Beside what NSFileManager says:
@@ -27,9 +26,12 @@ struct KORVANE_EXPORT FileManagerOptions {
 /// - Errors are those of the system (NSPOSIXErrorDomain), with the path in their text. A path that
 ///   is empty (ENOENT) or holds a NUL byte, or a URL that is no file URL (EINVAL), is refused.
 /// - A copy takes the time of `cp`: blocks are shared where the file system can, else copied inside
-///   the kernel; holes stay holes. A file that grows meanwhile is copied up to the size it had. All
-///   or nothing: what cannot be copied fails the whole item, and the error names it. Owners, times
-///   and modes are not copied.
+///   the kernel; holes stay holes. A file that is changed meanwhile is copied again, three times at
+///   most, then it fails with EBUSY. Owners, times and modes are not copied.
+/// - Inside a folder that is copied a link is followed to a file of that folder alone; one that
+///   leads out and one to a folder fail with ELOOP. Without a delegate the first failure is that of
+///   the whole item, and the error names what it is about. A folder of more than `maximumEntries`
+///   fails with E2BIG before anything is copied, and the delegate is not asked.
 /// - A copy or a write is made under a name that begins with ".korvane-" in the destination's
 ///   folder and gets its own name when it is complete. A process that is killed in between leaves
 ///   that file. Nothing is forced onto the disk: "atomic" holds for other processes, not for a

@@ -48,6 +48,9 @@ class FaultyFiles : public NSFileManager {
                            std::optional<NSError>& error) override {
     return !fails("write", path, error) && files_->writeDataAtomically(data, path, error);
   }
+  void setDelegate(std::shared_ptr<NSFileManagerDelegate> delegate) override {
+    files_->setDelegate(std::move(delegate));
+  }
 
  private:
   bool fails(std::string_view operation, std::string_view path, std::optional<NSError>& error) {
