@@ -23,6 +23,7 @@
 #include "formats/plist/PropertyListBytes.h"
 #include "linux/detail/FileCoordinator.h"
 #include "linux/detail/FileManager.h"
+#include "linux/detail/PropertyLists.h"
 #include "model/ExtensionAccount.h"
 #include "model/ExtensionGroup.h"
 #include "platform/Platform.h"
