@@ -9,6 +9,7 @@
 #include "platform/NSFileManager.h"
 #include "platform/NSFormat.h"
 #include "platform/NSString.h"
+#include "text/UTF8.h"
 
 namespace korvane {
 namespace {
@@ -22,7 +23,7 @@ constexpr std::uint64_t kFewCandidates = 8;
 /// The text cut to a number of bytes, at the end of a UTF-8 character.
 std::string_view shortened(std::string_view text, std::size_t size) {
   if (text.size() <= size) return text;
-  while (size > 0 && (static_cast<unsigned char>(text[size]) & 0xC0) == 0x80) --size;
+  while (size > 0 && isUTF8Continuation(text[size])) --size;
   return text.substr(0, size);
 }
 

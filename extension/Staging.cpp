@@ -1,4 +1,3 @@
-#include <array>
 #include <cerrno>
 #include <filesystem>
 #include <system_error>
@@ -10,6 +9,8 @@
 #include "platform/NSFileManager.h"
 #include "platform/NSLog.h"
 #include "platform/NSString.h"
+#include "text/UTF8.h"
+#include "text/Windows1252.h"
 
 namespace korvane {
 namespace {
@@ -60,30 +61,13 @@ void coordinate(std::string_view service, const LogTexts& log,
   if (error) NSLog(log.coordination, kError, error);
 }
 
-void appendUTF8(std::string& text, unsigned code) {
-  if (code < 0x80) {
-    text += static_cast<char>(code);
-  } else if (code < 0x800) {
-    text += static_cast<char>(0xC0 | (code >> 6));
-    text += static_cast<char>(0x80 | (code & 0x3F));
-  } else {
-    text += static_cast<char>(0xE0 | (code >> 12));
-    text += static_cast<char>(0x80 | ((code >> 6) & 0x3F));
-    text += static_cast<char>(0x80 | (code & 0x3F));
-  }
-}
-
-/// Bytes read as windows-1252, which nearly every name that is not UTF-8 was written in.
-std::string textFromWindows1252(std::string_view bytes) {
-  // 0x80 to 0x9F; what is not assigned shows as a replacement character. All else is Latin-1.
-  static constexpr std::array<unsigned, 32> kSpecials{
-      0x20AC, 0xFFFD, 0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021, 0x02C6, 0x2030, 0x0160,
-      0x2039, 0x0152, 0xFFFD, 0x017D, 0xFFFD, 0xFFFD, 0x2018, 0x2019, 0x201C, 0x201D, 0x2022,
-      0x2013, 0x2014, 0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0xFFFD, 0x017E, 0x0178};
+/// Bytes that are not UTF-8, read as windows-1252, which nearly every such name was written in.
+/// What that does not assign shows as a replacement character.
+std::string textOfOldName(std::string_view bytes) {
   std::string text;
   for (const char byte : bytes) {
-    const unsigned code = static_cast<unsigned char>(byte);
-    appendUTF8(text, code >= 0x80 && code < 0xA0 ? kSpecials[code - 0x80] : code);
+    const char32_t code = windows1252Character(static_cast<unsigned char>(byte));
+    appendUTF8(code >= 0x80 && code < 0xA0 ? kReplacementCharacter : code, text);
   }
   return text;
 }
@@ -97,7 +81,7 @@ std::string stagedName(const std::string& source) {
     name = std::filesystem::canonical(source, ignored).filename().string();
   }
   if (name == "/") return {};
-  return isUTF8(name) ? name : textFromWindows1252(name);
+  return isUTF8(name) ? name : textOfOldName(name);
 }
 
 }  // namespace

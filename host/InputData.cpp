@@ -12,8 +12,10 @@
 
 #include "host/InputError.h"
 #include "host/ShareRequest.h"
-#include "platform/NSString.h"
 #include "platform/Platform.h"
+#include "text/ASCII.h"
+#include "text/UTF8.h"
+#include "text/Windows1252.h"
 
 namespace korvane {
 namespace {
@@ -118,11 +120,9 @@ std::string firstTag(std::string_view text) {
   if (!text.starts_with('<')) return {};
   text.remove_prefix(1);
   const auto takeWord = [&] {
-    std::string word(text.substr(0, text.find_first_of(" \t\r\n\f/>")));
+    const std::string_view word(text.substr(0, text.find_first_of(" \t\r\n\f/>")));
     text.remove_prefix(word.size());
-    std::transform(word.begin(), word.end(), word.begin(),
-                   [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; });
-    return word;
+    return lowercase(word);
   };
   std::string tag = takeWord();
   if (tag != "!doctype") return tag;
@@ -218,14 +218,14 @@ std::optional<std::string> decodeText(std::string_view bytes) {
     encoding = "UTF-32";
   } else if (bytes.starts_with("\xFF\xFE") || bytes.starts_with("\xFE\xFF")) {
     encoding = "UTF-16";
-  } else if (!isUTF8(bytes)) {
-    encoding = "windows-1252";
   }
   if (encoding) {
     icu::UnicodeString(bytes.data(), static_cast<std::int32_t>(bytes.size()), encoding)
         .toUTF8String(text);
+  } else if (!isValidUTF8(bytes)) {
+    text = textOfWindows1252(bytes);
   } else {
-    if (bytes.starts_with("\xEF\xBB\xBF")) bytes.remove_prefix(3);
+    if (bytes.starts_with(kByteOrderMark)) bytes.remove_prefix(kByteOrderMark.size());
     text = bytes;
   }
   if (text.find('\0') != std::string::npos) return std::nullopt;

@@ -9,24 +9,13 @@
 #include <memory>
 
 #include "platform/NSString.h"
+#include "text/ASCII.h"
 
 namespace korvane {
 namespace {
 
-bool isLetter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
-bool isDigit(char c) { return c >= '0' && c <= '9'; }
-bool isHex(char c) { return isDigit(c) || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F'); }
-bool isASCII(std::string_view text) {
-  return std::all_of(text.begin(), text.end(),
-                     [](char c) { return static_cast<unsigned char>(c) < 0x80; });
-}
 bool beginsEscape(std::string_view text, std::size_t at) {
-  return at + 2 < text.size() && isHex(text[at + 1]) && isHex(text[at + 2]);
-}
-bool equalIgnoringCase(std::string_view a, std::string_view b) {
-  const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; };
-  return std::equal(a.begin(), a.end(), b.begin(), b.end(),
-                    [&](char x, char y) { return lower(x) == lower(y); });
+  return at + 2 < text.size() && isHexDigit(text[at + 1]) && isHexDigit(text[at + 2]);
 }
 
 void appendEscape(std::string& out, char c) {
@@ -43,7 +32,7 @@ std::string escapeIllegal(std::string_view text, bool brackets) {
   bool inFragment = false;
   for (std::size_t i = 0; i < text.size(); ++i) {
     const char c = text[i];
-    const bool legal = isLetter(c) || isDigit(c) || kLegal.find(c) != std::string_view::npos;
+    const bool legal = isAlphanumeric(c) || kLegal.find(c) != std::string_view::npos;
     const bool stray = (c == '%' && !beginsEscape(text, i)) || (c == '#' && inFragment) ||
                        (brackets && (c == '[' || c == ']'));
     inFragment = inFragment || c == '#';
@@ -124,7 +113,7 @@ std::string_view schemeOf(std::string_view text) {
   if (colon == std::string_view::npos || colon < 2 || !isLetter(text[0])) return {};
   const std::string_view scheme = text.substr(0, colon);
   const bool legal = std::all_of(scheme.begin(), scheme.end(), [](char c) {
-    return isLetter(c) || isDigit(c) || c == '+' || c == '-' || c == '.';
+    return isAlphanumeric(c) || c == '+' || c == '-' || c == '.';
   });
   return legal ? scheme : std::string_view();
 }
@@ -139,7 +128,8 @@ std::optional<NSURL> urlFromText(std::string_view text) {
   if (auto url = NSURL::URLWithString(repaired)) return url;
   const Span host = hostSpan(repaired);
   const std::string name = repaired.substr(host.begin, host.end - host.begin);
-  if (!isASCII(name)) repaired.replace(host.begin, name.size(), asciiHost(name));
+  if (!std::all_of(name.begin(), name.end(), isASCII))
+    repaired.replace(host.begin, name.size(), asciiHost(name));
   for (const bool brackets : {false, true}) {
     if (auto url = NSURL::URLWithString(escapeIllegal(repaired, brackets))) return url;
   }

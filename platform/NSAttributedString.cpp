@@ -7,6 +7,7 @@
 
 #include "platform/NSException.h"
 #include "platform/Platform.h"
+#include "text/UTF8.h"
 
 namespace korvane {
 namespace {
@@ -14,45 +15,13 @@ namespace {
 using Attributes = NSAttributedString::Attributes;
 using Run = NSAttributedString::Run;
 
-constexpr std::uint32_t kReplacement = 0xFFFD;
-
-struct Character {
-  std::uint32_t code;
-  std::size_t length;  // bytes, at least 1
-};
-
-// The character at a position; what is not UTF-8 gives U+FFFD for each byte sequence that breaks
-// off, as browsers do.
-Character characterAt(std::string_view text, std::size_t at) {
-  const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[at + i]); };
-  const unsigned lead = byte(0);
-  if (lead < 0x80) return {lead, 1};
-  if (lead < 0xC2 || lead > 0xF4) return {kReplacement, 1};
-  const std::size_t length = lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
-  std::uint32_t code = lead & (0xFFU >> (length + 1));
-  for (std::size_t i = 1; i < length; ++i) {
-    if (at + i >= text.size()) return {kReplacement, i};
-    unsigned low = 0x80;
-    unsigned high = 0xBF;
-    if (i == 1) {  // no overlong forms, no surrogates, nothing above U+10FFFF
-      if (lead == 0xE0) low = 0xA0;
-      if (lead == 0xED) high = 0x9F;
-      if (lead == 0xF0) low = 0x90;
-      if (lead == 0xF4) high = 0x8F;
-    }
-    if (byte(i) < low || byte(i) > high) return {kReplacement, i};
-    code = code << 6 | (byte(i) & 0x3F);
-  }
-  return {code, length};
-}
-
-bool isLineBreak(std::uint32_t code) {
+bool isLineBreak(char32_t code) {
   return (code >= '\n' && code <= '\r') || code == 0x85 || code == 0x2028 || code == 0x2029;
 }
 
-bool isControl(std::uint32_t code) { return code < 0x20 || (code >= 0x7F && code < 0xA0); }
+bool isControl(char32_t code) { return code < 0x20 || (code >= 0x7F && code < 0xA0); }
 
-bool isNoncharacter(std::uint32_t code) {
+bool isNoncharacter(char32_t code) {
   return (code & 0xFFFE) == 0xFFFE || (code >= 0xFDD0 && code <= 0xFDEF);
 }
 
@@ -65,9 +34,10 @@ class CharacterWriter {
 
   // Writes the next character; a line break of two bytes counts as one.
   void writeNext() {
-    const auto [code, length] = characterAt(text_, position_);
-    const std::string_view bytes = text_.substr(position_, length);
-    position_ += length;
+    const UTF8Character here = characterHere();
+    const char32_t code = here.code;
+    const std::string_view bytes = text_.substr(position_, here.size);
+    position_ += here.size;
     if (isLineBreak(code)) {
       if (code == '\r' && position_ < text_.size() && text_[position_] == '\n') ++position_;
       out_ += "<br>\n";
@@ -100,8 +70,8 @@ class CharacterWriter {
         out_ += "&nbsp;";
         break;
       default:
-        if (code == kReplacement || isNoncharacter(code)) {
-          out_ += "\xEF\xBF\xBD";
+        if (code == kReplacementCharacter || isNoncharacter(code)) {
+          out_ += kReplacementUTF8;
         } else {
           out_ += bytes;
         }
@@ -112,13 +82,15 @@ class CharacterWriter {
   // HTML shows one of several spaces and none at either end of a line: every one that would vanish
   // becomes a no-break space, the others stay, so that long lines still wrap.
   void writeSpace() {
-    const bool lineEnd =
-        position_ == text_.size() || isLineBreak(characterAt(text_, position_).code);
+    const bool lineEnd = position_ == text_.size() || isLineBreak(characterHere().code);
     const bool vanishes = lineStart_ || afterSpace_ || lineEnd;
     out_ += vanishes ? "&nbsp;" : " ";
     lineStart_ = false;
     afterSpace_ = !vanishes;
   }
+
+  // What is not UTF-8 gives U+FFFD for each byte sequence that breaks off, as browsers do.
+  UTF8Character characterHere() const { return firstUTF8Character(text_.substr(position_)); }
 
   std::string_view text_;
   std::string& out_;

@@ -3,39 +3,15 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
-#include <cstring>
 #include <iterator>
 #include <limits>
 
+#include "text/ASCII.h"
 #include "text/PercentEscapeBlocks.h"
-#include "text/UTF8Blocks.h"
+#include "text/UTF8.h"
 
 namespace korvane {
 namespace {
-
-struct Character {
-  char32_t code = 0;
-  std::size_t size = 0;  // 0: not UTF-8
-};
-
-// The character that starts at the first byte, by the table of RFC 3629.
-Character firstCharacter(std::string_view text) {
-  const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
-  if (text.empty()) return {};
-  const unsigned char lead = byte(0);
-  if (lead < 0x80) return {lead, 1};
-  if (lead < 0xC2 || lead > 0xF4) return {};
-  const std::size_t size = lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
-  if (text.size() < size) return {};
-  char32_t code = lead & (0xFFU >> (size + 1));
-  for (std::size_t i = 1; i < size; ++i) {
-    if ((byte(i) & 0xC0) != 0x80) return {};
-    code = (code << 6) | (byte(i) & 0x3FU);
-  }
-  static constexpr char32_t kLeast[] = {0, 0, 0x80, 0x800, 0x10000};
-  if (code < kLeast[size] || code > 0x10FFFF || (code >= 0xD800 && code <= 0xDFFF)) return {};
-  return {code, size};
-}
 
 bool isWhitespaceOrNewline(char32_t c) {
   return (c >= 0x09 && c <= 0x0D) || c == 0x20 || c == 0x85 || c == 0xA0 || c == 0x1680 ||
@@ -44,14 +20,13 @@ bool isWhitespaceOrNewline(char32_t c) {
 }
 
 std::string_view withoutLeadingWhitespace(std::string_view text) {
-  for (;;) {
-    const Character c = firstCharacter(text);
-    if (c.size == 0 || !isWhitespaceOrNewline(c.code)) return text;
+  while (!text.empty()) {
+    const UTF8Character c = firstUTF8Character(text);
+    if (!isWhitespaceOrNewline(c.code)) break;
     text.remove_prefix(c.size);
   }
+  return text;
 }
-
-bool isDigit(char c) { return c >= '0' && c <= '9'; }
 
 // Of a number that is out of range: whether it is too large rather than too small. That is told by
 // the place of its first digit other than 0, counted from the decimal point.
@@ -151,15 +126,14 @@ std::string stringByReplacingDecimalDigits(std::string_view text) {
   std::string result;
   result.reserve(text.size());
   while (!text.empty()) {
-    const Character c = firstCharacter(text);
-    const std::size_t size = std::max<std::size_t>(c.size, 1);
+    const UTF8Character c = firstUTF8Character(text);
     const auto after = std::upper_bound(kZeros.begin(), kZeros.end(), c.code);
-    if (c.size > 1 && after != kZeros.begin() && c.code - *(after - 1) < 10) {
+    if (after != kZeros.begin() && c.code - *(after - 1) < 10) {
       result += static_cast<char>('0' + (c.code - *(after - 1)));
     } else {
-      result.append(text.substr(0, size));
+      result.append(text.substr(0, c.size));
     }
-    text.remove_prefix(size);
+    text.remove_prefix(c.size);
   }
   return result;
 }
@@ -180,9 +154,9 @@ std::string stringByTrimmingWhitespaceAndNewlines(std::string_view text) {
   text = withoutLeadingWhitespace(text);
   while (!text.empty()) {
     std::size_t start = text.size() - 1;
-    while (start > 0 && text.size() - start < 4 && (text[start] & 0xC0) == 0x80) --start;
+    while (start > 0 && text.size() - start < 4 && isUTF8Continuation(text[start])) --start;
     const std::string_view tail = text.substr(start);
-    const Character c = firstCharacter(tail);
+    const UTF8Character c = firstUTF8Character(tail);
     if (c.size != tail.size() || !isWhitespaceOrNewline(c.code)) break;
     text.remove_suffix(tail.size());
   }
@@ -217,23 +191,7 @@ std::optional<std::string> stringByAppendingPathExtension(std::string_view path,
   return result;
 }
 
-bool isUTF8(std::string_view bytes) {
-  if (!skipUTF8Blocks(bytes)) return false;
-  while (!bytes.empty()) {
-    std::uint64_t eight;
-    if (bytes.size() >= sizeof eight) {
-      std::memcpy(&eight, bytes.data(), sizeof eight);
-      if ((eight & 0x8080808080808080) == 0) {  // all of them ASCII
-        bytes.remove_prefix(sizeof eight);
-        continue;
-      }
-    }
-    const Character c = firstCharacter(bytes);
-    if (c.size == 0) return false;
-    bytes.remove_prefix(c.size);
-  }
-  return true;
-}
+bool isUTF8(std::string_view bytes) { return isValidUTF8(bytes); }
 
 bool appendByReplacingPercentEscapes(std::string& to, std::string_view text, bool plusAsSpace) {
   const char plus = plusAsSpace ? ' ' : '+';

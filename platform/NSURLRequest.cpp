@@ -2,21 +2,16 @@
 
 #include <algorithm>
 
+#include "text/ASCII.h"
+
 namespace korvane {
 namespace {
-
-char lowerCase(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c | 0x20) : c; }
-
-bool sameName(std::string_view a, std::string_view b) {
-  return std::equal(a.begin(), a.end(), b.begin(), b.end(),
-                    [](char x, char y) { return lowerCase(x) == lowerCase(y); });
-}
 
 // The position of a field's name and value, or the end.
 template <class Fields>
 auto find(Fields& fields, std::string_view field) {
   return std::find_if(fields.begin(), fields.end(),
-                      [&](const auto& entry) { return sameName(entry.first, field); });
+                      [&](const auto& entry) { return equalIgnoringCase(entry.first, field); });
 }
 
 }  // namespace

@@ -5,6 +5,8 @@
 #include <string>
 #include <string_view>
 
+#include "text/ASCII.h"
+
 // The characters of URLs (RFC 3986), for the functions of NSURL. Pure: any thread may call.
 namespace korvane::urlcharacters {
 
@@ -40,8 +42,6 @@ inline constexpr std::array<std::uint8_t, 256> kClasses = [] {
 }();
 
 inline std::uint8_t classOf(char c) { return kClasses[static_cast<unsigned char>(c)]; }
-
-inline bool isLetter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
 
 /// Position of the ":" that ends the scheme, 0 without one (RFC 3986, section 3.1).
 inline std::size_t findSchemeEnd(std::string_view text) {

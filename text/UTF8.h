@@ -3,46 +3,50 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <string_view>
 
+// UTF-8 as RFC 3629 has it: no surrogates, no overlong forms, nothing above U+10FFFF. Any thread
+// may call.
 namespace korvane {
 
-/// Appends a character (up to U+10FFFF, no surrogate) in UTF-8.
-inline void appendUTF8(std::uint32_t code, std::string& text) {
-  const auto add = [&](std::uint32_t byte) { text += static_cast<char>(byte); };
-  if (code < 0x80) return add(code);
-  if (code < 0x800) {
-    add(0xC0 | code >> 6);
-  } else {
-    if (code < 0x10000) {
-      add(0xE0 | code >> 12);
-    } else {
-      add(0xF0 | code >> 18);
-      add(0x80 | (code >> 12 & 0x3F));
-    }
-    add(0x80 | (code >> 6 & 0x3F));
-  }
-  add(0x80 | (code & 0x3F));
+/// What stands where something is not a character.
+inline constexpr char32_t kReplacementCharacter = 0xFFFD;
+inline constexpr std::string_view kReplacementUTF8 = "\xEF\xBF\xBD";
+
+/// How the bytes of a text begin that marks itself as UTF-8.
+inline constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+
+/// The first character of a text, or the bytes at its beginning that are none.
+struct UTF8Character {
+  char32_t code = kReplacementCharacter;
+  /// How many bytes it has; of what is not UTF-8 those that could have begun a character, at least
+  /// one, for which browsers show one replacement character.
+  std::size_t size = 1;
+  bool isValid = false;
+};
+
+// The same as below, where the character is not ASCII.
+UTF8Character wideUTF8Character(std::string_view text);
+
+/// The first character of a text that is not empty.
+inline UTF8Character firstUTF8Character(std::string_view text) {
+  const auto byte = static_cast<unsigned char>(text[0]);
+  return byte < 0x80 ? UTF8Character{byte, 1, true} : wideUTF8Character(text);
 }
+
+/// Whether a byte is one that goes on with a character.
+constexpr bool isUTF8Continuation(char byte) {
+  return (static_cast<unsigned char>(byte) & 0xC0) == 0x80;
+}
+
+/// Whether all of the bytes are UTF-8.
+bool isValidUTF8(std::string_view bytes);
+
+/// Appends a character (up to U+10FFFF, no surrogate) in UTF-8.
+void appendUTF8(char32_t code, std::string& text);
 
 /// The text of as many 16-bit units, their most significant bytes first; half of a surrogate pair
 /// becomes U+FFFD.
-inline std::string utf8OfUTF16(const unsigned char* bytes, std::size_t units) {
-  std::string text;
-  text.reserve(units);
-  const auto unit = [&](std::size_t i) {
-    return static_cast<std::uint32_t>(bytes[2 * i] << 8 | bytes[2 * i + 1]);
-  };
-  for (std::size_t i = 0; i < units; ++i) {
-    std::uint32_t code = unit(i);
-    const bool isHigh = code >= 0xD800 && code < 0xDC00;
-    if (isHigh && i + 1 < units && (unit(i + 1) & 0xFC00) == 0xDC00) {
-      code = 0x10000 + ((code - 0xD800) << 10) + (unit(++i) - 0xDC00);
-    } else if (code >= 0xD800 && code < 0xE000) {
-      code = 0xFFFD;
-    }
-    appendUTF8(code, text);
-  }
-  return text;
-}
+std::string utf8OfUTF16(const unsigned char* bytes, std::size_t units);
 
 }  // namespace korvane

@@ -7,7 +7,9 @@
 #include <cstdint>
 #include <optional>
 
-#include "platform/NSString.h"
+#include "text/ASCII.h"
+#include "text/UTF8.h"
+#include "text/Windows1252.h"
 
 namespace korvane {
 namespace {
@@ -68,65 +70,35 @@ constexpr std::array<Entity, 253> kEntities = {{
 }};
 // clang-format on
 
-// What numbers 128 to 159 mean in references, and what the bytes are in windows-1252.
-constexpr std::array<std::uint16_t, 32> kWindows1252 = {
-    0x20AC, 0x81,   0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021, 0x02C6, 0x2030, 0x0160,
-    0x2039, 0x0152, 0x8D,   0x017D, 0x8F,   0x90,   0x2018, 0x2019, 0x201C, 0x201D, 0x2022,
-    0x2013, 0x2014, 0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0x9D,   0x017E, 0x0178};
-
-void appendUTF8(std::uint32_t code, std::string& out) {
-  const auto byte = [&](std::uint32_t bits) { out += static_cast<char>(bits); };
-  if (code < 0x80) {
-    byte(code);
-  } else if (code < 0x800) {
-    byte(0xC0 | code >> 6);
-    byte(0x80 | (code & 0x3F));
-  } else if (code < 0x10000) {
-    byte(0xE0 | code >> 12);
-    byte(0x80 | (code >> 6 & 0x3F));
-    byte(0x80 | (code & 0x3F));
-  } else {
-    byte(0xF0 | code >> 18);
-    byte(0x80 | (code >> 12 & 0x3F));
-    byte(0x80 | (code >> 6 & 0x3F));
-    byte(0x80 | (code & 0x3F));
-  }
-}
-
 struct Reference {
   std::uint32_t code;
   std::size_t length;  // from the "&" on
 };
 
 std::optional<Reference> numericReference(std::string_view text) {
-  const bool hexadecimal = text.size() > 2 && toASCIILower(text[2]) == 'x';
+  const bool hexadecimal = text.size() > 2 && lowercase(text[2]) == 'x';
+  const unsigned base = hexadecimal ? 16 : 10;
   const std::size_t begin = hexadecimal ? 3 : 2;
   std::size_t at = begin;
   std::uint32_t code = 0;
   for (; at < text.size(); ++at) {
-    const char c = toASCIILower(text[at]);
-    std::uint32_t digit = 0;
-    if (isASCIIDigit(c)) {
-      digit = static_cast<std::uint32_t>(c - '0');
-    } else if (hexadecimal && c >= 'a' && c <= 'f') {
-      digit = static_cast<std::uint32_t>(c - 'a' + 10);
-    } else {
-      break;
-    }
-    code = std::min<std::uint32_t>(code * (hexadecimal ? 16 : 10) + digit, 0x110000);
+    const unsigned digit = hexDigitValue(text[at]);
+    if (digit >= base) break;
+    code = std::min<std::uint32_t>(code * base + digit, 0x110000);
   }
   if (at == begin) return std::nullopt;
   if (at < text.size() && text[at] == ';') ++at;
-  if (code >= 0x80 && code < 0xA0) code = kWindows1252[code - 0x80];
-  if (code == 0 || code > 0x10FFFF || (code >= 0xD800 && code < 0xE000)) code = 0xFFFD;
+  // Numbers of control characters mean what the bytes are in windows-1252.
+  if (code >= 0x80 && code < 0xA0) code = windows1252Character(static_cast<unsigned char>(code));
+  if (code == 0 || code > 0x10FFFF || (code >= 0xD800 && code < 0xE000))
+    code = kReplacementCharacter;
   return Reference{code, at};
 }
 
 std::optional<Reference> namedReference(std::string_view text, HTMLPlace place) {
   constexpr std::size_t kLongestName = 8;
   std::size_t end = 1;
-  while (end < text.size() && end <= kLongestName + 1 &&
-         (isASCIILetter(text[end]) || isASCIIDigit(text[end]))) {
+  while (end < text.size() && end <= kLongestName + 1 && (isAlphanumeric(text[end]))) {
     ++end;
   }
   const bool closed = end < text.size() && text[end] == ';';
@@ -141,8 +113,7 @@ std::optional<Reference> namedReference(std::string_view text, HTMLPlace place) 
     if (found->code > 0xFF || found->code == '\'') continue;
     const char next = stop < text.size() ? text[stop] : '\0';
     // "?a=1&copy=2" in a link is no sign.
-    if (place == HTMLPlace::attribute &&
-        (next == '=' || isASCIILetter(next) || isASCIIDigit(next))) {
+    if (place == HTMLPlace::attribute && (next == '=' || isAlphanumeric(next))) {
       return std::nullopt;
     }
     return Reference{found->code, stop};
@@ -160,7 +131,7 @@ std::string convert(const NSData& document, std::size_t skipped, const char* cha
 
 // The encoding that a <meta> within the first bytes names, empty where there is none.
 std::string namedCharset(std::string_view bytes) {
-  const std::string head = toASCIILower(bytes.substr(0, 1024));
+  const std::string head = lowercase(bytes.substr(0, 1024));
   for (std::size_t at = head.find("<meta"); at != head.npos; at = head.find("<meta", at + 5)) {
     const std::string tag = head.substr(at, head.find('>', at) - at);
     std::size_t value = tag.find("charset");
@@ -176,7 +147,7 @@ std::string namedCharset(std::string_view bytes) {
 
 std::string decode(const NSData& document) {
   const std::string_view bytes(reinterpret_cast<const char*>(document.data()), document.size());
-  if (bytes.starts_with("\xEF\xBB\xBF")) return convert(document, 3, "UTF-8");
+  if (bytes.starts_with(kByteOrderMark)) return convert(document, 3, "UTF-8");
   if (bytes.starts_with("\xFF\xFE")) return convert(document, 2, "UTF-16LE");
   if (bytes.starts_with("\xFE\xFF")) return convert(document, 2, "UTF-16BE");
 
@@ -194,22 +165,16 @@ std::string decode(const NSData& document) {
   const std::string charset = namedCharset(bytes);
   const bool claimsASCII = charset.empty() || charset.starts_with("utf-") ||
                            charset == "us-ascii" || charset == "iso-8859-1";
-  if (claimsASCII && isUTF8(bytes)) return std::string(bytes);
+  if (claimsASCII && isValidUTF8(bytes)) return std::string(bytes);
   if (charset.starts_with("utf-")) return convert(document, 0, "UTF-8");
   if (!claimsASCII) {
     std::string text = convert(document, 0, charset.c_str());
     if (!text.empty()) return text;  // nothing where the name means nothing
   }
-  return convert(document, 0, "windows-1252");
+  return textOfWindows1252(bytes);
 }
 
 }  // namespace
-
-std::string toASCIILower(std::string_view text) {
-  std::string lower(text);
-  for (char& c : lower) c = toASCIILower(c);
-  return lower;
-}
 
 std::string htmlText(const NSData& document) {
   std::string text = decode(document);

@@ -31,9 +31,5 @@ void appendHTMLEscaped(std::string_view text, std::string& out);
 inline bool isHTMLSpace(char c) {
   return c == ' ' || c == '\n' || c == '\t' || c == '\f' || c == '\r';
 }
-inline bool isASCIILetter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
-inline bool isASCIIDigit(char c) { return c >= '0' && c <= '9'; }
-inline char toASCIILower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; }
-std::string toASCIILower(std::string_view text);
 
 }  // namespace korvane

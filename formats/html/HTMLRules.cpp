@@ -6,6 +6,7 @@
 
 #include "formats/html/HTMLCharacters.h"
 #include "platform/NSAttributedString.h"
+#include "text/ASCII.h"
 
 namespace korvane {
 namespace {
@@ -145,8 +146,8 @@ bool isHarmlessStyleValue(std::string_view value) {
   int open = 0;
   for (std::size_t i = 0; i < value.size(); ++i) {
     const char c = value[i];
-    const bool wordly = isASCIILetter(c) || isASCIIDigit(c) || c == ' ' || c == '-' || c == '.' ||
-                        c == ',' || static_cast<unsigned char>(c) >= 0x80;
+    const bool wordly = isAlphanumeric(c) || c == ' ' || c == '-' || c == '.' || c == ',' ||
+                        static_cast<unsigned char>(c) >= 0x80;
     if (c == '"' || c == '\'') {
       if (quote == '\0') {
         quote = c;
@@ -159,15 +160,15 @@ bool isHarmlessStyleValue(std::string_view value) {
       if (!wordly) return false;
     } else if (c == '(') {
       std::size_t begin = i;
-      while (begin > 0 && isASCIILetter(value[begin - 1])) --begin;
-      const std::string name = toASCIILower(value.substr(begin, i - begin));
+      while (begin > 0 && isLetter(value[begin - 1])) --begin;
+      const std::string name = lowercase(value.substr(begin, i - begin));
       if (name != "rgb" && name != "rgba" && name != "hsl" && name != "hsla") return false;
       if (++open > 1) return false;
     } else if (c == ')') {
       if (--open < 0) return false;
     } else {
       const bool isNegative =
-          c == '-' && i + 1 < value.size() && (isASCIIDigit(value[i + 1]) || value[i + 1] == '.');
+          c == '-' && i + 1 < value.size() && (isDigit(value[i + 1]) || value[i + 1] == '.');
       if (isNegative || (!wordly && c != '#' && c != '%' && c != '+')) return false;
     }
   }
@@ -181,13 +182,13 @@ class Style {
 
   void add(std::string_view property, std::string_view rawValue) {
     constexpr int kMost = 32;
-    const std::string name = toASCIILower(trimmed(property));
+    const std::string name = lowercase(trimmed(property));
     std::string value;
     for (const char c : trimmed(rawValue)) {
       const bool space = isHTMLSpace(c);
       if (!space || value.back() != ' ') value += space ? ' ' : c;
     }
-    const std::string lower = toASCIILower(value);
+    const std::string lower = lowercase(value);
     if (const std::size_t mark = lower.rfind('!');
         mark != lower.npos && trimmed(std::string_view(lower).substr(mark + 1)) == "important") {
       value = trimmed(std::string_view(value).substr(0, mark));
@@ -292,12 +293,12 @@ HTMLKeptAttributes keepAttributes(const HTMLRule& rule, const std::vector<HTMLAt
     } else if (name == "hidden") {
       kept.hidden = true;
     } else if (name == "dir") {
-      const std::string direction = toASCIILower(value());
+      const std::string direction = lowercase(value());
       if (direction == "ltr" || direction == "rtl" || direction == "auto") {
         appendAttribute(name, direction, kept.text);
       }
     } else if (name == "align") {
-      const std::string side = toASCIILower(value());
+      const std::string side = lowercase(value());
       if (side == "left" || side == "right" || side == "center" || side == "justify") {
         style.add("text-align", side);
       }
@@ -331,7 +332,7 @@ std::optional<std::string> pictureTag(const std::vector<HTMLAttribute>& all) {
   std::erase(source, ' ');
   const std::size_t comma = source.find(',');
   if (source.size() > kLongest || comma == source.npos) return std::nullopt;
-  const std::string head = toASCIILower(std::string_view(source).substr(0, comma));
+  const std::string head = lowercase(std::string_view(source).substr(0, comma));
   if (std::none_of(kTypes.begin(), kTypes.end(), [&](std::string_view type) {
         return head == "data:image/" + std::string(type) + ";base64";
       })) {
@@ -339,7 +340,7 @@ std::optional<std::string> pictureTag(const std::vector<HTMLAttribute>& all) {
   }
   const std::string_view data = std::string_view(source).substr(comma + 1);
   if (data.empty() || !std::all_of(data.begin(), data.end(), [](char c) {
-        return isASCIILetter(c) || isASCIIDigit(c) || c == '+' || c == '/' || c == '=';
+        return isAlphanumeric(c) || c == '+' || c == '/' || c == '=';
       })) {
     return std::nullopt;
   }

@@ -4,6 +4,7 @@
 #include <array>
 
 #include "formats/html/HTMLCharacters.h"
+#include "text/ASCII.h"
 
 namespace korvane {
 namespace {
@@ -33,7 +34,7 @@ bool HTMLTokens::next(HTMLToken& token) {
       readText(token);
       return true;
     } else if (document_[at_ + 1] == '!' || document_[at_ + 1] == '?' ||
-               (document_[at_ + 1] == '/' && !isASCIILetter(document_[at_ + 2]))) {
+               (document_[at_ + 1] == '/' && !isLetter(document_[at_ + 2]))) {
       skipDeclaration();
     } else if (readTag(token)) {
       return true;
@@ -46,8 +47,7 @@ bool HTMLTokens::next(HTMLToken& token) {
 bool HTMLTokens::startsMarkup(std::size_t at) const {
   if (document_[at] != '<' || at + 1 == document_.size()) return false;
   const char next = document_[at + 1];
-  return isASCIILetter(next) || next == '!' || next == '?' ||
-         (next == '/' && at + 2 < document_.size());
+  return isLetter(next) || next == '!' || next == '?' || (next == '/' && at + 2 < document_.size());
 }
 
 // Passes over a comment, or over anything else up to the next ">".
@@ -81,7 +81,7 @@ bool HTMLTokens::readTag(HTMLToken& token) {
   while (at_ < document_.size()) {
     const char c = document_[at_];
     if (isHTMLSpace(c) || c == '/' || c == '>') break;
-    token.name += toASCIILower(c);
+    token.name += lowercase(c);
     ++at_;
   }
   while (at_ < document_.size()) {
@@ -132,7 +132,7 @@ void HTMLTokens::readAttribute(HTMLToken& token) {
   }
   constexpr std::size_t kLongestName = 32;  // of those that anybody asks for
   if (token.attributes.size() >= kMostAttributes || name.size() > kLongestName) return;
-  std::string lower = toASCIILower(name);
+  std::string lower = lowercase(name);
   for (const HTMLAttribute& other : token.attributes) {
     if (other.name == lower) return;
   }
@@ -154,7 +154,7 @@ bool HTMLTokens::isTagAt(std::size_t at, std::string_view opening, std::string_v
   if (after >= document_.size() || !document_.substr(at).starts_with(opening)) return false;
   const char c = document_[after];
   return (isHTMLSpace(c) || c == '/' || c == '>') &&
-         toASCIILower(document_.substr(at + opening.size(), name.size())) == name;
+         lowercase(document_.substr(at + opening.size(), name.size())) == name;
 }
 
 // Where the script ends that begins there. Scripts were once hidden in comments: inside one, a

@@ -2,23 +2,11 @@
 
 #include <unicode/uchar.h>
 #include <unicode/uscript.h>
-#include <unicode/utf8.h>
 
 #include <algorithm>
 #include <cstdint>
 
 namespace korvane::links {
-
-Character wideCharacterAt(std::string_view text, std::size_t at) {
-  // No character is longer than four bytes, and ICU counts in 32 bits.
-  const std::string_view rest = text.substr(at, 4);
-  const auto* bytes = reinterpret_cast<const std::uint8_t*>(rest.data());
-  std::int32_t next = 0;
-  UChar32 scalar = 0;
-  U8_NEXT(bytes, next, static_cast<std::int32_t>(rest.size()), scalar);
-  if (scalar < 0) return {};
-  return {static_cast<char32_t>(scalar), static_cast<std::size_t>(next)};
-}
 
 Character characterBefore(std::string_view text, std::size_t at) {
   if (isASCII(text[at - 1])) return {static_cast<char32_t>(text[at - 1]), 1};
@@ -27,14 +15,6 @@ Character characterBefore(std::string_view text, std::size_t at) {
     if (character.scalar != Character::invalid && character.length == length) return character;
   }
   return {};
-}
-
-std::string lowercase(std::string_view ascii) {
-  std::string result(ascii);
-  for (char& c : result) {
-    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-  }
-  return result;
 }
 
 bool isWideHostCharacter(char32_t scalar) {

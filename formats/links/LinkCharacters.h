@@ -5,6 +5,9 @@
 #include <string>
 #include <string_view>
 
+#include "text/ASCII.h"
+#include "text/UTF8.h"
+
 /// What the link detector knows of characters. Any thread may call.
 namespace korvane::links {
 
@@ -15,25 +18,13 @@ struct Character {
   static constexpr char32_t invalid = 0xFFFFFFFF;
 };
 
-// The same as below, where the character is no ASCII.
-Character wideCharacterAt(std::string_view text, std::size_t at);
-
 /// The character that begins at a position of the text.
 inline Character characterAt(std::string_view text, std::size_t at) {
-  if (static_cast<unsigned char>(text[at]) < 0x80) return {static_cast<char32_t>(text[at]), 1};
-  return wideCharacterAt(text, at);
+  const UTF8Character character = firstUTF8Character(text.substr(at));
+  return character.isValid ? Character{character.code, character.size} : Character{};
 }
 /// The character that ends before a position, which is not 0.
 Character characterBefore(std::string_view text, std::size_t at);
-
-constexpr bool isDigit(char c) { return c >= '0' && c <= '9'; }
-constexpr bool isLetter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
-constexpr bool isAlphanumeric(char c) { return isDigit(c) || isLetter(c); }
-constexpr bool isHexDigit(char c) {
-  return isDigit(c) || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
-}
-constexpr bool isASCII(char c) { return static_cast<unsigned char>(c) < 0x80; }
-std::string lowercase(std::string_view ascii);
 
 // Legal in a URL (RFC 3986), "%" and the brackets included; braces too, which people write in
 // templates and which come out percent-encoded.

@@ -5,20 +5,12 @@
 
 #include <cerrno>
 
-#include "platform/NSString.h"
+#include "text/UTF8.h"
 
 namespace korvane {
 namespace {
 
 constexpr std::size_t kMaximumEntry = 8000;
-
-/// Size of the UTF-8 character that the text begins with; 0 when it begins with something else.
-std::size_t characterSize(std::string_view text) {
-  for (std::size_t size = 1; size <= 4 && size <= text.size(); ++size) {
-    if (isUTF8(text.substr(0, size))) return size;
-  }
-  return 0;
-}
 
 /// Controls, line breaks of Unicode, and marks and overrides of direction.
 bool isHarmful(std::string_view character) {
@@ -49,7 +41,7 @@ void appendEscaped(std::string& line, char byte) {
 std::string_view shortened(std::string_view line) {
   if (line.size() <= kMaximumEntry) return line;
   std::size_t size = kMaximumEntry;
-  while ((static_cast<unsigned char>(line[size]) & 0xC0) == 0x80) --size;
+  while (isUTF8Continuation(line[size])) --size;
   return line.substr(0, size);
 }
 
@@ -68,9 +60,9 @@ std::string harmlessLine(std::string_view text) {
   std::string line;
   line.reserve(text.size());
   while (!text.empty()) {
-    const std::size_t size = characterSize(text);
-    const std::string_view character = text.substr(0, size == 0 ? 1 : size);
-    if (size == 0 || isHarmful(character)) {
+    const UTF8Character first = firstUTF8Character(text);
+    const std::string_view character = text.substr(0, first.size);
+    if (!first.isValid || isHarmful(character)) {
       for (const char byte : character) appendEscaped(line, byte);
     } else {
       line += character;
