@@ -5,8 +5,8 @@
 #include <nlohmann/json.hpp>
 #include <utility>
 
-#include "host/Base64.h"
 #include "host/InputError.h"
+#include "text/Base64.h"
 
 namespace korvane {
 namespace {
@@ -284,7 +284,8 @@ class RequestBuilder final : public nlohmann::json_sax<Json> {
     if (fields_[kFile]) return ShareRequest::File{path(kFile)};
     if (fields_[kImage]) return ShareRequest::ImageFile{path(kImage)};
     if (fields_[kImageData]) {
-      std::optional<NSData> data = decodeBase64(notEmpty(kImageData));
+      std::optional<NSData> data =
+          decodedBase64<NSData>(notEmpty(kImageData), Base64Leniency::whiteSpace);
       if (!data || data->empty()) fail("\"imageData\" is no base64");
       return ShareRequest::ImageData{std::move(*data)};
     }

@@ -4,7 +4,7 @@
 #include <immintrin.h>
 #endif
 
-namespace korvane::RequestUtils {
+namespace korvane {
 
 #if defined(__x86_64__) && !defined(KORVANE_PORTABLE)
 namespace {
@@ -108,4 +108,4 @@ void decodeBase64Blocks(const char*&, const char*, char*&) {}
 
 #endif
 
-}  // namespace korvane::RequestUtils
+}  // namespace korvane

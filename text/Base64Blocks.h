@@ -2,7 +2,7 @@
 
 #include <cstddef>
 
-namespace korvane::RequestUtils {
+namespace korvane {
 
 // The long stretches of base64 texts, many bytes at a time where the processor can. What these
 // leave is for the caller, who does all of it where the processor cannot. Any thread may call.
@@ -20,4 +20,4 @@ inline constexpr std::size_t base64BlockSlack = 4;
 /// and moves `in` and `out` behind them.
 void decodeBase64Blocks(const char*& in, const char* end, char*& out);
 
-}  // namespace korvane::RequestUtils
+}  // namespace korvane

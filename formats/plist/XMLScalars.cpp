@@ -1,7 +1,6 @@
 #include "formats/plist/XMLScalars.h"
 
 #include <algorithm>
-#include <array>
 #include <charconv>
 #include <cmath>
 #include <cstdint>
@@ -9,24 +8,17 @@
 #include <utility>
 
 #include "platform/NSString.h"
+#include "text/ASCII.h"
+#include "text/Base64.h"
 #include "text/UTF8.h"
 
 namespace korvane {
 namespace {
 
 bool isSpace(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
-bool isDigit(char c) { return c >= '0' && c <= '9'; }
 
 void skipSpace(std::string_view& text) {
   while (!text.empty() && isSpace(text[0])) text.remove_prefix(1);
-}
-
-// The digit's value, 16 or more for anything else.
-unsigned digitValue(char c) {
-  if (isDigit(c)) return static_cast<unsigned>(c - '0');
-  if (c >= 'a' && c <= 'f') return static_cast<unsigned>(c - 'a') + 10;
-  if (c >= 'A' && c <= 'F') return static_cast<unsigned>(c - 'A') + 10;
-  return 16;
 }
 
 bool takeChar(std::string_view& text, char c) {
@@ -64,7 +56,7 @@ bool appendCharacter(std::string_view digits, std::string& text) {
   std::uint32_t code = 0;
   if (digits.empty()) return false;
   for (const char c : digits) {
-    const unsigned digit = digitValue(c);
+    const unsigned digit = hexDigitValue(c);
     if (digit >= base) return false;
     code = code * base + digit;
     if (code > 0x10FFFF) return false;
@@ -89,7 +81,7 @@ std::optional<Value> integerOfXML(std::string_view text) {
   const std::uint64_t base = isHex ? 16 : 10;
   std::uint64_t value = 0;
   for (const char c : text) {
-    const unsigned digit = digitValue(c);
+    const unsigned digit = hexDigitValue(c);
     if (digit >= base) return std::nullopt;
     if (__builtin_mul_overflow(value, base, &value) ||
         __builtin_add_overflow(value, std::uint64_t{digit}, &value)) {
@@ -153,39 +145,7 @@ std::optional<Value> dateOfXML(std::string_view text) {
 }
 
 std::optional<Value> dataOfXML(std::string_view text) {
-  static constexpr std::string_view kAlphabet =
-      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-  static constexpr auto kValues = [] {
-    std::array<int, 256> values{};
-    values.fill(-1);
-    for (std::size_t i = 0; i < kAlphabet.size(); ++i) {
-      values[static_cast<unsigned char>(kAlphabet[i])] = static_cast<int>(i);
-    }
-    values['='] = 0;
-    return values;
-  }();
-  NSData data;
-  data.reserve(text.size() / 4 * 3);
-  std::uint32_t group = 0;
-  int inGroup = 0;
-  int padding = 0;  // "=" since the last other character
-  for (const char c : text) {
-    if (c == '=') {
-      ++padding;
-    } else if (!isSpace(c)) {
-      padding = 0;
-    }
-    const int value = kValues[static_cast<unsigned char>(c)];
-    if (value < 0) continue;
-    group = (group << 6) | static_cast<std::uint32_t>(value);
-    if (++inGroup < 4) continue;
-    data.push_back(static_cast<std::uint8_t>(group >> 16));
-    if (padding < 2) data.push_back(static_cast<std::uint8_t>(group >> 8));
-    if (padding < 1) data.push_back(static_cast<std::uint8_t>(group));
-    group = 0;
-    inGroup = 0;
-  }
-  return Value(std::move(data));
+  return Value(*decodedBase64<NSData>(text, Base64Leniency::paddingAnywhere));
 }
 
 bool appendReference(const char*& at, const char* end, std::string& text) {
