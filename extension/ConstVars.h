@@ -21,4 +21,7 @@ KORVANE_EXPORT extern const char* const commandCompose;
 KORVANE_EXPORT extern const char* const commandSend;
 KORVANE_EXPORT extern const char* const commandOpen;
 
+/// The service of the share flow: the name of its staging folder.
+inline constexpr const char* kShareService = "Share";
+
 }  // namespace korvane

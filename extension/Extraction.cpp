@@ -10,6 +10,7 @@
 #include "platform/NSImage.h"
 #include "platform/NSLog.h"
 #include "platform/NSString.h"
+#include "platform/Platform.h"
 
 namespace korvane {
 namespace {
@@ -36,6 +37,7 @@ void guarded(std::string_view name, const Step& step) noexcept {
     try {
       NSLog("[%@] GetItemForExtension %@ %@", "***ERROR***", name, reason);
     } catch (...) {  // no memory for the line
+      Platform::current()->log->write("[***ERROR***] GetItemForExtension: not enough memory");
     }
   };
   try {

@@ -73,8 +73,7 @@ void addThing(ShareRequest::Item& item, const Arguments::Thing& thing) {
 
 }  // namespace
 
-ShareRequest requestFromArguments(const Arguments& arguments,
-                                  const std::function<void(const std::string& line)>& warn) {
+ShareRequest requestFromArguments(const Arguments& arguments) {
   if (arguments.request) {
     try {
       return readShareRequest(bytesOf(readInput(*arguments.request)));
@@ -90,7 +89,7 @@ ShareRequest requestFromArguments(const Arguments& arguments,
     try {
       addThing(item, thing);
     } catch (const InputError& error) {
-      warn(nameOfInput(thing.value) + ": " + error.what());
+      request.unread.push_back({nameOfInput(thing.value), error.what()});
     }
   }
   request.items.push_back(std::move(item));

@@ -1,8 +1,5 @@
 #pragma once
 
-#include <functional>
-#include <string>
-
 #include "host/Arguments.h"
 #include "host/ShareRequest.h"
 
@@ -16,9 +13,8 @@ namespace korvane {
 /// HTML or text joins the accompanying text; a path, where anything is there; a URL, where the text
 /// begins with a scheme; a path. Texts that are not UTF-8 are taken as Windows-1252.
 ///
-/// What cannot be read does not stop the rest: `warn` gets a line for people that names it and says
-/// why, and the request goes without. Only an unreadable --request throws InputError.
-ShareRequest requestFromArguments(const Arguments& arguments,
-                                  const std::function<void(const std::string& line)>& warn);
+/// What cannot be read does not stop the rest: it is among the request's `unread`. Only an
+/// unreadable --request throws InputError.
+ShareRequest requestFromArguments(const Arguments& arguments);
 
 }  // namespace korvane

@@ -19,6 +19,7 @@ namespace {
 constexpr const char* kFileURL = "public.file-url";
 constexpr const char* kItemProviderErrorDomain = "NSItemProviderErrorDomain";
 constexpr long kItemUnavailableError = -1000;
+constexpr const char* kNoPicture = "it is not a picture that can be read";
 
 NSError unavailable(std::string why) {
   return {kItemProviderErrorDomain, kItemUnavailableError, std::move(why)};
@@ -27,8 +28,8 @@ NSError unavailable(std::string why) {
 /// A provider of one type; derived ones deliver what loading gives.
 class Provider : public NSItemProvider {
  public:
-  Provider(std::string type, std::shared_ptr<ShareLoads> loads)
-      : type_(std::move(type)), loads_(std::move(loads)) {}
+  Provider(std::string type, std::shared_ptr<ShareLoads> loads, std::size_t thing)
+      : type_(std::move(type)), loads_(std::move(loads)), thing_(thing) {}
 
   bool hasItemConformingToTypeIdentifier(std::string_view typeIdentifier) const override {
     return UTTypeConformsTo(type_, typeIdentifier);
@@ -38,7 +39,7 @@ class Provider : public NSItemProvider {
     if (hasItemConformingToTypeIdentifier(typeIdentifier)) {
       load(std::move(handler));
     } else {
-      handler({}, unavailable("the item is no " + std::string(typeIdentifier)));
+      fail("the item is not a " + std::string(typeIdentifier), handler);
     }
   }
 
@@ -46,15 +47,26 @@ class Provider : public NSItemProvider {
   virtual void load(LoadHandler handler) = 0;
 
   const std::shared_ptr<ShareLoads>& loads() const { return loads_; }
+  std::size_t thing() const { return thing_; }
 
-  static void deliverLink(ShareLoads& loads, const NSURL& url, const LoadHandler& handler) {
-    ++loads.linksDelivered;
-    handler(Value(url), std::nullopt);
+  void fail(const std::string& why, const LoadHandler& handler) const {
+    fail(*loads_, thing_, why, why, handler);
   }
-  static void deliverFile(ShareLoads& loads, std::string path, LoadHandler handler) {
-    loads.files.async([path = std::move(path), handler = std::move(handler)] {
-      handler(Value(NSURL::fileURLWithPath(path)), std::nullopt);
-    });
+  static void fail(ShareLoads& loads, std::size_t thing, std::string why, std::string logged,
+                   const LoadHandler& handler) {
+    loads.run->fail(thing, std::move(why), [&] { handler({}, unavailable(std::move(logged))); });
+  }
+  static void deliverLink(ShareLoads& loads, std::size_t thing, const NSURL& url,
+                          const LoadHandler& handler) {
+    loads.run->deliver(thing, [&] { handler(Value(url), std::nullopt); });
+  }
+  static void deliverFile(const std::shared_ptr<ShareLoads>& loads, std::size_t thing,
+                          std::string path, LoadHandler handler) {
+    loads->files.async(
+        [run = loads->run, thing, path = std::move(path), handler = std::move(handler)] {
+          run->deliverStaged(thing,
+                             [&] { handler(Value(NSURL::fileURLWithPath(path)), std::nullopt); });
+        });
   }
   static void inBackground(std::function<void()> job) {
     dispatch_async(dispatch_get_global_queue(DISPATCH_QUEUE_PRIORITY_DEFAULT, 0), std::move(job));
@@ -63,26 +75,29 @@ class Provider : public NSItemProvider {
  private:
   std::string type_;
   std::shared_ptr<ShareLoads> loads_;
+  std::size_t thing_;
 };
 
 class LinkProvider : public Provider {
  public:
-  LinkProvider(NSURL url, std::shared_ptr<ShareLoads> loads)
-      : Provider(kUTTypeURL, std::move(loads)), url_(std::move(url)) {}
+  LinkProvider(NSURL url, std::shared_ptr<ShareLoads> loads, std::size_t thing)
+      : Provider(kUTTypeURL, std::move(loads), thing), url_(std::move(url)) {}
 
  private:
-  void load(LoadHandler handler) override { deliverLink(*loads(), url_, handler); }
+  void load(LoadHandler handler) override { deliverLink(*loads(), thing(), url_, handler); }
 
   NSURL url_;
 };
 
 class FileProvider : public Provider {
  public:
-  FileProvider(std::string path, std::shared_ptr<ShareLoads> loads)
-      : Provider(kFileURL, std::move(loads)), path_(std::move(path)) {}
+  FileProvider(std::string path, std::shared_ptr<ShareLoads> loads, std::size_t thing)
+      : Provider(kFileURL, std::move(loads), thing), path_(std::move(path)) {}
 
  private:
-  void load(LoadHandler handler) override { deliverFile(*loads(), path_, std::move(handler)); }
+  void load(LoadHandler handler) override {
+    deliverFile(loads(), thing(), path_, std::move(handler));
+  }
 
   std::string path_;
 };
@@ -90,16 +105,16 @@ class FileProvider : public Provider {
 /// A file that may have a local path; without one its URL is shared as a link.
 class RemoteFileProvider : public Provider {
  public:
-  RemoteFileProvider(NSURL url, std::shared_ptr<ShareLoads> loads)
-      : Provider(kUTTypeURL, std::move(loads)), url_(std::move(url)) {}
+  RemoteFileProvider(NSURL url, std::shared_ptr<ShareLoads> loads, std::size_t thing)
+      : Provider(kUTTypeURL, std::move(loads), thing), url_(std::move(url)) {}
 
  private:
   void load(LoadHandler handler) override {
-    inBackground([loads = loads(), url = url_, handler = std::move(handler)] {
+    inBackground([loads = loads(), thing = thing(), url = url_, handler = std::move(handler)] {
       if (const auto path = loads->localPath(url.absoluteString())) {
-        deliverFile(*loads, *path, handler);
+        deliverFile(loads, thing, *path, handler);
       } else {
-        deliverLink(*loads, url, handler);
+        deliverLink(*loads, thing, url, handler);
       }
     });
   }
@@ -109,20 +124,20 @@ class RemoteFileProvider : public Provider {
 
 class ImageFileProvider : public Provider {
  public:
-  ImageFileProvider(std::string path, std::shared_ptr<ShareLoads> loads)
-      : Provider(kUTTypeImage, std::move(loads)), path_(std::move(path)) {}
+  ImageFileProvider(std::string path, std::shared_ptr<ShareLoads> loads, std::size_t thing)
+      : Provider(kUTTypeImage, std::move(loads), thing), path_(std::move(path)) {}
 
  private:
   void load(LoadHandler handler) override {
-    inBackground([path = path_, handler = std::move(handler)] {
+    inBackground([loads = loads(), thing = thing(), path = path_, handler = std::move(handler)] {
       Value data;
       try {
         data = readRegularFile(path);
       } catch (const std::exception& failure) {
-        handler({}, unavailable(path + ": " + failure.what()));
+        fail(*loads, thing, failure.what(), path + ": " + failure.what(), handler);
         return;
       }
-      handler(data, std::nullopt);
+      loads->run->deliverStaged(thing, [&] { handler(data, std::nullopt); });
     });
   }
 
@@ -131,21 +146,25 @@ class ImageFileProvider : public Provider {
 
 class ImageDataProvider : public Provider {
  public:
-  ImageDataProvider(std::string type, NSData data, std::shared_ptr<ShareLoads> loads)
-      : Provider(std::move(type), std::move(loads)), data_(std::move(data)) {}
+  ImageDataProvider(std::string type, NSData data, std::shared_ptr<ShareLoads> loads,
+                    std::size_t thing)
+      : Provider(std::move(type), std::move(loads), thing), data_(std::move(data)) {}
 
  private:
   void load(LoadHandler handler) override {
-    inBackground([data = data_, handler = std::move(handler)] { handler(data, std::nullopt); });
+    inBackground([run = loads()->run, thing = thing(), data = data_, handler = std::move(handler)] {
+      run->deliverStaged(thing, [&] { handler(data, std::nullopt); });
+    });
   }
 
   Value data_;
 };
 
+/// What no share takes.
 class TextProvider : public Provider {
  public:
   TextProvider(std::string type, std::string_view text, std::shared_ptr<ShareLoads> loads)
-      : Provider(std::move(type), std::move(loads)), text_(text) {}
+      : Provider(std::move(type), std::move(loads), 0), text_(text) {}
 
  private:
   void load(LoadHandler handler) override { handler(text_, std::nullopt); }
@@ -156,11 +175,12 @@ class TextProvider : public Provider {
 /// What can never be loaded, and why.
 class FailingProvider : public Provider {
  public:
-  FailingProvider(std::string type, std::string why, std::shared_ptr<ShareLoads> loads)
-      : Provider(std::move(type), std::move(loads)), why_(std::move(why)) {}
+  FailingProvider(std::string type, std::string why, std::shared_ptr<ShareLoads> loads,
+                  std::size_t thing)
+      : Provider(std::move(type), std::move(loads), thing), why_(std::move(why)) {}
 
  private:
-  void load(LoadHandler handler) override { handler({}, unavailable(why_)); }
+  void load(LoadHandler handler) override { fail(why_, handler); }
 
   std::string why_;
 };
@@ -168,14 +188,18 @@ class FailingProvider : public Provider {
 using Loads = std::shared_ptr<ShareLoads>;
 using Made = std::shared_ptr<NSItemProvider>;
 
-Made make(const ShareRequest::File& file, const Loads& loads) {
-  return std::make_shared<FileProvider>(absolutePath(file.path), loads);
+Made makeForFile(const std::string& path, const std::string& name, const Loads& loads) {
+  std::string absolute = absolutePath(path);
+  const char* presumed =
+      absolute == "/" ? "the root folder has no name of its own" : "it could not be copied";
+  const std::size_t thing = loads->run->add(name, presumed);
+  return std::make_shared<FileProvider>(std::move(absolute), loads, thing);
 }
 
-Made makeForFileURL(std::string_view url, const Loads& loads) {
-  if (auto path = pathOfFileURL(url)) return make(ShareRequest::File{*path}, loads);
-  return std::make_shared<FailingProvider>(kFileURL, "the URL names no file of this machine",
-                                           loads);
+Made makeForFileURL(std::string_view url, const std::string& name, const Loads& loads) {
+  if (auto path = pathOfFileURL(url)) return makeForFile(*path, *path, loads);
+  const std::string why = "the URL does not name a file of this machine";
+  return std::make_shared<FailingProvider>(kFileURL, why, loads, loads->run->add(name, why));
 }
 
 /// Whether following the link runs a program or opens a document that the link itself carries.
@@ -185,31 +209,46 @@ bool isActive(const NSURL& url) {
   });
 }
 
-Made make(const ShareRequest::Link& link, const Loads& loads) {
-  if (schemeIs(link.url, "file")) return makeForFileURL(link.url, loads);
-  const auto url = urlFromText(link.url);
+Made makeForLink(const std::string& text, const Loads& loads) {
+  if (schemeIs(text, "file")) return makeForFileURL(text, text, loads);
+  const auto url = urlFromText(text);
   if (!url || isActive(*url)) return nullptr;
-  if (url->isFileURL()) return makeForFileURL(url->absoluteString(), loads);
+  if (url->isFileURL()) return makeForFileURL(url->absoluteString(), text, loads);
+  const std::size_t thing = loads->run->add(text, "there is not enough memory for it");
   if (isRemoteFileScheme(schemeOf(url->absoluteString()))) {
-    return std::make_shared<RemoteFileProvider>(*url, loads);
+    return std::make_shared<RemoteFileProvider>(*url, loads, thing);
   }
-  return std::make_shared<LinkProvider>(*url, loads);
+  return std::make_shared<LinkProvider>(*url, loads, thing);
 }
 
-Made make(const ShareRequest::ImageFile& image, const Loads& loads) {
-  return std::make_shared<ImageFileProvider>(absolutePath(image.path), loads);
+Made makeForImage(std::string type, NSData data, const Loads& loads) {
+  const std::size_t thing = loads->run->add(
+      std::string("picture ").append(std::to_string(++loads->pictures)), kNoPicture);
+  return std::make_shared<ImageDataProvider>(std::move(type), std::move(data), loads, thing);
 }
 
-Made make(const ShareRequest::ImageData& image, const Loads& loads) {
-  return std::make_shared<ImageDataProvider>(kUTTypeImage, image.data, loads);
+Made make(ShareRequest::File& file, const Loads& loads) {
+  return makeForFile(file.path, file.path, loads);
 }
 
-Made make(const ShareRequest::TypedText& typed, const Loads& loads) {
-  if (UTTypeConformsTo(typed.type, kUTTypeURL)) return make(ShareRequest::Link{typed.text}, loads);
+Made make(ShareRequest::Link& link, const Loads& loads) { return makeForLink(link.url, loads); }
+
+Made make(ShareRequest::ImageFile& image, const Loads& loads) {
+  return std::make_shared<ImageFileProvider>(absolutePath(image.path), loads,
+                                             loads->run->add(image.path, kNoPicture));
+}
+
+Made make(ShareRequest::ImageData& image, const Loads& loads) {
+  return makeForImage(kUTTypeImage, std::move(image.data), loads);
+}
+
+Made make(ShareRequest::TypedText& typed, const Loads& loads) {
+  if (UTTypeConformsTo(typed.type, kUTTypeURL)) return makeForLink(typed.text, loads);
   if (UTTypeConformsTo(typed.type, kUTTypeImage)) {
-    return std::make_shared<ImageDataProvider>(typed.type,
-                                               NSData(typed.text.begin(), typed.text.end()), loads);
+    return makeForImage(typed.type, NSData(typed.text.begin(), typed.text.end()), loads);
   }
+  loads->run->missNow("an attachment of the type " + typed.type,
+                      "only links, files and pictures are taken");
   return std::make_shared<TextProvider>(typed.type, typed.text, loads);
 }
 
@@ -239,9 +278,9 @@ void SerialQueue::async(std::function<void()> job) {
   });
 }
 
-std::shared_ptr<NSItemProvider> makeItemProvider(const ShareRequest::Attachment& attachment,
+std::shared_ptr<NSItemProvider> makeItemProvider(ShareRequest::Attachment& attachment,
                                                  const std::shared_ptr<ShareLoads>& loads) {
-  return std::visit([&](const auto& kind) { return make(kind, loads); }, attachment);
+  return std::visit([&](auto& kind) { return make(kind, loads); }, attachment);
 }
 
 }  // namespace korvane

@@ -1,13 +1,14 @@
 #pragma once
 
-#include <atomic>
 #include <deque>
 #include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
+#include <utility>
 
+#include "host/RunWatch.h"
 #include "host/ShareRequest.h"
 #include "platform/NSExtension.h"
 
@@ -30,15 +31,22 @@ class SerialQueue {
 
 /// What the providers of one share have in common.
 struct ShareLoads {
+  ShareLoads(std::shared_ptr<RunWatch> watch,
+             std::function<std::optional<std::string>(const std::string& url)> finder)
+      : run(std::move(watch)), localPath(std::move(finder)) {}
+
+  /// Learns what becomes of each load.
+  const std::shared_ptr<RunWatch> run;
   /// Gives the local path of a remote file's URL, nothing where there is none.
-  std::function<std::optional<std::string>(const std::string& url)> localPath;
+  const std::function<std::optional<std::string>(const std::string& url)> localPath;
   /// Files are delivered one by one, so that they are attached in the order given.
   SerialQueue files;
-  /// Links that were delivered.
-  std::atomic<std::size_t> linksDelivered{0};
+  /// Pictures that came as data, without a name.
+  std::size_t pictures = 0;
 };
 
-/// The provider of an attachment.
+/// The provider of an attachment, whose data is moved out of it. The run learns what becomes of it;
+/// that something is of a type which no share takes is told at once.
 ///
 /// A link is delivered at once, on the thread that loads it; a file URL when the files before it
 /// have been; an image, and a remote file while its local path is looked up, on the Platform's
@@ -48,7 +56,7 @@ struct ShareLoads {
 ///
 /// Null for a link of which no URL can be made, and for one that would run something in the mail or
 /// show a document of its own there (javascript:, vbscript:, data:): these are better a text.
-std::shared_ptr<NSItemProvider> makeItemProvider(const ShareRequest::Attachment& attachment,
+std::shared_ptr<NSItemProvider> makeItemProvider(ShareRequest::Attachment& attachment,
                                                  const std::shared_ptr<ShareLoads>& loads);
 
 }  // namespace korvane

@@ -20,37 +20,45 @@ bool handsTitleOver(const NSExtensionItem& item) {
 }  // namespace
 
 ShareContext::ShareContext(
-    const ShareRequest& request,
+    ShareRequest request, std::shared_ptr<RunWatch> run,
     std::function<std::optional<std::string>(const std::string& url)> localPath) {
-  loads_->localPath = std::move(localPath);
+  const auto loads = std::make_shared<ShareLoads>(std::move(run), std::move(localPath));
   items_.reserve(request.items.size());
-  for (const ShareRequest::Item& from : request.items) {
+  for (ShareRequest::Item& from : request.items) {
     NSExtensionItem item;
     if (from.title) item.attributedTitle = NSAttributedString(*from.title);
-    std::vector<ShareRequest::Content> contents = from.contents;
     std::vector<ShareRequest::Content> noLinks;
     item.attachments.reserve(from.attachments.size());
-    for (const ShareRequest::Attachment& attachment : from.attachments) {
-      if (auto provider = makeItemProvider(attachment, loads_)) {
+    for (ShareRequest::Attachment& attachment : from.attachments) {
+      if (auto provider = makeItemProvider(attachment, loads)) {
         item.attachments.push_back(std::move(provider));
       } else {
-        const auto* link = std::get_if<ShareRequest::Link>(&attachment);
-        const auto* typed = std::get_if<ShareRequest::TypedText>(&attachment);
-        noLinks.push_back({ShareRequest::Content::Kind::text, link ? link->url : typed->text});
+        auto* link = std::get_if<ShareRequest::Link>(&attachment);
+        auto* typed = std::get_if<ShareRequest::TypedText>(&attachment);
+        noLinks.push_back(
+            {ShareRequest::Content::Kind::text, std::move(link ? link->url : typed->text)});
       }
     }
-    if (!noLinks.empty()) {
-      if (from.title && !handsTitleOver(item)) {
-        contents.push_back({ShareRequest::Content::Kind::text, *from.title});
+    if (from.title && !from.title->empty() && !handsTitleOver(item)) {
+      if (noLinks.empty()) {
+        loads->run->miss("the title \"" + *from.title + '"', "it is shared with a link only");
+      } else {
+        from.contents.push_back({ShareRequest::Content::Kind::text, *from.title});
       }
-      std::ranges::move(noLinks, std::back_inserter(contents));
     }
-    item.attributedContentText = contentText(contents);
-    attachmentCount_ += item.attachments.size();
-    hasContent_ = hasContent_ || !item.attachments.empty() || item.attributedContentText ||
-                  (item.attributedTitle && item.attributedTitle->length() > 0);
+    std::ranges::move(noLinks, std::back_inserter(from.contents));
+    item.attributedContentText = contentText(from.contents);
     items_.push_back(std::move(item));
   }
+  for (MissingThing& thing : request.unread) {
+    loads->run->miss(std::move(thing.item), std::move(thing.reason));
+  }
+}
+
+bool ShareContext::hasText() const {
+  return std::ranges::any_of(items_, [](const NSExtensionItem& item) {
+    return item.attributedContentText && item.attributedContentText->length() > 0;
+  });
 }
 
 void ShareContext::completeRequestReturningItems(std::vector<NSExtensionItem> items,

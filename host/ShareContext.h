@@ -17,10 +17,10 @@ namespace korvane {
 /// The extension context of a share request.
 class ShareContext : public NSExtensionContext {
  public:
-  /// Makes the input items; the Platform must be installed. `localPath` finds the local path of a
-  /// remote file's URL. What makeItemProvider makes no link of joins its item's text, behind the
-  /// title where no other link hands that over.
-  ShareContext(const ShareRequest& request,
+  /// Makes the input items and tells `run` of the things attached; the Platform must be installed.
+  /// `localPath` finds the local path of a remote file's URL. What makeItemProvider makes no link
+  /// of joins its item's text, behind the title where no other link hands that over.
+  ShareContext(ShareRequest request, std::shared_ptr<RunWatch> run,
                std::function<std::optional<std::string>(const std::string& url)> localPath);
 
   const std::vector<NSExtensionItem>& inputItems() const override { return items_; }
@@ -28,22 +28,15 @@ class ShareContext : public NSExtensionContext {
                                      std::function<void(bool expired)> completion) override;
   void cancelRequestWithError(const NSError& error) override;
 
-  /// Whether the request holds anything that a message could.
-  bool hasContent() const { return hasContent_; }
-  /// Number of things attached to the items.
-  std::size_t attachmentCount() const { return attachmentCount_; }
-  /// Links that the extension has got by now. Any thread may call.
-  std::size_t linksDelivered() const { return loads_->linksDelivered; }
+  /// Whether text accompanies any item.
+  bool hasText() const;
 
   /// How the extension ended the request; the first end counts. Both are absent before.
   std::optional<NSError> cancelError() const;
   std::optional<std::vector<NSExtensionItem>> returnedItems() const;
 
  private:
-  std::shared_ptr<ShareLoads> loads_ = std::make_shared<ShareLoads>();
   std::vector<NSExtensionItem> items_;
-  bool hasContent_ = false;
-  std::size_t attachmentCount_ = 0;
   mutable std::mutex mutex_;
   std::optional<NSError> cancelError_;
   std::optional<std::vector<NSExtensionItem>> returnedItems_;

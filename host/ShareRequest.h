@@ -6,6 +6,7 @@
 #include <variant>
 #include <vector>
 
+#include "host/MissingThing.h"
 #include "platform/Value.h"
 
 namespace korvane {
@@ -56,6 +57,8 @@ struct ShareRequest {
   };
 
   std::vector<Item> items;
+  /// What was handed over too, and could not be read.
+  std::vector<MissingThing> unread;
   friend bool operator==(const ShareRequest&, const ShareRequest&) = default;
 };
 

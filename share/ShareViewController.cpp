@@ -8,22 +8,16 @@
 #include "platform/NSLog.h"
 
 namespace korvane {
-namespace {
-
-/// Names the staging folder.
-constexpr const char* kService = "Share";
-
-}  // namespace
 
 std::string ShareViewController::nibName() const { return "ShareViewController"; }
 
 void ShareViewController::loadView() {
-  ExtensionUtilities::ShareInit(kService);
+  ExtensionUtilities::ShareInit(kShareService);
   NSViewController::loadView();
   // There is nothing to confirm: the share sheet goes before any item has been read, and the rest
   // happens in the background.
   cancel(nullptr);
-  ExtensionUtilities::GetItemForExtension(extensionContext(), kService, ShareFull);
+  ExtensionUtilities::GetItemForExtension(extensionContext(), kShareService, ShareFull);
 }
 
 void ShareViewController::viewDidLoad() { NSViewController::viewDidLoad(); }

@@ -27,9 +27,9 @@ class CommandLineRequest : public ::testing::Test {
   ~CommandLineRequest() override { std::filesystem::current_path("/"); }
 
   ShareRequest read(const std::vector<std::string>& arguments) {
-    warnings.clear();
-    return requestFromArguments(parseArguments(arguments),
-                                [&](const std::string& line) { warnings.push_back(line); });
+    ShareRequest request = requestFromArguments(parseArguments(arguments));
+    unread = request.unread;
+    return request;
   }
   ShareRequest::Item item(const std::vector<std::string>& arguments) {
     ShareRequest request = read(arguments);
@@ -57,7 +57,7 @@ class CommandLineRequest : public ::testing::Test {
 
   testing::TemporaryFolder folder;
   testing::SharePlatform platform;
-  std::vector<std::string> warnings;
+  std::vector<MissingThing> unread;
 };
 
 TEST_F(CommandLineRequest, AnItemIsAPathWhereAnythingIsThere) {
@@ -81,7 +81,7 @@ TEST_F(CommandLineRequest, ElseAPath) {
   for (const char* path : {"none.txt", "/none", "C:\\x", "--title", "-x", "a b:c", "\xFF", "~"}) {
     EXPECT_EQ(attachment(path), Attachment(ShareRequest::File{path}));
   }
-  EXPECT_THAT(warnings, IsEmpty());
+  EXPECT_THAT(unread, IsEmpty());
 }
 
 TEST_F(CommandLineRequest, EverythingIsOneItemInTheOrderGiven) {
@@ -119,7 +119,7 @@ TEST_F(CommandLineRequest, StandardInputIsToldByItsContent) {
   EXPECT_THAT(read("anything", {"--html", "-"}).contents,
               ElementsAre(Content{Content::Kind::html, "anything"}));
   EXPECT_EQ(read("", {"-"}).contents, (std::vector<Content>{{Content::Kind::text, ""}}));
-  EXPECT_THAT(warnings, IsEmpty());
+  EXPECT_THAT(unread, IsEmpty());
 }
 
 TEST_F(CommandLineRequest, WhatCannotBeReadDoesNotStopTheRest) {
@@ -131,8 +131,8 @@ TEST_F(CommandLineRequest, WhatCannotBeReadDoesNotStopTheRest) {
       });
   EXPECT_THAT(read.attachments, SizeIs(2));
   EXPECT_THAT(read.contents, IsEmpty());
-  EXPECT_THAT(warnings, ElementsAre("none.html: No such file or directory",
-                                    "standard input: neither image, HTML nor text"));
+  EXPECT_THAT(unread, ElementsAre(MissingThing{"none.html", "No such file or directory"},
+                                  MissingThing{"standard input", "neither image, HTML nor text"}));
 }
 
 TEST_F(CommandLineRequest, ARequestComesFromAFileOrStandardInput) {

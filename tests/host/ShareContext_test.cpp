@@ -12,9 +12,11 @@ using Content = ShareRequest::Content;
 
 class ShareContextTest : public ::testing::Test {
  protected:
-  static std::shared_ptr<ShareContext> make(const ShareRequest& request) {
-    return std::make_shared<ShareContext>(request, [](const std::string&) { return std::nullopt; });
+  std::shared_ptr<ShareContext> make(const ShareRequest& request) {
+    return std::make_shared<ShareContext>(request, run,
+                                          [](const std::string&) { return std::nullopt; });
   }
+  std::shared_ptr<RunWatch> run = std::make_shared<RunWatch>();
   testing::SharePlatform platform;
 };
 
@@ -40,19 +42,31 @@ TEST_F(ShareContextTest, MakesTheItems) {
   EXPECT_THAT(items[1].attachments, SizeIs(1));
   EXPECT_FALSE(items[2].attributedTitle);
   EXPECT_THAT(items[2].attachments, SizeIs(0));
-  EXPECT_EQ(context->attachmentCount(), 3U);
-  EXPECT_TRUE(context->hasContent());
+  EXPECT_TRUE(context->hasText());
+  EXPECT_THAT(run->missing(), SizeIs(3));  // all on their way
 }
 
-TEST_F(ShareContextTest, KnowsAnEmptyRequest) {
-  EXPECT_FALSE(make({})->hasContent());
+TEST_F(ShareContextTest, KnowsWhetherTextIsThere) {
+  EXPECT_FALSE(make({})->hasText());
   ShareRequest request;
   request.items.resize(2);
-  request.items[0].title = "";
+  request.items[0].title = "T";
   request.items[1].contents = {{Content::Kind::text, ""}};
-  EXPECT_FALSE(make(request)->hasContent());
+  EXPECT_FALSE(make(request)->hasText());
   request.items[1].contents = {{Content::Kind::text, "x"}};
-  EXPECT_TRUE(make(request)->hasContent());
+  EXPECT_TRUE(make(request)->hasText());
+}
+
+TEST_F(ShareContextTest, WhatIsLostFromTheStartIsKnown) {
+  ShareRequest request;
+  request.items.resize(2);
+  request.items[0].title = "";  // nothing is lost
+  request.items[1].title = "T";
+  request.unread = {{"x.html", "why"}};
+  make(request);
+  EXPECT_THAT(run->missing(), ::testing::ElementsAre(
+                                  MissingThing{"the title \"T\"", "it is shared with a link only"},
+                                  MissingThing{"x.html", "why"}));
 }
 
 TEST_F(ShareContextTest, ALinkOfWhichNoURLCanBeMadeIsText) {

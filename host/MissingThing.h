@@ -1,0 +1,24 @@
+#pragma once
+
+#include <string>
+
+namespace korvane {
+
+/// A thing that is not in the message, and why: both one line of text for people, from outside as
+/// they may be.
+struct MissingThing {
+  std::string item;
+  std::string reason;
+  /// Whether the person was told while the run went on.
+  bool told = false;
+  friend bool operator==(const MissingThing& a, const MissingThing& b) {
+    return a.item == b.item && a.reason == b.reason;
+  }
+};
+
+/// "ITEM is not in the message: REASON".
+inline std::string lineOf(const MissingThing& missing) {
+  return missing.item + " is not in the message: " + missing.reason;
+}
+
+}  // namespace korvane

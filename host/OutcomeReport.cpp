@@ -1,0 +1,66 @@
+#include "host/OutcomeReport.h"
+
+#include <cstddef>
+
+#include "host/PrintableText.h"
+
+namespace korvane {
+namespace {
+
+constexpr std::size_t kMaxLines = 20;
+
+std::string nothingLine(const std::vector<MissingThing>& missing) {
+  std::string line = "nothing of what was given could be put into the message";
+  for (std::size_t i = 0; i < missing.size() && i < kMaxLines; ++i) {
+    line += (i == 0 ? ": " : "; ") + missing[i].item + ": " + missing[i].reason;
+  }
+  if (missing.size() > kMaxLines) {
+    line += "; and " + std::to_string(missing.size() - kMaxLines) + " more";
+  }
+  return line;
+}
+
+}  // namespace
+
+std::vector<std::string> outcomeLines(const ShareOutcome& outcome) {
+  switch (outcome.status) {
+    case ShareOutcome::Status::refused:
+      return {outcome.reason};
+    case ShareOutcome::Status::notOpened:
+      return {"not handed over: " + outcome.reason};
+    case ShareOutcome::Status::opened:
+      break;
+  }
+  if (outcome.empty) return {nothingLine(outcome.missing)};
+  std::vector<std::string> lines;
+  std::size_t more = 0;
+  for (const MissingThing& missing : outcome.missing) {
+    if (missing.told) continue;
+    if (lines.size() < kMaxLines) {
+      lines.push_back(lineOf(missing));
+    } else {
+      ++more;
+    }
+  }
+  if (more > 0) lines.push_back(std::to_string(more) + " more are not in the message");
+  return lines;
+}
+
+std::string outcomeJSON(const ShareOutcome& outcome) {
+  static constexpr const char* kStatus[] = {"opened", "notOpened", "refused"};
+  std::string json = "{\"status\": ";
+  json += jsonString(kStatus[static_cast<int>(outcome.status)]);
+  json += ", \"application\": ";
+  json += outcome.application.empty() ? "null" : jsonString(outcome.application);
+  json += ", \"missing\": [";
+  const char* separator = "";
+  for (const MissingThing& missing : outcome.missing) {
+    json += separator;
+    json += "{\"item\": " + jsonString(missing.item) +
+            ", \"reason\": " + jsonString(missing.reason) + "}";
+    separator = ", ";
+  }
+  return json + "]}\n";
+}
+
+}  // namespace korvane

@@ -1,0 +1,230 @@
+#include "host/RunWatch.h"
+
+namespace korvane {
+
+/// One call of a load handler.
+struct RunWatch::Delivery {
+  std::size_t thing = 0;
+  bool committed = false;
+  bool settled = false;  // what became of the thing is known already
+  bool failed = false;
+  std::string reason{};
+};
+
+/// What the calling thread does.
+struct RunWatch::Work {
+  std::shared_ptr<RunWatch> run;
+  bool isBackgroundJob = false;
+  Delivery* delivery = nullptr;
+};
+
+thread_local RunWatch::Work RunWatch::work_;
+
+std::size_t RunWatch::add(std::string name, std::string presumed) {
+  std::lock_guard lock(mutex_);
+  things_.push_back({std::move(name), std::move(presumed)});
+  return things_.size() - 1;
+}
+
+void RunWatch::miss(std::string item, std::string reason) {
+  std::lock_guard lock(mutex_);
+  others_.push_back({std::move(item), std::move(reason)});
+}
+
+void RunWatch::missNow(std::string item, std::string reason) {
+  MissingThing missing{std::move(item), std::move(reason), static_cast<bool>(hooks_.tell)};
+  if (hooks_.tell) hooks_.tell(lineOf(missing));
+  std::lock_guard lock(mutex_);
+  others_.push_back(std::move(missing));
+}
+
+void RunWatch::fail(std::size_t thing, std::string reason, const std::function<void()>& handler) {
+  {
+    std::lock_guard lock(mutex_);
+    if (closed_) return;
+    things_[thing].reason = std::move(reason);
+    things_[thing].state = State::missing;
+  }
+  Delivery delivery{.thing = thing, .settled = true};
+  run(delivery, handler);
+}
+
+void RunWatch::deliver(std::size_t thing, const std::function<void()>& handler) {
+  Delivery delivery{.thing = thing};
+  {
+    std::unique_lock lock(mutex_);
+    if (!commitLocked(lock, delivery)) return;
+  }
+  run(delivery, handler);
+}
+
+void RunWatch::deliverStaged(std::size_t thing, const std::function<void()>& handler) {
+  Delivery delivery{.thing = thing};
+  run(delivery, handler);
+}
+
+void RunWatch::run(Delivery& delivery, const std::function<void()>& handler) {
+  struct Ending {
+    RunWatch& watch;
+    Delivery& delivery;
+    ~Ending() {
+      work_.delivery = nullptr;
+      std::lock_guard lock(watch.mutex_);
+      Thing& thing = watch.things_[delivery.thing];
+      if (delivery.committed) {
+        --watch.committing_;
+        watch.changed_.notify_all();
+      }
+      if (delivery.settled) return;
+      thing.state = delivery.committed && !delivery.failed ? State::delivered : State::missing;
+      if (!delivery.reason.empty()) thing.reason.swap(delivery.reason);
+    }
+  };
+  const Ending ending{*this, delivery};
+  work_.delivery = &delivery;
+  handler();
+}
+
+// What is committed while the background job sleeps is in the message before it looks again: it
+// waits for the delivery's end.
+bool RunWatch::commitLocked(std::unique_lock<std::mutex>& lock, Delivery& delivery) {
+  if (delivery.committed) return true;
+  changed_.wait(lock, [&] { return closed_ || !awake_; });
+  if (closed_) {
+    delivery.settled = true;
+    return false;
+  }
+  delivery.committed = true;
+  ++committing_;
+  return true;
+}
+
+bool RunWatch::commit() {
+  if (!work_.delivery) return true;
+  std::unique_lock lock(mutex_);
+  return commitLocked(lock, *work_.delivery);
+}
+
+void RunWatch::blame(std::string_view reason) {
+  if (!work_.delivery) return;
+  work_.delivery->failed = true;
+  if (work_.delivery->reason.empty()) work_.delivery->reason = reason;
+}
+
+void RunWatch::errorLogged() noexcept {
+  if (work_.delivery) {
+    work_.delivery->failed = true;
+  } else if (work_.isBackgroundJob) {
+    std::lock_guard lock(mutex_);
+    if (!closed_) textFailed_ = true;
+  }
+}
+
+void RunWatch::jobQueued(bool isBackground) {
+  std::lock_guard lock(mutex_);
+  ++jobs_;
+  if (isBackground) ++backgroundJobs_;
+}
+
+void RunWatch::jobEnded(bool isBackground) {
+  std::lock_guard lock(mutex_);
+  --jobs_;
+  if (!isBackground) return;
+  --backgroundJobs_;
+  closed_ = true;
+  changed_.notify_all();
+}
+
+void RunWatch::fallAsleep() {
+  std::lock_guard lock(mutex_);
+  awake_ = false;
+  changed_.notify_all();
+}
+
+void RunWatch::wakeUp() {
+  std::unique_lock lock(mutex_);
+  awake_ = true;
+  changed_.wait(lock, [&] { return committing_ == 0; });
+}
+
+bool RunWatch::open(const std::vector<NSURL>& urls, std::string_view application, unsigned options,
+                    NSWorkspace& workspace) {
+  {
+    std::lock_guard lock(mutex_);
+    closed_ = true;
+    changed_.notify_all();
+    launch_.emplace();
+    launch_->application = application;
+  }
+  bool accepted = true;
+  if (hooks_.dryRun) {
+    hooks_.dryRun(urls, application, options);
+  } else {
+    accepted = workspace.openURLs(urls, application, options);
+  }
+  std::lock_guard lock(mutex_);
+  launch_->accepted = accepted;
+  return accepted;
+}
+
+void RunWatch::launchFailed(std::string_view reason) {
+  std::lock_guard lock(mutex_);
+  if (launch_) launch_->failure = reason;
+}
+
+void RunWatch::waitForBackground() {
+  std::unique_lock lock(mutex_);
+  changed_.wait(lock, [&] { return backgroundJobs_ == 0; });
+}
+
+bool RunWatch::isBusy() const {
+  std::lock_guard lock(mutex_);
+  return jobs_ > 0;
+}
+
+std::optional<RunWatch::Launch> RunWatch::launch() const {
+  std::lock_guard lock(mutex_);
+  return launch_;
+}
+
+std::vector<std::string> RunWatch::namesDelivered() const {
+  std::lock_guard lock(mutex_);
+  std::vector<std::string> names;
+  for (const Thing& thing : things_) {
+    if (thing.state == State::delivered) names.push_back(thing.name);
+  }
+  return names;
+}
+
+std::vector<MissingThing> RunWatch::missing() const {
+  std::lock_guard lock(mutex_);
+  std::vector<MissingThing> missing;
+  for (const Thing& thing : things_) {
+    if (thing.state == State::missing) missing.push_back({thing.name, thing.reason});
+    if (thing.state == State::onItsWay) {
+      missing.push_back({thing.name, "it was not ready within ten seconds"});
+    }
+  }
+  missing.insert(missing.end(), others_.begin(), others_.end());
+  return missing;
+}
+
+bool RunWatch::textFailed() const {
+  std::lock_guard lock(mutex_);
+  return textFailed_;
+}
+
+RunScope::RunScope(std::shared_ptr<RunWatch> run, bool isBackgroundJob)
+    : run_(std::exchange(RunWatch::work_.run, std::move(run))),
+      isBackgroundJob_(std::exchange(RunWatch::work_.isBackgroundJob, isBackgroundJob)) {}
+
+RunScope::~RunScope() {
+  RunWatch::work_.run = std::move(run_);
+  RunWatch::work_.isBackgroundJob = isBackgroundJob_;
+}
+
+std::shared_ptr<RunWatch> RunScope::current() { return RunWatch::work_.run; }
+
+bool RunScope::isBackgroundJob() { return RunWatch::work_.isBackgroundJob; }
+
+}  // namespace korvane

@@ -1,0 +1,152 @@
+#pragma once
+
+#include <condition_variable>
+#include <cstddef>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "host/MissingThing.h"
+#include "platform/NSWorkspace.h"
+
+namespace korvane {
+
+/// What a caller wants to hear of a run while it goes on.
+struct RunHooks {
+  /// Gets lines for people while the run goes on; may be empty.
+  std::function<void(const std::string& line)> tell{};
+  /// Where given, nothing is opened: it gets what would have been, which counts as accepted.
+  std::function<void(const std::vector<NSURL>& urls, std::string_view application,
+                     unsigned options)>
+      dryRun{};
+};
+
+/// What is known of one run of a share while it goes on: the things given, which of them are in the
+/// message and why others are not, and what was opened. Any thread may call.
+///
+/// Every thread that works for the run carries it (RunScope), so that the services, which a process
+/// has one set of, report to the run that they work for: see watchedServices().
+///
+/// What is in the message is known exactly. While the background job puts the message together,
+/// things come in only where it sleeps; what comes after its last sleep comes too late, and its
+/// delivery fails.
+class RunWatch : public std::enable_shared_from_this<RunWatch> {
+ public:
+  explicit RunWatch(RunHooks hooks = {}) : hooks_(std::move(hooks)) {}
+  RunWatch(const RunWatch&) = delete;
+  RunWatch& operator=(const RunWatch&) = delete;
+
+  // The things given.
+
+  /// A thing that is on its way from now on; `name` is what people know it by, `presumed` why it is
+  /// missing where its delivery fails and nobody says why. Gives its number.
+  std::size_t add(std::string name, std::string presumed);
+  /// Something, or a part of something, is not in the message. Beside what add() counts.
+  void miss(std::string item, std::string reason);
+  /// The same, told at once.
+  void missNow(std::string item, std::string reason);
+
+  // The delivery of a thing, by whoever loads it.
+
+  /// A thing whose load failed: runs `handler`, which has the error logged.
+  void fail(std::size_t thing, std::string reason, const std::function<void()>& handler);
+  /// Runs `handler`, which puts the thing into the message with the text alone. Where it is too
+  /// late, `handler` is not called.
+  void deliver(std::size_t thing, const std::function<void()>& handler);
+  /// Runs `handler`, which puts the thing into the staging folder and then into the message.
+  void deliverStaged(std::size_t thing, const std::function<void()>& handler);
+
+  // What the services see, on a thread that carries the run.
+
+  /// The thing that the calling thread delivers has been staged. False where it is too late for the
+  /// message.
+  bool commit();
+  /// Why the thing that the calling thread delivers fails. The first reason counts.
+  void blame(std::string_view reason);
+  /// An error line was logged on the calling thread.
+  void errorLogged() noexcept;
+  void jobQueued(bool isBackground);
+  void jobEnded(bool isBackground);
+  /// The background job's thread sleeps; and it has slept.
+  void fallAsleep();
+  void wakeUp();
+  /// Opens the URLs, unless this is a dry run, and notes the answer. Nothing comes into the message
+  /// any more.
+  bool open(const std::vector<NSURL>& urls, std::string_view application, unsigned options,
+            NSWorkspace& workspace);
+  void launchFailed(std::string_view reason);
+
+  // What became of it.
+
+  void waitForBackground();
+  /// Whether jobs still run.
+  bool isBusy() const;
+  /// The application that was asked for, whether it took the request, and why not.
+  struct Launch {
+    std::string application;
+    bool accepted = false;
+    std::string failure;
+  };
+  /// Absent where nothing was asked to be opened.
+  std::optional<Launch> launch() const;
+  /// What is not in the message: first what was on its way, in the order given. What is still on
+  /// its way counts as too late.
+  std::vector<MissingThing> missing() const;
+  /// The names of the things that are in the message, in the order given.
+  std::vector<std::string> namesDelivered() const;
+  /// Whether an error was logged while the background job took the texts.
+  bool textFailed() const;
+
+ private:
+  friend class RunScope;
+  enum class State { onItsWay, delivered, missing };
+  struct Thing {
+    std::string name;
+    std::string reason;
+    State state = State::onItsWay;
+  };
+  struct Delivery;
+  struct Work;
+  static thread_local Work work_;
+
+  bool commitLocked(std::unique_lock<std::mutex>& lock, Delivery& delivery);
+  void run(Delivery& delivery, const std::function<void()>& handler);
+
+  const RunHooks hooks_;
+  mutable std::mutex mutex_;
+  std::condition_variable changed_;
+  std::vector<Thing> things_;
+  std::vector<MissingThing> others_;
+  std::optional<Launch> launch_;
+  std::size_t jobs_ = 0;
+  std::size_t backgroundJobs_ = 0;
+  std::size_t committing_ = 0;  // deliveries between their commit and their end
+  bool awake_ = false;          // the background job has slept, and does not sleep
+  bool closed_ = false;
+  bool textFailed_ = false;
+};
+
+/// The calling thread works for a run as long as this lives.
+class RunScope {
+ public:
+  explicit RunScope(std::shared_ptr<RunWatch> run, bool isBackgroundJob = false);
+  ~RunScope();
+  RunScope(const RunScope&) = delete;
+  RunScope& operator=(const RunScope&) = delete;
+
+  /// The run that the calling thread works for; null for none.
+  static std::shared_ptr<RunWatch> current();
+  /// Whether the calling thread is the background job of its run.
+  static bool isBackgroundJob();
+
+ private:
+  std::shared_ptr<RunWatch> run_;
+  bool isBackgroundJob_;
+};
+
+}  // namespace korvane

@@ -1,0 +1,32 @@
+#include "host/ShareRun.h"
+
+#include <memory>
+#include <utility>
+
+#include "host/ShareContext.h"
+#include "share/ShareViewController.h"
+
+namespace korvane {
+
+ShareOutcome runShare(ShareRequest request, const ShareOptions& options) {
+  const auto run = std::make_shared<RunWatch>(options.hooks);
+  const auto context = std::make_shared<ShareContext>(std::move(request), run, options.localPath);
+
+  ShareOutcome outcome = handOver(run, options, [&] {
+    ShareViewController controller;
+    controller.setExtensionContext(context);
+    controller.loadViewIfNeeded();
+  });
+  if (context->hasText() && run->textFailed()) {
+    outcome.missing.push_back({"the accompanying text", "there is not enough memory for it"});
+  }
+  const bool isOpened = outcome.status == ShareOutcome::Status::opened;
+  if (context->hasText() && !isOpened) {
+    outcome.missing.push_back({"the accompanying text", outcome.reason});
+  }
+  outcome.empty = isOpened && !outcome.missing.empty() && run->namesDelivered().empty() &&
+                  (!context->hasText() || run->textFailed());
+  return outcome;
+}
+
+}  // namespace korvane

@@ -1,0 +1,336 @@
+#include "host/ShareRun.h"
+
+#include <gmock/gmock.h>
+
+#include <condition_variable>
+#include <new>
+
+#include "host/WatchedServices.h"
+#include "model/ExtensionMessage.h"
+#include "tests/support/FakeShare.h"
+
+namespace korvane {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::SizeIs;
+using Content = ShareRequest::Content;
+
+/// A gate that threads wait at until it is opened.
+class Gate {
+ public:
+  void open() {
+    std::lock_guard lock(mutex_);
+    open_ = true;
+    changed_.notify_all();
+  }
+  void wait() {
+    std::unique_lock lock(mutex_);
+    changed_.wait(lock, [&] { return open_; });
+  }
+
+ private:
+  std::mutex mutex_;
+  std::condition_variable changed_;
+  bool open_ = false;
+};
+
+class ShareRun : public ::testing::Test {
+ protected:
+  ShareOutcome run(std::vector<ShareRequest::Attachment> attachments,
+                   std::vector<Content> contents = {}, std::optional<std::string> title = {}) {
+    ShareRequest request;
+    request.items.resize(1);
+    request.items[0].title = std::move(title);
+    request.items[0].attachments = std::move(attachments);
+    request.items[0].contents = std::move(contents);
+    return runRequest(std::move(request));
+  }
+  ShareOutcome runRequest(ShareRequest request) {
+    Platform::install(watchedServices(platform.services));
+    return runShare(std::move(request), options);
+  }
+
+  /// Passes of the real clock, so that the loads can end within them.
+  void letLoadsTakeTime() { platform.services.clock = std::make_shared<SystemClock>(); }
+
+  std::shared_ptr<ExtensionMessage> message() {
+    return ExtensionMessage::ExtensionMessageWithUrl(
+        NSURL::URLWithString(platform.workspace->requests().at(0).urls.at(0)).value());
+  }
+
+  testing::SharePlatform platform;
+  ShareOptions options{.localPath = [](const std::string&) { return std::nullopt; }};
+};
+
+TEST_F(ShareRun, EndsAlsoWhenTheJobIsEndedByAnException) {
+  class NoMemory : public NSWorkspace {
+   public:
+    bool openURLs(const std::vector<NSURL>&, std::string_view, unsigned) override {
+      throw std::bad_alloc();
+    }
+  };
+  platform.services.workspace = std::make_shared<NoMemory>();
+  const ShareOutcome outcome = run({});
+  EXPECT_EQ(outcome.status, ShareOutcome::Status::notOpened);
+}
+
+TEST_F(ShareRun, HandsOverWhatWasShared) {
+  letLoadsTakeTime();
+  platform.files->add("/docs/a.txt", "A");
+  const ShareOutcome outcome =
+      run({ShareRequest::Link{"https://a.example/"}, ShareRequest::File{"/docs/a.txt"},
+           ShareRequest::ImageData{{'p', 'i', 'c', 't', 'u', 'r', 'e', ' ', '1'}}},
+          {{Content::Kind::text, "hello"}}, "T");
+  EXPECT_EQ(outcome.status, ShareOutcome::Status::opened);
+  EXPECT_EQ(outcome.application, "it.drelk.korvane");
+  EXPECT_EQ(outcome.reason, "");
+  EXPECT_THAT(outcome.missing, SizeIs(0));
+  EXPECT_FALSE(outcome.empty);
+  ASSERT_THAT(platform.workspace->requests(), SizeIs(1));
+  EXPECT_EQ(platform.workspace->requests()[0].application, "it.drelk.korvane");
+  EXPECT_EQ(platform.workspace->requests()[0].options, 131072U);
+  EXPECT_EQ(message()->subject(), Value("T"));
+  EXPECT_THAT(*message()->htmlBody(), HasSubstr("hello"));
+  EXPECT_THAT(*message()->htmlBody(), HasSubstr("<a href=\"https://a.example/\">"));
+  EXPECT_THAT(*message()->attachments(), SizeIs(2));
+}
+
+TEST_F(ShareRun, EverythingHappensInItsOrder) {
+  std::mutex mutex;
+  std::vector<std::string> events;
+  const auto note = [&](std::string event) {
+    std::lock_guard lock(mutex);
+    events.push_back(std::move(event));
+  };
+  class Files : public testing::MemoryFiles {
+   public:
+    bool createDirectoryAtURL(const NSURL& url, bool intermediate,
+                              std::optional<NSError>& error) override {
+      onReset();
+      return MemoryFiles::createDirectoryAtURL(url, intermediate, error);
+    }
+    std::function<void()> onReset;
+  };
+  const auto files = std::make_shared<Files>();
+  files->onReset = [&] { note("reset"); };
+  platform.services.fileManager = files;
+  platform.bundle->onLoadNib = [&](std::string_view name) { note("load " + std::string(name)); };
+  platform.clock->onSleep = [&] { note("pass"); };
+  const ShareOutcome outcome = runRequest(ShareRequest());
+  EXPECT_THAT(events, ElementsAre("reset", "load ShareViewController", "pass"));
+  EXPECT_EQ(outcome.status, ShareOutcome::Status::opened);  // also when nothing was shared
+  EXPECT_THAT(platform.workspace->requests().at(0).urls, ElementsAre("korvane://compose?"));
+  EXPECT_FALSE(outcome.empty);  // nothing was lost
+}
+
+TEST_F(ShareRun, ARefusalIsKnown) {
+  letLoadsTakeTime();
+  platform.workspace->answer = false;
+  platform.files->add("/docs/a.txt", "A");
+  const ShareOutcome outcome = run(
+      {ShareRequest::Link{"a:b"}, ShareRequest::File{"/none"}, ShareRequest::File{"/docs/a.txt"}},
+      {{Content::Kind::text, "hello"}});
+  EXPECT_EQ(outcome.status, ShareOutcome::Status::notOpened);
+  EXPECT_EQ(outcome.reason, "the application could not be opened");
+  EXPECT_EQ(outcome.application, "it.drelk.korvane");
+  EXPECT_FALSE(outcome.empty);
+  // Nothing of it arrived.
+  const std::string why = outcome.reason;
+  EXPECT_THAT(
+      outcome.missing,
+      ElementsAre(MissingThing{"/none", "No such file or directory"}, MissingThing{"a:b", why},
+                  MissingThing{"/docs/a.txt", why}, MissingThing{"the accompanying text", why}));
+}
+
+TEST_F(ShareRun, TheDesktopsReasonIsKnown) {
+  class Refusing : public NSWorkspace {
+   public:
+    bool openURLs(const std::vector<NSURL>&, std::string_view, unsigned) override {
+      RunScope::current()->launchFailed("nobody is at home");
+      return false;
+    }
+  };
+  platform.services.workspace = std::make_shared<Refusing>();
+  EXPECT_EQ(run({ShareRequest::Link{"a:b"}}).reason, "nobody is at home");
+}
+
+TEST_F(ShareRun, ADryRunOpensNothing) {
+  platform.workspace->answer = false;
+  std::vector<std::string> seen;
+  options.hooks.dryRun = [&](const std::vector<NSURL>& urls, std::string_view application,
+                             unsigned) {
+    seen = {urls.at(0).absoluteString(), std::string(application)};
+  };
+  const ShareOutcome outcome = run({ShareRequest::Link{"a:b"}});
+  EXPECT_EQ(outcome.status, ShareOutcome::Status::opened);
+  EXPECT_THAT(platform.workspace->requests(), SizeIs(0));
+  EXPECT_THAT(seen, ElementsAre(HasSubstr("korvane://compose?htmlBody="), "it.drelk.korvane"));
+}
+
+TEST_F(ShareRun, WhatIsMissingIsKnownWithItsReason) {
+  letLoadsTakeTime();
+  platform.files->add("/docs/a.txt", "A");
+  const ShareOutcome outcome =
+      run({ShareRequest::File{"/docs/a.txt"}, ShareRequest::File{"/docs/none"},
+           ShareRequest::ImageData{{'x'}}, ShareRequest::ImageFile{"/none"},
+           ShareRequest::Link{"file://elsewhere.example/x"}, ShareRequest::Link{"a:b"},
+           ShareRequest::File{"/"}});
+  EXPECT_THAT(outcome.missing,
+              ElementsAre(MissingThing{"/docs/none", "No such file or directory"},
+                          MissingThing{"picture 1", "it is not a picture that can be read"},
+                          MissingThing{"/none", "No such file or directory"},
+                          MissingThing{"file://elsewhere.example/x",
+                                       "the URL does not name a file of this machine"},
+                          MissingThing{"/", "the root folder has no name of its own"}));
+  EXPECT_FALSE(outcome.empty);
+}
+
+TEST_F(ShareRun, WithoutAContainerAttachmentsAreMissing) {
+  letLoadsTakeTime();
+  class NoContainer : public testing::MemoryFiles {
+   public:
+    std::optional<NSURL> containerURLForSecurityApplicationGroupIdentifier(
+        std::string_view) override {
+      return std::nullopt;
+    }
+  };
+  platform.services.fileManager = std::make_shared<NoContainer>();
+  const ShareOutcome outcome = run({ShareRequest::File{"/docs/a"}, ShareRequest::Link{"a:b"}});
+  EXPECT_THAT(outcome.missing,
+              ElementsAre(MissingThing{"/docs/a", "there is no container for attachments"}));
+}
+
+TEST_F(ShareRun, WhatCouldNotBeReadIsMissing) {
+  ShareRequest request;
+  request.unread = {{"standard input", "Is a directory"}};
+  const ShareOutcome outcome = runRequest(std::move(request));
+  EXPECT_THAT(outcome.missing, ElementsAre(MissingThing{"standard input", "Is a directory"}));
+  EXPECT_TRUE(outcome.empty);
+}
+
+TEST_F(ShareRun, ATitleWithoutALinkIsNotTheSubject) {
+  letLoadsTakeTime();
+  platform.files->add("/docs/a.txt", "A");
+  const ShareOutcome outcome = run({ShareRequest::File{"/docs/a.txt"}}, {}, "T");
+  EXPECT_THAT(outcome.missing,
+              ElementsAre(MissingThing{"the title \"T\"", "it is shared with a link only"}));
+  EXPECT_FALSE(outcome.empty);
+  EXPECT_TRUE(run({}, {}, "T").empty);
+  EXPECT_THAT(run({}, {}, "").missing, SizeIs(0));
+}
+
+TEST_F(ShareRun, KnowsWhenNothingMadeIt) {
+  letLoadsTakeTime();
+  const ShareOutcome outcome = run({ShareRequest::File{"/docs/none"}});
+  EXPECT_EQ(outcome.status, ShareOutcome::Status::opened);
+  EXPECT_TRUE(outcome.empty);
+  EXPECT_THAT(outcome.missing, SizeIs(1));
+}
+
+TEST_F(ShareRun, ATypeThatIsNeverTakenIsToldAtOnceAndWaitsTheWholeBudget) {
+  std::size_t sleepsBefore = 1;
+  std::vector<std::string> told;
+  options.hooks.tell = [&](const std::string& line) {
+    told.push_back(line);
+    sleepsBefore = platform.clock->sleeps().size();
+  };
+  const ShareOutcome outcome = run({ShareRequest::TypedText{"public.plain-text", "x"}});
+  EXPECT_THAT(platform.clock->sleeps(), SizeIs(101));
+  EXPECT_EQ(sleepsBefore, 0U);
+  const MissingThing missing{"an attachment of the type public.plain-text",
+                             "only links, files and pictures are taken"};
+  EXPECT_THAT(told, ElementsAre(lineOf(missing)));
+  EXPECT_THAT(outcome.missing, ElementsAre(missing));
+  EXPECT_TRUE(outcome.missing.at(0).told);
+  EXPECT_FALSE(outcome.busy);
+}
+
+TEST_F(ShareRun, ALoadThatOutlastsTheBudgetIsHarmless) {
+  Gate gate;
+  options.localPath = [&](const std::string&) {
+    gate.wait();
+    return std::nullopt;
+  };
+  const ShareOutcome outcome =
+      run({ShareRequest::Link{"sftp://a.example/x"}, ShareRequest::Link{"a:b"}});
+  EXPECT_TRUE(outcome.busy);
+  EXPECT_THAT(outcome.missing, ElementsAre(MissingThing{"sftp://a.example/x",
+                                                        "it was not ready within ten seconds"}));
+  EXPECT_FALSE(outcome.empty);
+  EXPECT_THAT(platform.clock->sleeps(), SizeIs(101));
+  gate.open();
+  platform.waitUntilIdle();
+}
+
+TEST_F(ShareRun, AFileThatIsCopiedTooLateIsTakenAwayAgain) {
+  Gate gate;
+  class Files : public testing::MemoryFiles {
+   public:
+    bool copyItemAtPath(std::string_view from, std::string_view to,
+                        std::optional<NSError>& error) override {
+      gate->wait();
+      return MemoryFiles::copyItemAtPath(from, to, error);
+    }
+    Gate* gate = nullptr;
+  };
+  const auto files = std::make_shared<Files>();
+  files->gate = &gate;
+  files->add("/docs/a.txt", "A");
+  platform.services.fileManager = files;
+  const ShareOutcome outcome =
+      run({ShareRequest::File{"/docs/a.txt"}, ShareRequest::File{"/docs/a.txt"}});
+  EXPECT_TRUE(outcome.busy);
+  EXPECT_TRUE(outcome.empty);
+  EXPECT_THAT(outcome.missing, SizeIs(2));
+  gate.open();
+  platform.waitUntilIdle();
+  EXPECT_THAT(files->files(), SizeIs(1));
+}
+
+// Whatever moment the message is made at, the outcome names exactly what is not in it.
+TEST_F(ShareRun, TheOutcomeAndTheMessageAgree) {
+  for (int round = 0; round < 20; ++round) {
+    std::vector<ShareRequest::Attachment> attachments;
+    for (int i = 0; i < 40; ++i) {
+      const std::string name = "/docs/" + std::to_string(i);
+      platform.files->add(name, name);
+      attachments.emplace_back(ShareRequest::File{name});
+      const std::string picture = "picture " + std::to_string(i);
+      attachments.emplace_back(ShareRequest::ImageData{{picture.begin(), picture.end()}});
+    }
+    platform.clock->onSleep = [] { std::this_thread::yield(); };  // the budget is over at once
+    std::size_t attached = 0;
+    options.hooks.dryRun = [&](const std::vector<NSURL>& urls, std::string_view, unsigned) {
+      attached = ExtensionMessage::ExtensionMessageWithUrl(urls.at(0))->attachments()->size();
+    };
+    const ShareOutcome outcome = run(attachments);
+    EXPECT_EQ(outcome.missing.size(), attachments.size() - attached);
+    platform.waitUntilIdle();
+  }
+}
+
+TEST_F(ShareRun, NothingIsLostInALargeShare) {
+  std::vector<ShareRequest::Attachment> attachments;
+  for (int i = 0; i < 200; ++i) {
+    const std::string name = std::to_string(i);
+    platform.files->add("/docs/" + name, name);
+    attachments.emplace_back(ShareRequest::Link{"https://a.example/" + name});
+    attachments.emplace_back(ShareRequest::File{"/docs/" + name});
+    const std::string picture = "picture " + name;
+    attachments.emplace_back(ShareRequest::ImageData{{picture.begin(), picture.end()}});
+  }
+  letLoadsTakeTime();
+  EXPECT_THAT(run(attachments).missing, SizeIs(0));
+  const auto message = ShareRun::message();
+  EXPECT_THAT(*message->attachments(), SizeIs(400));
+  std::size_t at = 0;
+  for (int i = 0; i < 200; ++i) {  // in the order given
+    at = message->htmlBody()->find("\"https://a.example/" + std::to_string(i) + "\"", at);
+    ASSERT_NE(at, std::string::npos) << i;
+  }
+}
+
+}  // namespace
+}  // namespace korvane
