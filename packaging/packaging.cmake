@@ -65,3 +65,4 @@ configure_file(packaging/Info.plist.in ${CMAKE_BINARY_DIR}/share/korvane/Info.pl
 install(FILES ${CMAKE_BINARY_DIR}/share/korvane/Info.plist
   DESTINATION ${CMAKE_INSTALL_DATADIR}/korvane)
 install(FILES packaging/korvane-share.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+install(FILES LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR})
