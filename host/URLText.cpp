@@ -10,19 +10,10 @@
 
 #include "platform/NSString.h"
 #include "text/ASCII.h"
+#include "text/PercentEscapes.h"
 
 namespace korvane {
 namespace {
-
-bool beginsEscape(std::string_view text, std::size_t at) {
-  return at + 2 < text.size() && isHexDigit(text[at + 1]) && isHexDigit(text[at + 2]);
-}
-
-void appendEscape(std::string& out, char c) {
-  static constexpr char kDigits[] = "0123456789ABCDEF";
-  const auto byte = static_cast<unsigned char>(c);
-  out += {'%', kDigits[byte >> 4], kDigits[byte & 15]};
-}
 
 // Escapes what is not legal in a URL; with `brackets`, those too.
 std::string escapeIllegal(std::string_view text, bool brackets) {
@@ -33,13 +24,13 @@ std::string escapeIllegal(std::string_view text, bool brackets) {
   for (std::size_t i = 0; i < text.size(); ++i) {
     const char c = text[i];
     const bool legal = isAlphanumeric(c) || kLegal.find(c) != std::string_view::npos;
-    const bool stray = (c == '%' && !beginsEscape(text, i)) || (c == '#' && inFragment) ||
+    const bool stray = (c == '%' && !isPercentEscape(text, i)) || (c == '#' && inFragment) ||
                        (brackets && (c == '[' || c == ']'));
     inFragment = inFragment || c == '#';
     if (legal && !stray) {
       out += c;
     } else {
-      appendEscape(out, c);
+      appendPercentEscape(out, c);
     }
   }
   return out;
@@ -90,8 +81,8 @@ std::string decodedLeniently(std::string_view text) {
   std::string bytes;
   bytes.reserve(text.size());
   for (std::size_t i = 0; i < text.size(); ++i) {
-    if (text[i] == '%' && beginsEscape(text, i)) {
-      bytes += static_cast<char>(std::stoi(std::string(text.substr(i + 1, 2)), nullptr, 16));
+    if (isPercentEscape(text, i)) {
+      bytes += percentEscapeValue(text, i);
       i += 2;
     } else {
       bytes += text[i];

@@ -3,11 +3,10 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
-#include <iterator>
 #include <limits>
 
 #include "text/ASCII.h"
-#include "text/PercentEscapeBlocks.h"
+#include "text/PercentEscapes.h"
 #include "text/UTF8.h"
 
 namespace korvane {
@@ -80,17 +79,6 @@ std::size_t extensionDot(std::string_view path) {
   if (dot == std::string_view::npos || dot == 0 || name == "..") return std::string_view::npos;
   return span.begin + dot;
 }
-
-// The value of a hexadecimal digit; 0xFF for any other byte.
-constexpr std::array<std::uint8_t, 256> kHexValues = [] {
-  std::array<std::uint8_t, 256> values{};
-  values.fill(0xFF);
-  for (std::uint8_t i = 0; i < 10; ++i) values['0' + i] = i;
-  for (std::uint8_t i = 0; i < 6; ++i) values['a' + i] = values['A' + i] = 10 + i;
-  return values;
-}();
-
-std::uint8_t hexValue(char c) { return kHexValues[static_cast<unsigned char>(c)]; }
 
 }  // namespace
 
@@ -194,32 +182,7 @@ std::optional<std::string> stringByAppendingPathExtension(std::string_view path,
 bool isUTF8(std::string_view bytes) { return isValidUTF8(bytes); }
 
 bool appendByReplacingPercentEscapes(std::string& to, std::string_view text, bool plusAsSpace) {
-  const char plus = plusAsSpace ? ' ' : '+';
-  const char* in = text.data();
-  const char* const end = in + text.size();
-  to.reserve(to.size() + text.size());
-  // By way of a buffer, since a string can only grow by bytes that are written twice.
-  std::array<char, 4096> buffer;
-  while (in != end) {
-    const char* const stop = end - in > std::ssize(buffer) ? in + buffer.size() : end;
-    char* out = buffer.data();
-    if (!replaceEscapeBlocks(in, stop, out, plus)) return false;
-    while (in < stop) {
-      if (*in != '%') {
-        *out++ = *in == '+' ? plus : *in;
-        ++in;
-        continue;
-      }
-      if (end - in < 3) return false;
-      const unsigned high = hexValue(in[1]);
-      const unsigned low = hexValue(in[2]);
-      if ((high | low) > 15) return false;
-      *out++ = static_cast<char>(high * 16 + low);
-      in += 3;
-    }
-    to.append(buffer.data(), out);
-  }
-  return true;
+  return appendPercentDecoded(to, text, plusAsSpace);
 }
 
 std::optional<std::string> bytesByReplacingPercentEscapes(std::string_view text) {

@@ -4,7 +4,7 @@
 #include <array>
 #include <cstdint>
 
-#include "text/Base64Blocks.h"
+#include "text/Blocks.h"
 
 namespace korvane {
 namespace {

@@ -5,6 +5,8 @@
 #include <string>
 #include <string_view>
 
+#include "text/Blocks.h"
+
 // Base64 with the standard alphabet (RFC 4648, section 4). Any thread may call.
 namespace korvane {
 
@@ -34,7 +36,9 @@ enum class Base64Leniency {
 std::string encodeBase64(std::string_view bytes);
 
 /// How much memory decodeBase64 asks for.
-constexpr std::size_t base64DecodingRoom(std::size_t textSize) { return textSize / 4 * 3 + 6; }
+constexpr std::size_t base64DecodingRoom(std::size_t textSize) {
+  return textSize / 4 * 3 + 2 + kBase64BlockSlack;
+}
 
 /// Decodes into memory of base64DecodingRoom(text.size()) bytes, which need not all be filled:
 /// gives how many bytes the text stands for. Nothing when it is refused.

@@ -2,7 +2,7 @@
 
 #include <cstring>
 
-#include "text/UTF8Blocks.h"
+#include "text/Blocks.h"
 
 namespace korvane {
 

@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <cstdint>
 
+#include "text/PercentEscapes.h"
+
 namespace korvane::links {
 
 Character characterBefore(std::string_view text, std::size_t at) {
@@ -49,8 +51,7 @@ void appendEncoded(std::string& url, std::string_view characters) {
     const char c = characters[at];
     bool legal = isASCII(c) && c != '{' && c != '}';
     if (c == '%') {
-      legal = at + 2 < characters.size() && isHexDigit(characters[at + 1]) &&
-              isHexDigit(characters[at + 2]);
+      legal = isPercentEscape(characters, at);
     } else if (c == '#') {
       legal = !inFragment;
       inFragment = true;
@@ -58,11 +59,7 @@ void appendEncoded(std::string& url, std::string_view characters) {
     if (legal) {
       url += c;
     } else {
-      constexpr std::string_view digits = "0123456789ABCDEF";
-      const auto byte = static_cast<unsigned char>(c);
-      url += '%';
-      url += digits[byte >> 4];
-      url += digits[byte & 15];
+      appendPercentEscape(url, c);
     }
   }
 }

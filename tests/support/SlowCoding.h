@@ -39,11 +39,10 @@ inline bool slowlyIsUTF8(std::string_view bytes) {
   return true;
 }
 
-/// What URLEncodedString gives, one character at a time.
-inline std::string slowlyURLEncoded(std::string_view text) {
+/// What appendPercentEncoded gives, one byte at a time.
+inline std::string slowlyPercentEncoded(std::string_view bytes) {
   std::string result;
-  if (text.substr(0, 3) == "\uFEFF") text = text.substr(3);
-  for (const char c : text) {
+  for (const char c : bytes) {
     const bool stays = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
                        c == '-' || c == '.' || c == '_' || c == '~';
     if (stays) {
@@ -57,8 +56,14 @@ inline std::string slowlyURLEncoded(std::string_view text) {
   return result;
 }
 
-/// What URLDecodedString gives, one character at a time.
-inline std::optional<std::string> slowlyURLDecoded(std::string_view text, bool plusAsSpace) {
+/// What URLEncodedString gives.
+inline std::string slowlyURLEncoded(std::string_view text) {
+  if (text.substr(0, 3) == "\uFEFF") text = text.substr(3);
+  return slowlyPercentEncoded(text);
+}
+
+/// What appendPercentDecoded gives, one byte at a time.
+inline std::optional<std::string> slowlyPercentDecoded(std::string_view text, bool plusAsSpace) {
   const auto isHex = [&](std::size_t i) {
     return i < text.size() && std::isxdigit(static_cast<unsigned char>(text[i])) != 0;
   };
@@ -72,7 +77,13 @@ inline std::optional<std::string> slowlyURLDecoded(std::string_view text, bool p
       result += text[i] == '+' && plusAsSpace ? ' ' : text[i];
     }
   }
-  if (!slowlyIsUTF8(result)) return std::nullopt;
+  return result;
+}
+
+/// What URLDecodedString gives.
+inline std::optional<std::string> slowlyURLDecoded(std::string_view text, bool plusAsSpace) {
+  auto result = slowlyPercentDecoded(text, plusAsSpace);
+  if (result && !slowlyIsUTF8(*result)) return std::nullopt;
   return result;
 }
 

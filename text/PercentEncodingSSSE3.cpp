@@ -1,15 +1,10 @@
-#include "text/PercentEncodingBlocks.h"
+#include "text/SSSE3.h"
 
-#if defined(__x86_64__) && !defined(KORVANE_PORTABLE)
-#include <immintrin.h>
-
+#ifdef KORVANE_HAS_SSSE3
 #include <array>
 #include <cstdint>
-#endif
 
-namespace korvane::RequestUtils {
-
-#if defined(__x86_64__) && !defined(KORVANE_PORTABLE)
+namespace korvane::ssse3 {
 namespace {
 
 // How four bytes are written, by four bits that tell which of them are escaped. Each byte comes
@@ -36,18 +31,6 @@ constexpr std::array<Pattern, 16> kPatterns = [] {
   return patterns;
 }();
 
-// Compiled for itself and called only where the processor has these instructions.
-#define KORVANE_SSSE3 __attribute__((target("ssse3")))
-
-bool hasSSSE3() {
-  static const bool has = __builtin_cpu_supports("ssse3") != 0;
-  return has;
-}
-
-KORVANE_SSSE3 __m128i load(const char* from) {
-  return _mm_loadu_si128(reinterpret_cast<const __m128i*>(from));
-}
-
 KORVANE_SSSE3 __m128i highHalves(__m128i bytes) {
   return _mm_and_si128(_mm_srli_epi16(bytes, 4), _mm_set1_epi8(0x0F));
 }
@@ -65,7 +48,9 @@ KORVANE_SSSE3 __m128i escapedBytes(__m128i bytes) {
   return _mm_cmpeq_epi8(stays, _mm_setzero_si128());
 }
 
-KORVANE_SSSE3 std::size_t countBlocks(const char*& in, const char* end) {
+}  // namespace
+
+KORVANE_SSSE3 std::size_t countEscaped(const char*& in, const char* end) {
   const __m128i zero = _mm_setzero_si128();
   __m128i counts = zero;  // two of them
   for (; end - in >= 16; in += 16) {
@@ -76,15 +61,19 @@ KORVANE_SSSE3 std::size_t countBlocks(const char*& in, const char* end) {
                                   _mm_cvtsi128_si64(_mm_unpackhi_epi64(counts, counts)));
 }
 
+namespace {
+
 KORVANE_SSSE3 char* storeFour(char* out, __m128i bytes, unsigned escaped) {
   const Pattern& pattern = kPatterns[escaped & 15];
   const __m128i positions =
       _mm_load_si128(reinterpret_cast<const __m128i*>(pattern.positions.data()));
-  _mm_storeu_si128(reinterpret_cast<__m128i*>(out), _mm_shuffle_epi8(bytes, positions));
+  store(out, _mm_shuffle_epi8(bytes, positions));
   return out + pattern.size;
 }
 
-KORVANE_SSSE3 void encodeBlocks(const char*& in, const char* end, char*& out) {
+}  // namespace
+
+KORVANE_SSSE3 void encodePercent(const char*& in, const char* end, char*& out) {
   const __m128i digits =
       _mm_setr_epi8('0', '1', '2', '3', '4', '5', '6', '7', '8', '9', 'A', 'B', 'C', 'D', 'E', 'F');
   const __m128i percents = _mm_set1_epi8('%');
@@ -105,23 +94,5 @@ KORVANE_SSSE3 void encodeBlocks(const char*& in, const char* end, char*& out) {
   }
 }
 
-#undef KORVANE_SSSE3
-
-}  // namespace
-
-std::size_t countEscapedBlocks(const char*& in, const char* end) {
-  return hasSSSE3() ? countBlocks(in, end) : 0;
-}
-
-void encodePercentBlocks(const char*& in, const char* end, char*& out) {
-  if (hasSSSE3()) encodeBlocks(in, end, out);
-}
-
-#else
-
-std::size_t countEscapedBlocks(const char*&, const char*) { return 0; }
-void encodePercentBlocks(const char*&, const char*, char*&) {}
-
+}  // namespace korvane::ssse3
 #endif
-
-}  // namespace korvane::RequestUtils

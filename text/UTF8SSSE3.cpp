@@ -1,14 +1,11 @@
-#include "text/UTF8Blocks.h"
+#include "text/SSSE3.h"
 
+#ifdef KORVANE_HAS_SSSE3
 #include <cstdint>
 
-#if defined(__x86_64__) && !defined(KORVANE_PORTABLE)
-#include <immintrin.h>
-#endif
+#include "text/UTF8.h"
 
-namespace korvane {
-
-#if defined(__x86_64__) && !defined(KORVANE_PORTABLE)
+namespace korvane::ssse3 {
 namespace {
 
 // What can be wrong about two bytes that follow one another. Each table below tells for the values
@@ -80,13 +77,6 @@ alignas(16) constexpr std::uint8_t kSecondHigh[16] = {
     kTooShort,
     kTooShort};
 
-// Compiled for itself and called only where the processor has these instructions.
-#define KORVANE_SSSE3 __attribute__((target("ssse3")))
-
-KORVANE_SSSE3 __m128i load(const void* from) {
-  return _mm_loadu_si128(static_cast<const __m128i*>(from));
-}
-
 // Not zero where a byte of `bytes`, behind those of `before`, is wrong.
 KORVANE_SSSE3 __m128i errors(__m128i bytes, __m128i before) {
   const __m128i half = _mm_set1_epi8(0x0F);
@@ -105,7 +95,9 @@ KORVANE_SSSE3 __m128i errors(__m128i bytes, __m128i before) {
   return _mm_xor_si128(must, wrong);
 }
 
-KORVANE_SSSE3 bool skipBlocks(std::string_view& bytes) {
+}  // namespace
+
+KORVANE_SSSE3 bool skipUTF8(std::string_view& bytes) {
   __m128i before = _mm_setzero_si128();
   __m128i wrong = _mm_setzero_si128();
   std::size_t at = 0;
@@ -121,25 +113,11 @@ KORVANE_SSSE3 bool skipBlocks(std::string_view& bytes) {
   // The last character may go on behind the blocks.
   for (int back = 0; back < 4 && at > 0; ++back) {
     --at;
-    if ((static_cast<unsigned char>(bytes[at]) & 0xC0) != 0x80) break;
+    if (!isUTF8Continuation(bytes[at])) break;
   }
   bytes.remove_prefix(at);
   return true;
 }
 
-#undef KORVANE_SSSE3
-
-}  // namespace
-
-bool skipUTF8Blocks(std::string_view& bytes) {
-  static const bool can = __builtin_cpu_supports("ssse3") != 0;
-  return !can || bytes.size() < 16 || skipBlocks(bytes);
-}
-
-#else
-
-bool skipUTF8Blocks(std::string_view&) { return true; }
-
+}  // namespace korvane::ssse3
 #endif
-
-}  // namespace korvane

@@ -1,22 +1,9 @@
-#include "text/Base64Blocks.h"
+#include "text/SSSE3.h"
 
-#if defined(__x86_64__) && !defined(KORVANE_PORTABLE)
-#include <immintrin.h>
-#endif
+#ifdef KORVANE_HAS_SSSE3
 
-namespace korvane {
-
-#if defined(__x86_64__) && !defined(KORVANE_PORTABLE)
+namespace korvane::ssse3 {
 namespace {
-
-// The instructions of these functions came after the first processors of this kind, so each is
-// compiled for itself and called only where the processor has them.
-#define KORVANE_SSSE3 __attribute__((target("ssse3")))
-
-bool hasSSSE3() {
-  static const bool has = __builtin_cpu_supports("ssse3") != 0;
-  return has;
-}
 
 // Twelve bytes, the first of sixteen, as sixteen numbers of six bits.
 KORVANE_SSSE3 __m128i splitIntoSixBits(__m128i bytes) {
@@ -46,12 +33,16 @@ KORVANE_SSSE3 __m128i toAlphabet(__m128i numbers) {
   return _mm_add_epi8(numbers, _mm_shuffle_epi8(distances, range));
 }
 
-KORVANE_SSSE3 void encodeBlocks(const char*& in, const char* end, char*& out) {
+}  // namespace
+
+KORVANE_SSSE3 void encodeBase64(const char*& in, const char* end, char*& out) {
   for (; end - in >= 16; in += 12, out += 16) {
-    const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in));
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(out), toAlphabet(splitIntoSixBits(bytes)));
+    const __m128i bytes = load(in);
+    store(out, toAlphabet(splitIntoSixBits(bytes)));
   }
 }
+
+namespace {
 
 // The numbers of sixteen letters; false when one of them is outside the alphabet.
 KORVANE_SSSE3 bool fromAlphabet(__m128i letters, __m128i& numbers) {
@@ -75,37 +66,21 @@ KORVANE_SSSE3 bool fromAlphabet(__m128i letters, __m128i& numbers) {
   return true;
 }
 
-KORVANE_SSSE3 void decodeBlocks(const char*& in, const char* end, char*& out) {
+}  // namespace
+
+KORVANE_SSSE3 void decodeBase64(const char*& in, const char* end, char*& out) {
   __m128i numbers;
   for (; end - in >= 16; in += 16, out += 12) {
-    const __m128i letters = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in));
+    const __m128i letters = load(in);
     if (!fromAlphabet(letters, numbers)) return;
     // Pairs of six bits to twelve, pairs of twelve to 24, whose bytes then are put in order.
     const __m128i twelve = _mm_maddubs_epi16(numbers, _mm_set1_epi32(0x01400140));
     const __m128i groups = _mm_madd_epi16(twelve, _mm_set1_epi32(0x00011000));
     const __m128i bytes = _mm_shuffle_epi8(
         groups, _mm_setr_epi8(2, 1, 0, 6, 5, 4, 10, 9, 8, 14, 13, 12, -1, -1, -1, -1));
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(out), bytes);
+    store(out, bytes);
   }
 }
 
-#undef KORVANE_SSSE3
-
-}  // namespace
-
-void encodeBase64Blocks(const char*& in, const char* end, char*& out) {
-  if (hasSSSE3()) encodeBlocks(in, end, out);
-}
-
-void decodeBase64Blocks(const char*& in, const char* end, char*& out) {
-  if (hasSSSE3()) decodeBlocks(in, end, out);
-}
-
-#else
-
-void encodeBase64Blocks(const char*&, const char*, char*&) {}
-void decodeBase64Blocks(const char*&, const char*, char*&) {}
-
+}  // namespace korvane::ssse3
 #endif
-
-}  // namespace korvane

@@ -1,16 +1,10 @@
-#include "text/PercentEscapeBlocks.h"
+#include "text/SSSE3.h"
 
-#if defined(__x86_64__) && !defined(KORVANE_PORTABLE)
-#include <immintrin.h>
-
+#ifdef KORVANE_HAS_SSSE3
 #include <array>
-#include <cstddef>
 #include <cstdint>
-#endif
 
-namespace korvane {
-
-#if defined(__x86_64__) && !defined(KORVANE_PORTABLE)
+namespace korvane::ssse3 {
 namespace {
 
 // For each choice of bytes out of eight, by the bits of a number: where the chosen ones stand, in
@@ -29,13 +23,6 @@ constexpr std::array<Choice, 256> kChoices = [] {
   }
   return choices;
 }();
-
-// Compiled for itself and called only where the processor has these instructions.
-#define KORVANE_SSSE3 __attribute__((target("ssse3")))
-
-KORVANE_SSSE3 __m128i load(const char* from) {
-  return _mm_loadu_si128(reinterpret_cast<const __m128i*>(from));
-}
 
 KORVANE_SSSE3 __m128i notAbove(__m128i bytes, char limit) {
   return _mm_cmpeq_epi8(_mm_min_epu8(bytes, _mm_set1_epi8(limit)), bytes);
@@ -64,7 +51,9 @@ KORVANE_SSSE3 char* storeChosen(char* out, __m128i bytes, unsigned chosen) {
   return out + choice.count;
 }
 
-KORVANE_SSSE3 bool replaceBlocks(const char*& in, const char* end, char*& out, char plus) {
+}  // namespace
+
+KORVANE_SSSE3 bool decodePercent(const char*& in, const char* end, char*& out, char plus) {
   const __m128i percents = _mm_set1_epi8('%');
   const __m128i pluses = _mm_set1_epi8('+');
   const __m128i plusChange = _mm_set1_epi8(static_cast<char>('+' ^ plus));
@@ -93,19 +82,5 @@ KORVANE_SSSE3 bool replaceBlocks(const char*& in, const char* end, char*& out, c
   return true;
 }
 
-#undef KORVANE_SSSE3
-
-}  // namespace
-
-bool replaceEscapeBlocks(const char*& in, const char* end, char*& out, char plus) {
-  static const bool can = __builtin_cpu_supports("ssse3") != 0;
-  return !can || replaceBlocks(in, end, out, plus);
-}
-
-#else
-
-bool replaceEscapeBlocks(const char*&, const char*, char*&, char) { return true; }
-
+}  // namespace korvane::ssse3
 #endif
-
-}  // namespace korvane
