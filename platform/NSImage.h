@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <string>
 #include <utility>
 
 #include "platform/Export.h"
@@ -11,13 +12,18 @@
 namespace korvane {
 
 /// Pixels: rows from the top, each of `stride` bytes, a pixel of `channels` bytes (3: red, green,
-/// blue; 4: and alpha, not premultiplied), in sRGB.
+/// blue; 4: and alpha, not premultiplied).
 struct KORVANE_EXPORT Bitmap {
   std::uint32_t width = 0;
   std::uint32_t height = 0;
   std::uint32_t channels = 4;
   std::size_t stride = 0;
   std::vector<std::uint8_t> pixels;
+  /// The ICC profile of the colours; empty: they are sRGB.
+  std::vector<std::uint8_t> profile{};
+  /// Pixels for each metre, across and down; 0 where it is not known.
+  std::uint32_t pixelsPerMetreX = 0;
+  std::uint32_t pixelsPerMetreY = 0;
 
   friend bool operator==(const Bitmap&, const Bitmap&) = default;
 };
@@ -31,8 +37,10 @@ class KORVANE_EXPORT ImageCodec {
   virtual ~ImageCodec() = default;
   /// The pixels of encoded image data of any format the system knows, turned as its orientation
   /// mark says. Nothing when it cannot be decoded. An image whose dimensions ask for more memory
-  /// than the codec allows is refused before it is decoded.
-  virtual std::shared_ptr<const Bitmap> decode(const NSData& encoded) = 0;
+  /// than the codec allows is refused before it is decoded. Where there is nothing, `why` (which
+  /// may be null) gets the reason: one line of UTF-8 text for people, without a full stop.
+  virtual std::shared_ptr<const Bitmap> decode(const NSData& encoded,
+                                               std::string* why = nullptr) = 0;
   /// The bitmap as a file of that type. Nothing when the bitmap is empty, and when the codec cannot
   /// write it or does not know the type.
   virtual std::optional<NSData> encode(const Bitmap& bitmap, NSBitmapImageFileType type) = 0;

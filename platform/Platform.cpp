@@ -54,7 +54,10 @@ class NoPropertyLists : public PropertyListReader {
 
 class NoImages : public ImageCodec {
  public:
-  std::shared_ptr<const Bitmap> decode(const NSData&) override { return nullptr; }
+  std::shared_ptr<const Bitmap> decode(const NSData&, std::string* why) override {
+    if (why != nullptr) *why = "no pictures can be decoded here";
+    return nullptr;
+  }
   std::optional<NSData> encode(const Bitmap&, NSBitmapImageFileType) override {
     return std::nullopt;
   }

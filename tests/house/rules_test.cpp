@@ -90,9 +90,11 @@ const std::map<std::string, std::set<std::string>> kArrows = {
     {"extension", {"text", "platform", "urlutils", "model"}},
     {"share", {"text", "platform", "urlutils", "model", "extension"}},
     {"linux", {"text", "platform", "formats"}},
+    {"decoder", {"text", "platform", "formats"}},
     {"host", {"text", "platform", "formats", "urlutils", "model", "extension", "share", "linux"}},
     {"programs",
-     {"text", "platform", "formats", "urlutils", "model", "extension", "share", "linux", "host"}},
+     {"text", "platform", "formats", "urlutils", "model", "extension", "share", "linux", "decoder",
+      "host"}},
 };
 
 // The rooms whose libraries are installed: the headers of the folder itself are public.

@@ -12,6 +12,7 @@
 #include <thread>
 #include <vector>
 
+#include "formats/images/DecodedPicture.h"
 #include "support/Pictures.h"
 
 namespace korvane {
@@ -84,6 +85,9 @@ TEST(Images, EveryFormatGivesThePixelsOfItsPicture) {
       {"corners.ico", red, green, blue, white},
       {"corners.webp", red, green, blue, white},
       {"corners.svg", red, green, blue, white},
+      {"corners.tga", red, green, blue, white},
+      {"corners.ppm", red, green, blue, white},
+      {"corners.xpm", red, green, blue, white},
       {"corners-grey.png",
        {0, 0, 0, 255},
        {80, 80, 80, 255},
@@ -153,6 +157,19 @@ class MemoryLimit {
   rlimit before_{};
 };
 
+// The data with one of its chunks, the one of this type, repeated.
+NSData repeated(const NSData& data, const NSData& type, std::size_t before, std::size_t around,
+                int times) {
+  const auto at = std::search(data.begin(), data.end(), type.begin(), type.end()) -
+                  static_cast<std::ptrdiff_t>(before);
+  const std::size_t length = static_cast<std::size_t>(at[2]) << 8 | at[3];
+  const auto end = at + static_cast<std::ptrdiff_t>(length + around);
+  NSData out(data.begin(), at);
+  for (int i = 0; i < times; ++i) out.insert(out.end(), at, end);
+  out.insert(out.end(), end, data.end());
+  return out;
+}
+
 TEST(Images, BombsAreRefusedBeforeTheyAreDecoded) {
   const MemoryLimit limit(std::size_t{1} << 30);
   ::testing::internal::CaptureStderr();
@@ -162,6 +179,35 @@ TEST(Images, BombsAreRefusedBeforeTheyAreDecoded) {
     EXPECT_FALSE(Images().decode(file(name))) << name;
   }
   EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
+}
+
+// What a decoding costs at its worst is bounded, and told.
+TEST(Images, WhatUnpacksToMuchMoreCostsLittle) {
+  const NSData texts = repeated(file("bomb-text.png"), bytes("zTXt"), 4, 12, 300);
+  ASSERT_GT(texts.size(), 2'000'000U);
+  std::string why;
+  const auto bitmap = Images().decode(texts, &why);
+  ASSERT_TRUE(bitmap) << why;
+  EXPECT_EQ(bitmap->width, 48U);
+
+  // The picture inside is left out, or the whole is refused.
+  const auto drawing = Images().decode(file("bomb-embedded.svg"), &why);
+  if (drawing) EXPECT_EQ(drawing->width, 48U);
+
+  NSData scans = file("bomb-scans.jpg");
+  const std::size_t scan = std::string(scans.begin(), scans.end()).rfind("\xFF\xDA");
+  const NSData one(scans.begin() + static_cast<std::ptrdiff_t>(scan), scans.end() - 2);
+  scans.resize(scans.size() - 2);
+  for (int i = 0; i < 5000; ++i) scans.insert(scans.end(), one.begin(), one.end());
+  scans.insert(scans.end(), {0xFF, 0xD9});
+  const Images impatient(ImageDecoder{.patience = std::chrono::milliseconds(1000)});
+  EXPECT_FALSE(Images(impatient).decode(scans, &why));
+  EXPECT_EQ(why, "decoding the picture takes too long");
+
+  // No process that decoded took more than it may.
+  rusage children{};
+  getrusage(RUSAGE_CHILDREN, &children);
+  if (!kSanitized) EXPECT_LE(children.ru_maxrss, 600'000'000 / 1024);
 }
 
 TEST(Images, OfManyFramesOneIsDecoded) {
@@ -197,7 +243,7 @@ TEST(Images, CutOffFilesAreRefused) {
     const NSData whole = file(name);
     // A drawing and a text may lack their last line break.
     const std::size_t end = name == "corners.svg" ? whole.size() - 1 : whole.size();
-    for (std::size_t size = 0; size < end; size += size < 600 ? 1 : 37) {
+    for (std::size_t size = 0; size < end; size += size < 40 ? 1 : 1 + end / 40) {
       const NSData part(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(size));
       EXPECT_FALSE(Images().decode(part)) << name << ' ' << size;
     }
@@ -218,7 +264,7 @@ TEST(Images, DamagedFilesGiveAPictureOrNothing) {
   Images images;
   for (const std::string& name : kSamples) {
     const NSData whole = file(name);
-    for (int round = 0; round < 60; ++round) {
+    for (int round = 0; round < 20; ++round) {
       NSData damaged = whole;
       for (int flips = 0; flips < 1 + round % 4; ++flips) {
         // Mostly in the head, where it matters.
@@ -230,7 +276,7 @@ TEST(Images, DamagedFilesGiveAPictureOrNothing) {
       const auto bitmap = images.decode(damaged);
       if (!bitmap) continue;
       EXPECT_EQ(bitmap->pixels.size(), bitmap->stride * bitmap->height) << name;
-      EXPECT_LE(std::uint64_t{bitmap->width} * bitmap->height, Images::maximumPixels);
+      EXPECT_LE(bitmap->pixels.size(), kMaxPixelBytes);
     }
   }
 }

@@ -18,7 +18,7 @@ using testing::TestPlatform;
 /// Decodes "red" to one red pixel, and nothing else.
 class RedImages : public ImageCodec {
  public:
-  std::shared_ptr<const Bitmap> decode(const NSData& encoded) override {
+  std::shared_ptr<const Bitmap> decode(const NSData& encoded, std::string*) override {
     if (encoded != NSData{'r', 'e', 'd'}) return nullptr;
     return std::make_shared<Bitmap>(Bitmap{1, 1, 3, 3, {255, 0, 0}});
   }

@@ -10,7 +10,7 @@ namespace {
 // "Encodes" one pixel as its bytes behind a letter that names the format.
 class LetterCodec : public ImageCodec {
  public:
-  std::shared_ptr<const Bitmap> decode(const NSData& encoded) override {
+  std::shared_ptr<const Bitmap> decode(const NSData& encoded, std::string*) override {
     if (encoded.size() != 4) return nullptr;
     return std::make_shared<Bitmap>(Bitmap{1, 1, 3, 3, {encoded.begin() + 1, encoded.end()}});
   }

@@ -113,7 +113,7 @@ class MemoryCoordinator : public NSFileCoordinator {
 /// the TIFF form decodes again.
 class FakeImages : public ImageCodec {
  public:
-  std::shared_ptr<const Bitmap> decode(const NSData& encoded) override {
+  std::shared_ptr<const Bitmap> decode(const NSData& encoded, std::string*) override {
     const std::string text(encoded.begin(), encoded.end());
     for (const std::string prefix : {"picture ", "TIFF "}) {
       if (!text.starts_with(prefix)) continue;

@@ -4,6 +4,7 @@
 "corners" is 48 by 32 pixels, one colour in each quarter: red, green; blue, white. The "bomb" files
 are a few bytes that claim 60000 by 60000 pixels (WebP: 16383 by 16383).
 """
+import base64
 import struct
 import zlib
 
@@ -151,3 +152,54 @@ write("bomb.xpm", b"/* XPM */\nstatic char * x[] = {\n\"60000 60000 1 1\",\n\"a 
 write("bomb.xbm", b"#define x_width 60000\n#define x_height 60000\nstatic char x_bits[] = {\n0x00};\n")
 write("large.svg", b"<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"60000\" height=\"30000\">"
       b"<rect width=\"100%\" height=\"100%\" fill=\"#0f0\"/></svg>\n")
+
+# Formats that have no signature, or a text for one.
+write("corners.tga", bytes([0, 0, 2, 0, 0, 0, 0, 0])
+      + struct.pack("<HHHHBB", 0, 0, WIDTH, HEIGHT, 24, 0x20)
+      + b"".join(rows(lambda q: bytes(reversed(COLORS[q])))))
+write("corners.ppm", b"P6\n48 32\n255\n" + b"".join(rows(lambda q: bytes(COLORS[q]))))
+write("corners.xpm", b"/* XPM */\nstatic char * corners[] = {\n\"48 32 4 1\",\n"
+      + b"".join(b"\"%d c #%02x%02x%02x\",\n" % ((q,) + COLORS[q]) for q in range(4))
+      + b",\n".join(b'"' + row + b'"' for row in rows(lambda q: b"%d" % q)) + b"};\n")
+write("text.svg", b"""<svg xmlns="http://www.w3.org/2000/svg" width="48" height="32">
+<text x="2" y="20" font-family="sans-serif" font-size="18">Aa</text></svg>
+""")
+
+# What unpacks to much more than it is. A test repeats the text, and the scan (which is what follows
+# the last 0xFF 0xDA), as often as it wants.
+write("bomb-text.png", png(WIDTH, HEIGHT, 8, 2, rows(lambda q: bytes(COLORS[q])),
+                           chunk(b"zTXt", b"a\0\0" + zlib.compress(bytes(7900000), 9))))
+write("bomb-embedded.svg", b"<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"48\" height=\"32\" "
+      b"xmlns:xlink=\"http://www.w3.org/1999/xlink\"><image width=\"48\" height=\"32\" "
+      b"xlink:href=\"data:image/png;base64," + base64.b64encode(
+          png(20000, 20000, 1, 0, [bytes(2500)] * 20000)) + b"\"/></svg>\n")
+
+
+def jpeg_segment(kind, data):
+    return b"\xff" + bytes([kind]) + struct.pack(">H", len(data) + 2) + data
+
+
+def empty_scan(width, height, first, last):
+    """A progressive scan in which every block ends at once."""
+    blocks = (width + 7) // 8 * ((height + 7) // 8)
+    bits = ""
+    if first == 0:
+        bits = "0" * blocks  # of length 1: no difference
+    else:
+        while blocks > 0:
+            run = min(blocks, 32767)
+            size = run.bit_length() - 1
+            # The code of "2 ** size blocks and more" is its size, in four bits.
+            bits += format(size, "04b") + (format(run - (1 << size), "b").zfill(size) if size else "")
+            blocks -= run
+    bits += "1" * (-len(bits) % 8)
+    data = bytes(int(bits[i:i + 8], 2) for i in range(0, len(bits), 8)).replace(b"\xff", b"\xff\0")
+    return jpeg_segment(0xDA, bytes([1, 1, 0, first, last, 0])) + data
+
+
+side = 6000
+write("bomb-scans.jpg", b"\xff\xd8" + jpeg_segment(0xDB, bytes([0]) + b"\1" * 64)
+      + jpeg_segment(0xC2, struct.pack(">BHHBBBB", 8, side, side, 1, 1, 0x11, 0))
+      + jpeg_segment(0xC4, bytes([0, 1] + [0] * 15 + [0]))
+      + jpeg_segment(0xC4, bytes([0x10] + [0, 0, 0, 15] + [0] * 12 + [n << 4 for n in range(15)]))
+      + empty_scan(side, side, 0, 0) + empty_scan(side, side, 1, 63) + b"\xff\xd9")
