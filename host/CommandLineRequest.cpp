@@ -74,11 +74,11 @@ void addThing(ShareRequest::Item& item, const Arguments::Thing& thing) {
 }  // namespace
 
 ShareRequest requestFromArguments(const Arguments& arguments) {
-  if (arguments.request) {
+  if (!arguments.request.empty()) {
     try {
-      return readShareRequest(bytesOf(readInput(*arguments.request)));
+      return readShareRequest(bytesOf(readInput(arguments.request)));
     } catch (const InputError& error) {
-      throw InputError("unreadable request (" + nameOfInput(*arguments.request) +
+      throw InputError("unreadable request (" + nameOfInput(arguments.request) +
                        "): " + error.what());
     }
   }

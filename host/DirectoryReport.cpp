@@ -1,14 +1,17 @@
 #include "host/DirectoryReport.h"
 
 #include <cmath>
+#include <memory>
+#include <optional>
 #include <string_view>
-#include <utility>
+#include <vector>
 
-#include "host/PrintableText.h"
+#include "host/JSONWriter.h"
 #include "model/ExtensionAddress.h"
 #include "model/ExtensionAlias.h"
 #include "model/ExtensionGroup.h"
 #include "platform/Value.h"
+#include "text/PrintableText.h"
 #include "urlutils/RequestUtils.h"
 
 namespace korvane {
@@ -37,134 +40,136 @@ std::string base64(const NSData& data) {
       .value_or("");
 }
 
-// Puts the parts between brackets, with commas.
-class JSONParts {
- public:
-  explicit JSONParts(const char* brackets) : brackets_(brackets), text_(1, brackets[0]) {}
-  void add(const std::string& part) {
-    if (text_.size() > 1) text_ += ", ";
-    text_ += part;
-  }
-  void add(std::string_view key, const std::string& part) { add(jsonString(key) + ": " + part); }
-  std::string finish() { return std::move(text_) + brackets_[1]; }
-
- private:
-  const char* brackets_;
-  std::string text_;
-};
-
-std::string valueJSON(const Value& value) {
+void writeValue(JSONWriter& json, const Value& value) {
   switch (value.kind()) {
     case Value::Kind::absent:
-      return "null";
+      json.null();
+      break;
     case Value::Kind::number:
-      return std::isfinite(value.doubleValue()) ? value.description() : "null";
+      json.literal(std::isfinite(value.doubleValue()) ? value.description() : "null");
+      break;
     case Value::Kind::boolean:
-      return value.boolValue() ? "true" : "false";
+      json.boolean(value.boolValue());
+      break;
     case Value::Kind::data:
-      return jsonString(base64(value.data()));
-    case Value::Kind::list: {
-      JSONParts parts("[]");
-      for (const Value& element : value.list()) parts.add(valueJSON(element));
-      return parts.finish();
-    }
-    case Value::Kind::dictionary: {
-      JSONParts parts("{}");
-      for (const auto [key, element] : value.dictionary()) parts.add(key, valueJSON(element));
-      return parts.finish();
-    }
+      json.text(base64(value.data()));
+      break;
+    case Value::Kind::list:
+      json.beginList();
+      for (const Value& element : value.list()) writeValue(json, element);
+      json.endList();
+      break;
+    case Value::Kind::dictionary:
+      json.beginObject();
+      for (const auto [key, element] : value.dictionary()) writeValue(json.key(key), element);
+      json.endObject();
+      break;
     default:
-      return jsonString(value.description());
+      json.text(value.description());
   }
 }
 
+void writeRecord(JSONWriter& json, const ExtensionAlias& alias);
+void writeRecord(JSONWriter& json, const ExtensionAccount& account);
+void writeRecord(JSONWriter& json, const ExtensionAddress& address);
+void writeRecord(JSONWriter& json, const ExtensionGroup& group);
+
 template <class Record>
-std::string listJSON(const std::vector<std::shared_ptr<Record>>& records,
-                     std::string (*recordJSON)(const Record&)) {
-  JSONParts parts("[]");
-  for (const auto& record : records) parts.add(recordJSON(*record));
-  return parts.finish();
+void writeList(JSONWriter& json, const std::vector<std::shared_ptr<Record>>& records) {
+  json.beginList();
+  for (const auto& record : records) writeRecord(json, *record);
+  json.endList();
 }
 
-std::string aliasJSON(const ExtensionAlias& alias) {
-  JSONParts parts("{}");
-  parts.add("mail", valueJSON(alias.mail()));
-  parts.add("name", valueJSON(alias.name()));
-  parts.add("account", valueJSON(alias.account()));
-  return parts.finish();
+/// null where it could not be read.
+template <class Record>
+void writeList(JSONWriter& json,
+               const std::optional<std::vector<std::shared_ptr<Record>>>& records) {
+  if (records) {
+    writeList(json, *records);
+  } else {
+    json.null();
+  }
 }
 
-std::string accountJSON(const ExtensionAccount& account) {
-  const auto aliases = account.aliases();
-  JSONParts parts("{}");
-  parts.add("mail", valueJSON(account.mail()));
-  parts.add("name", valueJSON(account.name()));
-  parts.add("type", std::to_string(account.type()));
-  parts.add("enabled", account.enabled() ? "true" : "false");
-  parts.add("aliases", aliases ? listJSON(*aliases, aliasJSON) : "null");
-  return parts.finish();
+void writeRecord(JSONWriter& json, const ExtensionAlias& alias) {
+  json.beginObject();
+  writeValue(json.key("mail"), alias.mail());
+  writeValue(json.key("name"), alias.name());
+  writeValue(json.key("account"), alias.account());
+  json.endObject();
 }
 
-std::string addressJSON(const ExtensionAddress& address) {
-  JSONParts parts("{}");
-  parts.add("mail", valueJSON(address.mail()));
-  parts.add("firstName", valueJSON(address.firstName()));
-  parts.add("lastName", valueJSON(address.lastName()));
-  parts.add("company", valueJSON(address.company()));
-  parts.add("nickname", valueJSON(address.nickname()));
-  parts.add("rank", std::to_string(address.rank()));
-  parts.add("prettyprint", jsonString(address.prettyprint()));
-  return parts.finish();
+void writeRecord(JSONWriter& json, const ExtensionAccount& account) {
+  json.beginObject();
+  writeValue(json.key("mail"), account.mail());
+  writeValue(json.key("name"), account.name());
+  json.key("type").number(account.type());
+  json.key("enabled").boolean(account.enabled());
+  writeList(json.key("aliases"), account.aliases());
+  json.endObject();
 }
 
-std::string groupJSON(const ExtensionGroup& group) {
-  const auto members = group.addresses();
-  JSONParts parts("{}");
-  parts.add("idx", valueJSON(group.idx()));
-  parts.add("name", valueJSON(group.name()));
-  parts.add("prettyprint", jsonString(group.prettyprint()));
-  parts.add("addresses", members ? listJSON(*members, addressJSON) : "null");
-  return parts.finish();
+void writeRecord(JSONWriter& json, const ExtensionAddress& address) {
+  json.beginObject();
+  writeValue(json.key("mail"), address.mail());
+  writeValue(json.key("firstName"), address.firstName());
+  writeValue(json.key("lastName"), address.lastName());
+  writeValue(json.key("company"), address.company());
+  writeValue(json.key("nickname"), address.nickname());
+  json.key("rank").number(address.rank());
+  json.key("prettyprint").text(address.prettyprint());
+  json.endObject();
+}
+
+void writeRecord(JSONWriter& json, const ExtensionGroup& group) {
+  json.beginObject();
+  writeValue(json.key("idx"), group.idx());
+  writeValue(json.key("name"), group.name());
+  json.key("prettyprint").text(group.prettyprint());
+  writeList(json.key("addresses"), group.addresses());
+  json.endObject();
 }
 
 }  // namespace
 
-std::string accountsText(const ExtensionAccounts& accounts) {
-  std::string text;
+void writeAccounts(const ExtensionAccounts& accounts, Output& output) {
   for (const auto& account : accounts) {
-    text += identity(account->mail(), account->name()) + ", type " +
-            std::to_string(account->type()) + (account->enabled() ? "\n" : ", disabled\n");
+    output << identity(account->mail(), account->name()) << ", type "
+           << std::to_string(account->type()) << (account->enabled() ? "\n" : ", disabled\n");
     for (const auto& alias : account->aliases().value_or(ExtensionAccount::Aliases())) {
-      text += "  alias " + identity(alias->mail(), alias->name()) + "\n";
+      output << "  alias " << identity(alias->mail(), alias->name()) << "\n";
     }
   }
-  return text;
 }
 
-std::string contactsText(const ExtensionDirectory& directory) {
-  std::string text;
-  if (!directory.addresses.empty()) text += "Contacts:\n";
-  for (const auto& contact : directory.addresses)
-    text += "  " + shown(contact->prettyprint()) + "\n";
-  if (!directory.groups.empty()) text += "Groups:\n";
+void writeContacts(const ExtensionDirectory& directory, Output& output) {
+  if (!directory.addresses.empty()) output << "Contacts:\n";
+  for (const auto& contact : directory.addresses) {
+    output << "  " << shown(contact->prettyprint()) << "\n";
+  }
+  if (!directory.groups.empty()) output << "Groups:\n";
   for (const auto& group : directory.groups) {
-    text += "  " + shown(group->prettyprint()) + "\n";
+    output << "  " << shown(group->prettyprint()) << "\n";
     for (const auto& member : group->addresses().value_or(ExtensionGroup::Addresses())) {
-      text += "    " + shown(member->prettyprint()) + "\n";
+      output << "    " << shown(member->prettyprint()) << "\n";
     }
   }
-  return text;
 }
 
-std::string accountsJSON(const ExtensionAccounts& accounts) {
-  return listJSON(accounts, accountJSON) + "\n";
+void writeAccountsJSON(const ExtensionAccounts& accounts, Output& output) {
+  JSONWriter json(output);
+  writeList(json, accounts);
+  output << "\n";
 }
 
-std::string contactsJSON(const ExtensionDirectory& directory) {
-  JSONParts parts("{}");
-  parts.add("addresses", listJSON(directory.addresses, addressJSON));
-  parts.add("groups", listJSON(directory.groups, groupJSON));
-  return parts.finish() + "\n";
+void writeContactsJSON(const ExtensionDirectory& directory, Output& output) {
+  JSONWriter json(output);
+  json.beginObject();
+  writeList(json.key("addresses"), directory.addresses);
+  writeList(json.key("groups"), directory.groups);
+  json.endObject();
+  output << "\n";
 }
 
 }  // namespace korvane

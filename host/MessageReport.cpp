@@ -7,7 +7,8 @@
 #include <system_error>
 #include <vector>
 
-#include "host/PrintableText.h"
+#include "host/JSONWriter.h"
+#include "text/PrintableText.h"
 
 namespace korvane {
 namespace {
@@ -96,7 +97,7 @@ std::string messageText(const ExtensionMessage& message) {
     if (!attachment.exists) {
       text += " (missing)\n";
     } else if (!attachment.size) {
-      text += attachment.isFolder ? " (folder)\n" : " (no file)\n";
+      text += attachment.isFolder ? " (folder)\n" : " (not a file)\n";
     } else {
       text += " (" + std::to_string(*attachment.size) +
               (*attachment.size == 1 ? " byte)\n" : " bytes)\n");
@@ -108,26 +109,26 @@ std::string messageText(const ExtensionMessage& message) {
 }
 
 std::string messageJSON(const ExtensionMessage& message) {
-  std::string json = "{";
-  const auto appendMember = [&](std::string_view key, const std::optional<std::string>& text) {
-    json += jsonString(key) + ": ";
-    json += text ? jsonString(*text) : "null";
-    json += ", ";
-  };
-  for (const Field& field : headerFields(message)) appendMember(field.key, field.text);
-  appendMember("plainBody", message.plainBody());
-  appendMember("htmlBody", message.htmlBody());
-  json += "\"attachments\": [";
-  std::string_view separator;
-  for (const Attachment& attachment : inspectAttachments(message)) {
-    json += separator;
-    json += "{\"path\": " + jsonString(attachment.path) +
-            ", \"exists\": " + (attachment.exists ? "true" : "false") +
-            ", \"size\": " + (attachment.size ? std::to_string(*attachment.size) : "null") + "}";
-    separator = ", ";
-  }
-  json += "]}\n";
-  return json;
+  return outputOf([&](Output& output) {
+    JSONWriter json(output);
+    json.beginObject();
+    for (const Field& field : headerFields(message)) json.key(field.key).textOrNull(field.text);
+    json.key("plainBody").textOrNull(message.plainBody());
+    json.key("htmlBody").textOrNull(message.htmlBody());
+    json.key("attachments").beginList();
+    for (const Attachment& attachment : inspectAttachments(message)) {
+      json.beginObject().key("path").text(attachment.path);
+      json.key("exists").boolean(attachment.exists).key("size");
+      if (attachment.size) {
+        json.number(static_cast<std::int64_t>(*attachment.size));
+      } else {
+        json.null();
+      }
+      json.endObject();
+    }
+    json.endList().endObject();
+    output << "\n";
+  });
 }
 
 }  // namespace korvane

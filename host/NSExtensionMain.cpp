@@ -1,10 +1,10 @@
 #include "host/NSExtensionMain.h"
 
-#include <clocale>
-#include <cstdio>
+#include <algorithm>
 #include <cstdlib>
 #include <exception>
 #include <new>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -13,8 +13,9 @@
 #include "host/Arguments.h"
 #include "host/CommandLineRequest.h"
 #include "host/InputError.h"
+#include "host/JSONWriter.h"
 #include "host/OutcomeReport.h"
-#include "host/PrintableText.h"
+#include "host/Program.h"
 #include "host/ShareRun.h"
 #include "host/WatchedServices.h"
 #include "linux/detail/ContainerRoot.h"
@@ -22,32 +23,26 @@
 namespace korvane {
 namespace {
 
-enum ExitStatus { kHandedOver = 0, kNotHandedOver = 1, kUsage = 2 };
+constexpr std::string_view kProgram = "korvane-share";
 
-void complain(const std::string& line) {
-  // The line may hold names from outside.
-  const std::string shown = printableText(line, LineBreaks::show);
-  std::fprintf(stderr, "korvane-share: %s\n", shown.c_str());
-}
-
-bool print(std::string_view text) {
-  return std::fwrite(text.data(), 1, text.size(), stdout) == text.size();
-}
+void complain(std::string_view line) noexcept { fail(kProgram, kFailed, line); }
 
 /// One line of JSON with the application, the options and the URLs. The URLs, of up to 64 MiB, are
 /// written as they stand: they hold nothing that JSON escapes.
-bool printOpening(const std::vector<NSURL>& urls, std::string_view application, unsigned options) {
-  bool isWritten = print("{\"application\":" + jsonString(application) +
-                         ",\"options\":" + std::to_string(options) + ",\"urls\":[");
+void printOpening(const std::vector<NSURL>& urls, std::string_view application, unsigned options) {
+  writeOut("{\"application\":" + jsonString(application) +
+           ",\"options\":" + std::to_string(options) + ",\"urls\":[");
   const char* before = "\"";
   for (const NSURL& url : urls) {
-    isWritten = isWritten && print(before) && print(url.absoluteString()) && print("\"");
+    writeOut(before);
+    writeOut(url.absoluteString());
+    writeOut("\"");
     before = ",\"";
   }
-  return isWritten && print("]}\n") && std::fflush(stdout) == 0;
+  writeOut("]}\n");
 }
 
-int share(const Arguments& arguments) {
+ShareOutcome run(const Arguments& arguments) {
   LinuxOptions services;
   services.bundleIdentifier = arguments.identifier;
   services.logToStandardError = arguments.verbose;
@@ -55,17 +50,59 @@ int share(const Arguments& arguments) {
 
   ShareOptions options{.container = ContainerRoot().path()};
   options.hooks.tell = complain;
-  bool isWritten = true;
+  std::optional<std::string> unwritten;
   if (arguments.dryRun) {
-    options.hooks.dryRun = [&](const auto&... opening) { isWritten = printOpening(opening...); };
+    options.hooks.dryRun = [&](const auto&... opening) {
+      try {
+        printOpening(opening...);
+      } catch (const std::exception& error) {
+        unwritten = error.what();
+      }
+    };
   }
-  const ShareOutcome outcome = runShare(requestFromArguments(arguments), options);
-  if (!isWritten) complain("standard output cannot be written");
-  for (const std::string& line : outcomeLines(outcome)) complain(line);
-  const int status = isWritten && isHandedOver(outcome) ? kHandedOver : kNotHandedOver;
+  ShareOutcome outcome = runShare(requestFromArguments(arguments), options);
+  if (unwritten) {
+    outcome.status = ShareOutcome::Status::notOpened;
+    outcome.reason = *std::move(unwritten);
+  }
+  return outcome;
+}
+
+ShareOutcome ended(ShareOutcome::Status status, const char* what, std::string reason) {
+  ShareOutcome outcome{.status = status, .reason = std::move(reason)};
+  outcome.missing = {{what, outcome.reason}};
+  return outcome;
+}
+
+/// Tells the outcome; gives the exit status.
+int tell(const ShareOutcome& outcome, const Arguments& arguments) noexcept {
+  try {
+    for (const std::string& line : outcomeLines(outcome)) complain(line);
+    if (arguments.json) writeOut(outcomeJSON(outcome));
+  } catch (const std::bad_alloc&) {
+    return fail(kProgram, kFailed, "there is not enough memory to tell what came of it");
+  } catch (const std::exception& error) {
+    return fail(kProgram, kFailed, error.what());
+  }
+  if (outcome.status == ShareOutcome::Status::refused) return kUsage;
+  return isHandedOver(outcome) ? kDone : kFailed;
+}
+
+int share(const Arguments& arguments) {
+  using Status = ShareOutcome::Status;
+  ShareOutcome outcome;
+  try {
+    outcome = run(arguments);
+  } catch (const InputError& error) {
+    outcome = ended(Status::refused, "the request", error.what());
+  } catch (const std::bad_alloc&) {
+    outcome = ended(Status::notOpened, "the share", "there is not enough memory");
+  } catch (const std::exception& error) {
+    outcome = ended(Status::notOpened, "the share", error.what());
+  }
+  const int status = tell(outcome, arguments);
   if (outcome.busy) {
     removeUnfinishedAttachments();
-    std::fflush(nullptr);
     std::_Exit(status);
   }
   return status;
@@ -74,28 +111,14 @@ int share(const Arguments& arguments) {
 }  // namespace
 
 int NSExtensionMain(int argc, char* argv[]) {
-  std::setlocale(LC_ALL, "");
-  try {
-    const Arguments arguments = parseArguments(std::vector<std::string>(argv + 1, argv + argc));
-    switch (arguments.action) {
-      case Arguments::Action::help:
-        return print(helpText()) && std::fflush(stdout) == 0 ? kHandedOver : kNotHandedOver;
-      case Arguments::Action::version:
-        return print(versionText()) && std::fflush(stdout) == 0 ? kHandedOver : kNotHandedOver;
-      case Arguments::Action::share:
-        break;
-    }
-    return share(arguments);
-  } catch (const InputError& error) {
-    complain(error.what() + std::string(" (see korvane-share --help)"));
-    return kUsage;
-  } catch (const std::bad_alloc&) {
-    complain("not handed over: there is not enough memory");
-    return kNotHandedOver;
-  } catch (const std::exception& error) {
-    complain(std::string("not handed over: ") + error.what());
-    return kNotHandedOver;
-  }
+  Arguments arguments;
+  CommandLine line = shareCommandLine(arguments);
+  line.refused = [&](const std::string& reason) {
+    // Wherever it stands: the option that is wrong may come first.
+    if (std::find(argv, argv + argc, std::string_view("--json")) == argv + argc) return;
+    writeOut(outcomeJSON(ended(ShareOutcome::Status::refused, "the command line", reason)));
+  };
+  return runProgram(line, argc, argv, [&] { return share(arguments); });
 }
 
 }  // namespace korvane

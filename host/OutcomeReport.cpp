@@ -2,7 +2,7 @@
 
 #include <cstddef>
 
-#include "host/PrintableText.h"
+#include "host/JSONWriter.h"
 
 namespace korvane {
 namespace {
@@ -25,7 +25,7 @@ std::string nothingLine(const std::vector<MissingThing>& missing) {
 std::vector<std::string> outcomeLines(const ShareOutcome& outcome) {
   switch (outcome.status) {
     case ShareOutcome::Status::refused:
-      return {outcome.reason};
+      return {outcome.reason + " (see korvane-share --help)"};
     case ShareOutcome::Status::notOpened:
       return {"not handed over: " + outcome.reason};
     case ShareOutcome::Status::opened:
@@ -48,19 +48,23 @@ std::vector<std::string> outcomeLines(const ShareOutcome& outcome) {
 
 std::string outcomeJSON(const ShareOutcome& outcome) {
   static constexpr const char* kStatus[] = {"opened", "notOpened", "refused"};
-  std::string json = "{\"status\": ";
-  json += jsonString(kStatus[static_cast<int>(outcome.status)]);
-  json += ", \"application\": ";
-  json += outcome.application.empty() ? "null" : jsonString(outcome.application);
-  json += ", \"missing\": [";
-  const char* separator = "";
-  for (const MissingThing& missing : outcome.missing) {
-    json += separator;
-    json += "{\"item\": " + jsonString(missing.item) +
-            ", \"reason\": " + jsonString(missing.reason) + "}";
-    separator = ", ";
-  }
-  return json + "]}\n";
+  return outputOf([&](Output& output) {
+    JSONWriter json(output);
+    json.beginObject().key("status").text(kStatus[static_cast<int>(outcome.status)]);
+    json.key("application");
+    if (outcome.application.empty()) {
+      json.null();
+    } else {
+      json.text(outcome.application);
+    }
+    json.key("missing").beginList();
+    for (const MissingThing& missing : outcome.missing) {
+      json.beginObject().key("item").text(missing.item);
+      json.key("reason").text(missing.reason).endObject();
+    }
+    json.endList().endObject();
+    output << "\n";
+  });
 }
 
 }  // namespace korvane

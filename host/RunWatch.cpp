@@ -1,5 +1,8 @@
 #include "host/RunWatch.h"
 
+#include <algorithm>
+#include <iterator>
+
 namespace korvane {
 
 /// One call of a load handler.
@@ -9,6 +12,7 @@ struct RunWatch::Delivery {
   bool settled = false;  // what became of the thing is known already
   bool failed = false;
   std::string reason{};
+  std::vector<MissingThing> leftOut{};
 };
 
 /// What the calling thread does.
@@ -78,6 +82,8 @@ void RunWatch::run(Delivery& delivery, const std::function<void()>& handler) {
       if (delivery.settled) return;
       thing.state = delivery.committed && !delivery.failed ? State::delivered : State::missing;
       if (!delivery.reason.empty()) thing.reason.swap(delivery.reason);
+      if (thing.state != State::delivered) return;
+      std::ranges::move(delivery.leftOut, std::back_inserter(watch.others_));
     }
   };
   const Ending ending{*this, delivery};
@@ -109,6 +115,12 @@ void RunWatch::blame(std::string_view reason) {
   if (!work_.delivery) return;
   work_.delivery->failed = true;
   if (work_.delivery->reason.empty()) work_.delivery->reason = reason;
+}
+
+bool RunWatch::leaveOut(std::string item, std::string reason) {
+  if (!work_.delivery) return false;
+  work_.delivery->leftOut.push_back({std::move(item), std::move(reason)});
+  return true;
 }
 
 void RunWatch::errorLogged() noexcept {

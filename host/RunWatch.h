@@ -68,6 +68,9 @@ class RunWatch : public std::enable_shared_from_this<RunWatch> {
   bool commit();
   /// Why the thing that the calling thread delivers fails. The first reason counts.
   void blame(std::string_view reason);
+  /// Something inside the thing that the calling thread delivers, an entry of a folder, is left
+  /// out. False where the thread delivers nothing: then there is nobody to tell.
+  bool leaveOut(std::string item, std::string reason);
   /// An error line was logged on the calling thread.
   void errorLogged() noexcept;
   void jobQueued(bool isBackground);

@@ -88,10 +88,26 @@ std::string reasonOf(const std::optional<NSError>& error, std::string_view path)
   return std::string(text);
 }
 
+/// One entry of a folder that cannot be copied is left out and noted; the rest is attached.
+class LeavingOut : public NSFileManagerDelegate {
+ public:
+  bool fileManager(NSFileManager&, const NSError& shouldProceedAfterError,
+                   std::string_view copyingItemAtPath, std::string_view) override {
+    const auto run = RunScope::current();
+    return run && run->leaveOut(std::string(copyingItemAtPath),
+                                reasonOf(shouldProceedAfterError, copyingItemAtPath));
+  }
+};
+
 /// Notes why things could not be staged, and keeps out of the message what was staged too late.
 class WatchedFiles : public NSFileManager {
  public:
-  explicit WatchedFiles(std::shared_ptr<NSFileManager> files) : files_(std::move(files)) {}
+  explicit WatchedFiles(std::shared_ptr<NSFileManager> files) : files_(std::move(files)) {
+    files_->setDelegate(std::make_shared<LeavingOut>());
+  }
+  void setDelegate(std::shared_ptr<NSFileManagerDelegate> delegate) override {
+    files_->setDelegate(std::move(delegate));
+  }
 
   std::optional<NSURL> containerURLForSecurityApplicationGroupIdentifier(
       std::string_view group) override {

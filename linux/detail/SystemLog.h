@@ -17,9 +17,8 @@ struct KORVANE_EXPORT SystemLogOptions {
 /// The log on a Linux desktop: syslog, in the user facility, and standard error where that is a
 /// terminal or it is asked for. Any thread may call.
 ///
-/// One call is one line, whatever it holds: line breaks and other control characters, characters
-/// that change the direction of a text, and bytes that are not UTF-8 come out as "\n", "\t" or
-/// "\x1b" and the like. The system log gets the first 8,000 bytes of a line.
+/// One call is one line, whatever it holds: see printableText. The system log gets the first 8,000
+/// bytes of a line.
 class KORVANE_EXPORT SystemLog : public LogSink {
  public:
   explicit SystemLog(SystemLogOptions options = {});
@@ -29,8 +28,5 @@ class KORVANE_EXPORT SystemLog : public LogSink {
   std::mutex mutex_;
   bool toStandardError_;
 };
-
-/// The text as one harmless line; see SystemLog.
-KORVANE_EXPORT std::string harmlessLine(std::string_view text);
 
 }  // namespace korvane

@@ -15,12 +15,18 @@ using Thing = Arguments::Thing;
 using Kind = Arguments::Thing::Kind;
 using Words = std::vector<std::string>;
 
+Arguments parseArguments(const Words& words) {
+  Arguments arguments;
+  parse(shareCommandLine(arguments), words);
+  return arguments;
+}
+
 TEST(Arguments, NothingAtAllIsAnEmptyShare) {
   const Arguments arguments = parseArguments({});
-  EXPECT_EQ(arguments.action, Arguments::Action::share);
   EXPECT_THAT(arguments.things, IsEmpty());
   EXPECT_FALSE(arguments.title);
-  EXPECT_FALSE(arguments.request);
+  EXPECT_EQ(arguments.request, "");
+  EXPECT_FALSE(arguments.json);
   EXPECT_EQ(arguments.identifier, "");
   EXPECT_FALSE(arguments.dryRun);
   EXPECT_FALSE(arguments.verbose);
@@ -65,12 +71,6 @@ TEST(Arguments, BytesAreKeptAsTheyAre) {
               ElementsAre(Thing{Kind::item, "\xFF\xFE.txt"}, Thing{Kind::text, "\xE4"}));
 }
 
-TEST(Arguments, HelpAndVersionWinOverWhatFollows) {
-  EXPECT_EQ(parseArguments({"x", "--help", "--nonsense"}).action, Arguments::Action::help);
-  EXPECT_EQ(parseArguments({"-h"}).action, Arguments::Action::help);
-  EXPECT_EQ(parseArguments({"--version", "--title"}).action, Arguments::Action::version);
-}
-
 TEST(Arguments, WrongUsageHasOneClearLine) {
   struct Case {
     Words words;
@@ -99,6 +99,7 @@ TEST(Arguments, WrongUsageHasOneClearLine) {
       {{"--request=a", "x"}, "--request cannot be combined"},
       {{"--request=a", "--title=x"}, "--request cannot be combined"},
       {{"--text=x", "--request=a"}, "--request cannot be combined"},
+      {{"--json", "--dry-run"}, "--json cannot be combined with --dry-run"},
       {{"-", "-"}, "standard input (\"-\") can be read only once"},
       {{"-", "--image=-"}, "standard input (\"-\") can be read only once"},
   };
@@ -121,11 +122,13 @@ TEST(Arguments, ATextOfOneDashIsNoInput) {
 }
 
 TEST(Arguments, HelpNamesEveryOption) {
-  for (const char* name : {"--title", "--text", "--html", "--image", "--request", "--identifier",
-                           "--dry-run", "-v", "--help", "--version", "ITEM", "Exit status"}) {
-    EXPECT_THAT(helpText(), HasSubstr(name));
+  Arguments arguments;
+  const std::string help = helpText(shareCommandLine(arguments));
+  for (const char* name :
+       {"--title", "--text", "--html", "--image", "--request", "--identifier", "--dry-run",
+        "--json", "-v", "--help", "--version", "ITEM", "Exit status"}) {
+    EXPECT_THAT(help, HasSubstr(name));
   }
-  EXPECT_THAT(versionText(), ::testing::MatchesRegex("korvane-share [0-9]+\\.[0-9]+\\.[0-9]+\n"));
 }
 
 }  // namespace

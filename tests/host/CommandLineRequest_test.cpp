@@ -27,7 +27,9 @@ class CommandLineRequest : public ::testing::Test {
   ~CommandLineRequest() override { std::filesystem::current_path("/"); }
 
   ShareRequest read(const std::vector<std::string>& arguments) {
-    ShareRequest request = requestFromArguments(parseArguments(arguments));
+    Arguments taken;
+    parse(shareCommandLine(taken), arguments);
+    ShareRequest request = requestFromArguments(taken);
     unread = request.unread;
     return request;
   }

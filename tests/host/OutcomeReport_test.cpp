@@ -16,7 +16,8 @@ TEST(OutcomeLines, NothingIsSaidWhereAllIsWell) {
 
 TEST(OutcomeLines, WhereNothingArrivesThereIsOneLine) {
   const std::vector<MissingThing> missing{{"a", "why"}, {"b", "so"}};
-  EXPECT_THAT(outcomeLines({.status = Status::refused, .reason = "R"}), ElementsAre("R"));
+  EXPECT_THAT(outcomeLines({.status = Status::refused, .reason = "R"}),
+              ElementsAre("R (see korvane-share --help)"));
   EXPECT_THAT(outcomeLines({.status = Status::notOpened, .reason = "R", .missing = missing}),
               ElementsAre("not handed over: R"));
   EXPECT_THAT(

@@ -47,6 +47,19 @@ TEST_F(Watch, TheFirstReasonCounts) {
   EXPECT_THAT(run->missing(), ElementsAre(MissingThing{"a", "first"}));
 }
 
+TEST_F(Watch, PartsOfAThingThatIsDeliveredMayBeLeftOut) {
+  EXPECT_FALSE(run->leaveOut("x", "nobody delivers anything"));
+  run->deliverStaged(thing, [&] { EXPECT_TRUE(run->leaveOut("x", "why")); });
+  EXPECT_THAT(run->missing(), ElementsAre(MissingThing{"a", "presumed"}));
+  run->deliverStaged(run->add("folder/", ""), [&] {
+    run->leaveOut("/folder/sub/x", "why");
+    run->commit();
+  });
+  EXPECT_THAT(run->missing(),
+              ElementsAre(MissingThing{"a", "presumed"}, MissingThing{"/folder/sub/x", "why"}));
+  EXPECT_THAT(run->namesDelivered(), ElementsAre("folder/"));
+}
+
 TEST_F(Watch, AnErrorLineInTheHandlerIsAFailure) {
   const RunScope scope(run);
   run->deliver(thing, [&] { run->errorLogged(); });

@@ -1,25 +1,17 @@
+#include "host/DirectoryMain.h"
+
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <spawn.h>
 
 #include <filesystem>
-#include <limits>
-#include <nlohmann/json.hpp>
 
-#include "host/DirectoryReport.h"
-#include "model/ExtensionAddress.h"
-#include "model/ExtensionAlias.h"
-#include "model/ExtensionGroup.h"
 #include "support/ChildProcess.h"
 #include "support/PropertyListWriter.h"
 #include "support/TemporaryFolder.h"
-#include "support/TestPlatform.h"
 
 namespace korvane {
 namespace {
 
-using nlohmann::json;
-using testing::BinaryWriter;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::Not;
@@ -131,7 +123,7 @@ TEST_F(KorvaneDirectory, HelpAndVersion) {
   for (const char* option : {"-h", "--help"}) {
     const Outcome outcome = run({option});
     EXPECT_EQ(outcome.status, 0);
-    EXPECT_THAT(outcome.output, StartsWith("usage: korvane-directory "));
+    EXPECT_THAT(outcome.output, StartsWith("Usage: korvane-directory "));
   }
   const Outcome version = run({"--version"});
   EXPECT_EQ(version.status, 0);
@@ -165,96 +157,47 @@ TEST_F(KorvaneDirectory, OutputThatCannotBeWritten) {
   const Outcome outcome = run("sh", {"-c", "exec \"$0\" --json accounts > /dev/full",
                                      KORVANE_BINARY_DIR "/bin/korvane-directory"});
   EXPECT_EQ(outcome.status, 1);
-  EXPECT_THAT(outcome.errors, StartsWith("korvane-directory: cannot write: "));
+  EXPECT_THAT(outcome.errors, StartsWith("korvane-directory: standard output cannot be written: "));
 }
 
-// --- the report ---
-
-// A value of every kind that a property list can hold.
-const List kOddValues = {"\x1b]0;title\x07 line\nbreak \xE2\x80\xAE",
-                         "not UTF-8 \xFF\xC0\x80",
-                         std::string_view("NUL \0 inside", 12),
-                         "\"quotes\" \\ and </script>",
-                         std::numeric_limits<std::int64_t>::min(),
-                         1.5,
-                         1e300,
-                         std::numeric_limits<double>::quiet_NaN(),
-                         -std::numeric_limits<double>::infinity(),
-                         true,
-                         NSDate{0},
-                         NSDate{1e200},
-                         NSData{0, 1, 255, 254},
-                         List{List{"a", 1}, Dictionary{{"k\n", List{}}}},
-                         Dictionary{{"", Dictionary{}}, {"\xFF", "\xFF"}}};
-
-TEST(DirectoryReport, JSONIsValidWhateverTheFieldsHold) {
-  testing::TestPlatform platform;
-  for (const Value& odd : kOddValues) {
-    SCOPED_TRACE(odd.description());
-    const Dictionary fields{{"mail", odd},      {"name", odd},     {"account", odd},
-                            {"firstName", odd}, {"lastName", odd}, {"company", odd},
-                            {"nickname", odd},  {"idx", odd}};
-    Dictionary account = fields;
-    account.set("aliases", List{fields, odd});
-    Dictionary group = fields;
-    group.set("addresses", List{fields, odd});
-    const ExtensionAccounts accounts{std::make_shared<ExtensionAccount>(account),
-                                     std::make_shared<ExtensionAccount>(odd)};
-    ExtensionDirectory directory;
-    directory.addresses = {std::make_shared<ExtensionAddress>(fields),
-                           std::make_shared<ExtensionAddress>(odd)};
-    directory.groups = {std::make_shared<ExtensionGroup>(group),
-                        std::make_shared<ExtensionGroup>(odd)};
-    for (const std::string& text : {accountsJSON(accounts), contactsJSON(directory)}) {
-      const json parsed = json::parse(text, nullptr, false);
-      ASSERT_FALSE(parsed.is_discarded()) << text;
-      for (const char c : text.substr(0, text.size() - 1))
-        EXPECT_GE(static_cast<unsigned char>(c), 0x20);
-    }
-    for (const std::string& text : {accountsText(accounts), contactsText(directory)}) {
-      EXPECT_THAT(text, Not(HasSubstr("\x1b")));
-      EXPECT_THAT(text, Not(HasSubstr("\x07")));
-      EXPECT_FALSE(json(text).dump(-1, ' ', false).empty());  // throws where it is not UTF-8
-    }
-  }
+TEST_F(KorvaneDirectory, WhatCannotBeReadIsNotAnEmptyListing) {
+  const std::string container = folder_.path("home/Q7K4M2XW9P.korvane");
+  write("Accounts.plist", "not a property list");
+  const Outcome outcome = run({"accounts"});
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_EQ(outcome.output, "");
+  EXPECT_EQ(outcome.errors, "korvane-directory: " + container +
+                                "/SharedData/Accounts.plist cannot be read: it does not hold a "
+                                "property list of a list\n");
+  std::filesystem::remove_all(container + "/SharedData");
+  folder_.file("home/Q7K4M2XW9P.korvane/SharedData", "a file");
+  EXPECT_EQ(run({"--json", "accounts"}).errors,
+            "korvane-directory: " + container +
+                "/SharedData/Accounts.plist cannot be read: Not a directory\n");
 }
 
-TEST(DirectoryReport, JSONKeepsTheKinds) {
-  testing::TestPlatform platform;
-  const auto account = std::make_shared<ExtensionAccount>(Dictionary{
-      {"mail", List{1, 2.5, true, NSDate{0}, NSData{1, 2, 3, 4}, Dictionary{{"k", "v"}}}},
-      {"name", std::numeric_limits<std::int64_t>::min()},
-      {"type", 7},
-      {"enabled", "yes"}});
-  EXPECT_EQ(accountsJSON({account}),
-            "[{\"mail\": [1, 2.5, true, \"1970-01-01 00:00:00 +0000\", \"AQIDBA==\", "
-            "{\"k\": \"v\"}], \"name\": -9223372036854775808, \"type\": 7, \"enabled\": true, "
-            "\"aliases\": []}]\n");
-  EXPECT_EQ(accountsJSON({std::make_shared<ExtensionAccount>()}),
-            "[{\"mail\": null, \"name\": null, \"type\": 0, \"enabled\": false, \"aliases\": "
-            "null}]\n");
+TEST_F(KorvaneDirectory, AContainerThatCannotBeLockedIsNotAnEmptyListing) {
+  folder_.file("home/Q7K4M2XW9P.korvane.lock/in the way", "");
+  const Outcome outcome = run({"contacts", "--json"});
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_EQ(outcome.output, "");
+  EXPECT_THAT(outcome.errors, StartsWith("korvane-directory: the container cannot be locked: "));
 }
 
-TEST(DirectoryReport, JSONOfContacts) {
-  testing::TestPlatform platform;
-  ExtensionDirectory directory;
-  directory.addresses = {std::make_shared<ExtensionAddress>(
-      Dictionary{{"mail", "a@b.example"}, {"firstName", "A"}, {"rank", "12"}})};
-  directory.groups = {
-      std::make_shared<ExtensionGroup>(Dictionary{{"idx", 1}, {"addresses", List{Dictionary{}}}}),
-      std::make_shared<ExtensionGroup>("no group")};
-  const json parsed = json::parse(contactsJSON(directory));
-  EXPECT_EQ(parsed["addresses"][0], (json{{"mail", "a@b.example"},
-                                          {"firstName", "A"},
-                                          {"lastName", ""},
-                                          {"company", ""},
-                                          {"nickname", ""},
-                                          {"rank", 12},
-                                          {"prettyprint", "A <a@b.example>"}}));
-  EXPECT_EQ(parsed["groups"][0]["name"], "No Name");
-  EXPECT_EQ(parsed["groups"][0]["prettyprint"], "No Name (1)");
-  EXPECT_EQ(parsed["groups"][0]["addresses"][0]["prettyprint"], "<No Mail>");
-  EXPECT_TRUE(parsed["groups"][1]["addresses"].is_null());
+TEST_F(KorvaneDirectory, ATextThatIsNamedManyTimesTakesTheRoomOfOne) {
+  // A list that names one account 60,000 times, whose mail has a megabyte: 60 GB of listing.
+  const std::string text(1 << 20, 'x');
+  std::string list = testing::BinaryWriter::marker(0xA, 60'000);
+  for (int i = 0; i < 60'000; ++i) list += '\2';
+  write("Accounts.plist",
+        testing::BinaryWriter::file({testing::BinaryWriter::marker(5, text.size()) + text,
+                                     "\x54mail", std::string("\xD1\x01\x00", 3), list},
+                                    3, 1));
+  const Outcome outcome =
+      run("sh", {"-c", "ulimit -v 400000; \"$0\" accounts | head -c 3000000 | wc -c",
+                 KORVANE_BINARY_DIR "/bin/korvane-directory"});
+  EXPECT_EQ(outcome.output, "3000000\n");
+  EXPECT_EQ(outcome.errors, "korvane-directory: standard output cannot be written: Broken pipe\n");
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 #include <chrono>
 #include <filesystem>
 #include <memory>
+#include <nlohmann/json.hpp>
 #include <set>
 #include <thread>
 
@@ -254,6 +255,99 @@ TEST_F(Share, WhatCannotBeStagedDoesNotStopTheRest) {
           line(noImage, "it is not a picture that can be read") + line(pipe, "not a regular file") +
           line("file://elsewhere.example/x", "the URL does not name a file of this machine") +
           line("/none.html", "No such file or directory"));
+}
+
+TEST_F(Share, AnEntryThatCannotBeCopiedDoesNotStopItsFolder) {
+  file("folder/sub/good", "x");
+  fs::create_symlink("/etc/passwd", things / "folder/sub/out");
+  ASSERT_EQ(mkfifo((things / "folder/pipe").c_str(), 0600), 0);
+  const std::string folder = things / "folder";
+  const Finished finished = share({"--dry-run", folder});
+  EXPECT_EQ(finished.status, 0);
+  EXPECT_THAT(attachments(finished.output), ElementsAre("folder"));
+  EXPECT_THAT(finished.errors,
+              AllOf(HasSubstr("korvane-share: " + folder + "/sub/out is not in the message: "),
+                    HasSubstr("korvane-share: " + folder + "/pipe is not in the message: ")));
+  const fs::path staged = desktop.folder / "data/Q7K4M2XW9P.korvane/SharedData/Share/folder";
+  EXPECT_EQ(readFile(staged / "sub/good"), "x");
+  EXPECT_FALSE(fs::exists(staged / "sub/out"));
+}
+
+TEST_F(Share, TheOutcomeIsOneLineOfJSON) {
+  installClient();
+  desktop.startBus();
+  const auto outcome = [](const Finished& finished) {
+    EXPECT_THAT(finished.output, EndsWith("}\n"));
+    return nlohmann::json::parse(finished.output);
+  };
+  using nlohmann::json;
+  const std::string good = file("good.txt", "good");
+  const Finished opened = share({"--json", good, "/none\x1b.txt"});
+  EXPECT_EQ(opened.status, 0);
+  EXPECT_EQ(outcome(opened),
+            json::parse(R"({"status": "opened", "application": "it.drelk.korvane", "missing":
+                [{"item": "/none\u001b.txt", "reason": "No such file or directory"}]})"));
+  EXPECT_EQ(outcome(share({"--json", good}))["missing"], json::array());
+
+  const Finished refused = share({"--json", "--request", "/none"});
+  EXPECT_EQ(refused.status, 2);
+  EXPECT_EQ(outcome(refused),
+            json::parse(R"({"status": "refused", "application": null, "missing": [{"item":
+                "the request", "reason": "unreadable request (/none): No such file or directory"}]})"));
+  EXPECT_EQ(outcome(share({"--nonsense", "--json"}))["status"], "refused");
+
+  const Finished unopened = share({"--json", "--identifier", "it.drelk.korvane2.share", "aa:b"});
+  EXPECT_EQ(unopened.status, 1);
+  const json told = outcome(unopened);
+  EXPECT_EQ(told["status"], "notOpened");
+  EXPECT_EQ(told["application"], "it.drelk.korvane2");
+  EXPECT_EQ(told["missing"][0]["item"], "aa:b");
+  EXPECT_EQ(told["missing"][0]["reason"], "no application it.drelk.korvane2 is installed");
+
+  EXPECT_EQ(share({"--json", "--dry-run", good}).status, 2);
+}
+
+TEST_F(Share, TextsOfAnyEncodingInEveryLocale) {
+  for (const char* locale : {"C", "C.UTF-8", "de_DE.UTF-8"}) {
+    desktop.set("LC_ALL", locale);
+    const Finished finished = share({"--dry-run", "--title", "Grüße", "--text", "caf\xE9",
+                                     "https://a.example/", file("n\xE4me.txt", "x")});
+    EXPECT_EQ(finished.status, 0) << locale << finished.errors;
+    EXPECT_EQ(message(finished.output)->subject(), Value("Grüße"));
+    EXPECT_THAT(body(finished.output), HasSubstr("café"));
+    EXPECT_THAT(attachments(finished.output), ElementsAre("näme.txt"));
+  }
+}
+
+TEST_F(Share, AClosedStandardOutputIsNotTheLockFile) {
+  const Finished finished = desktop.run(
+      {"sh", "-c", "exec '" + kShare + "' --dry-run 'https://a.example/' >&- <&- 2>&-"});
+  EXPECT_EQ(finished.status, 0);
+  EXPECT_EQ(readFile(desktop.folder / "data/Q7K4M2XW9P.korvane.share"), "");
+}
+
+TEST_F(Share, OutputThatCannotBeWrittenIsTold) {
+  for (const std::string arguments :
+       {"--help", "--version", "--dry-run aa:b", "--json --nonsense"}) {
+    const Finished finished =
+        desktop.run({"sh", "-c", "exec '" + kShare + "' " + arguments + " > /dev/full"});
+    EXPECT_EQ(finished.status, 1) << arguments;
+    EXPECT_THAT(finished.errors, HasSubstr("standard output cannot be written: No space left"))
+        << arguments;
+  }
+}
+
+TEST_F(Share, AFileBeyondTheLimitOfFileSizesIsTold) {
+  const std::string large = file("large", std::string(100'000, 'x'));
+  const std::string small = file("small", "x");
+  const Finished finished = desktop.run(
+      {"bash", "-c",
+       "ulimit -f 50; exec '" + kShare + "' --dry-run '" + large + "' '" + small + "' 2> '" +
+           (things / "errors").string() + "' > '" + (things / "output").string() + "'"});
+  EXPECT_EQ(finished.status, 0);
+  EXPECT_THAT(attachments(readFile(things / "output")), ElementsAre("small"));
+  EXPECT_THAT(readFile(things / "errors"),
+              HasSubstr(large + " is not in the message: File too large\n"));
 }
 
 TEST_F(Share, ATitleAloneIsNotHandedOver) {

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "host/PrintableText.h"
+#include "host/JSONWriter.h"
 #include "host/ShareRequest.h"
 
 namespace korvane::testing {

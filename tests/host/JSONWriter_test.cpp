@@ -1,32 +1,16 @@
-#include "host/PrintableText.h"
+#include "host/JSONWriter.h"
 
 #include <gtest/gtest.h>
 
 #include <nlohmann/json.hpp>
 #include <string>
-#include <string_view>
 
 namespace korvane {
 namespace {
 
 using nlohmann::json;
 
-TEST(PrintableText, EveryByteSequence) {
-  EXPECT_EQ(printableText("a\tb\nc\r\nd\re", LineBreaks::keep), "a\tb\nc\nd<U+000D>e");
-  EXPECT_EQ(printableText("a\tb\nc", LineBreaks::show), "a\tb<U+000A>c");
-  EXPECT_EQ(printableText(std::string("\0\x7f\u0085\u2028\u2066", 10), LineBreaks::keep),
-            "<U+0000><U+007F><U+0085><U+2028><U+2066>");
-  EXPECT_EQ(printableText("é漢😀\u200F", LineBreaks::show), "é漢😀\u200F");
-  for (const std::string_view bad : {"\x80", "\xC0", "\xC1", "\xF5", "\xFF"}) {
-    EXPECT_EQ(printableText(bad, LineBreaks::keep), "\uFFFD");
-  }
-  EXPECT_EQ(printableText("\xC0\x80", LineBreaks::keep), "\uFFFD\uFFFD");
-  EXPECT_EQ(printableText("\xED\xA0\x80", LineBreaks::keep), "\uFFFD\uFFFD\uFFFD");
-  EXPECT_EQ(printableText("\xE2\x82", LineBreaks::keep), "\uFFFD\uFFFD");
-  EXPECT_EQ(printableText("\xF4\x90\x80\x80", LineBreaks::keep).size(), 12u);
-}
-
-TEST(PrintableText, JSONStringsOfAllOfUnicode) {
+TEST(JSONString, AllOfUnicode) {
   std::string all;
   for (unsigned scalar = 0; scalar <= 0x10FFFF; ++scalar) {
     if (scalar >= 0xD800 && scalar <= 0xDFFF) continue;
@@ -48,6 +32,21 @@ TEST(PrintableText, JSONStringsOfAllOfUnicode) {
                                    "a\xC3")),
             "\uFFFD"
             "a\uFFFD");
+}
+
+TEST(JSONWriter, PartsMembersAndElements) {
+  const std::string text = outputOf([](Output& output) {
+    JSONWriter writer(output);
+    writer.beginObject().key("a").beginList().endList();
+    writer.key("b\"").beginList().number(-1).text("x").null().beginObject().endObject();
+    writer.beginList().boolean(true).endList().endList();
+    writer.key("c").beginObject().key("d").literal("1.5").endObject();
+    writer.key("e").textOrNull("y").key("f").textOrNull(std::nullopt).endObject();
+  });
+  EXPECT_EQ(text,
+            "{\"a\": [], \"b\\\"\": [-1, \"x\", null, {}, [true]], \"c\": {\"d\": 1.5}, "
+            "\"e\": \"y\", \"f\": null}");
+  EXPECT_FALSE(json::parse(text).is_discarded());
 }
 
 }  // namespace
