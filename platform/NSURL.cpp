@@ -45,13 +45,10 @@ std::optional<std::string> decodedText(std::string_view text) {
   return stringByReplacingPercentEscapes(text);
 }
 
-// Takes a trailing "/" away; of several, all but one.
-void dropTrailingSlash(std::string& path) {
-  const std::size_t last = path.find_last_not_of('/');
-  const std::size_t kept = last == npos ? 0 : last + 1;
-  const std::size_t slashes = path.size() - kept;
-  if (slashes == 0 || path.size() == 1) return;
-  path.resize(slashes == 1 ? kept : kept + 1);
+// The path without the "/" at its end, unless it is nothing else.
+std::string_view withoutSlash(std::string_view path) {
+  if (path.size() > 1 && path.ends_with('/')) path.remove_suffix(1);
+  return path;
 }
 
 // The path that a relative one leads to, `base` being a path up to its last "/": segments "." go,
@@ -92,14 +89,16 @@ struct NSURL::Authority {
 };
 
 bool NSURL::isOpaque() const noexcept {
-  return schemeEnd_ != 0 && !(schemeEnd_ + 1 < text_.size() && text_[schemeEnd_ + 1] == '/');
+  return hasScheme() && !(hierarchyBegin_ < text_.size() && text_[hierarchyBegin_] == '/');
 }
 
-bool NSURL::hasAuthority() const noexcept { return !isOpaque() && pathBegin_ > hierarchyBegin(); }
+bool NSURL::hasSlashesBeforeAuthority() const noexcept {
+  return !isOpaque() && pathBegin_ > hierarchyBegin_;
+}
 
 std::string_view NSURL::authority() const {
-  if (!hasAuthority()) return {};
-  const std::size_t begin = hierarchyBegin() + 2;
+  if (!hasSlashesBeforeAuthority()) return {};
+  const std::size_t begin = hierarchyBegin_ + 2;
   return std::string_view(text_).substr(begin, pathBegin_ - begin);
 }
 
@@ -108,8 +107,8 @@ std::string_view NSURL::rawPath() const {
 }
 
 bool NSURL::locateParts() {
-  schemeEnd_ = findSchemeEnd(text_);
-  std::size_t at = hierarchyBegin();
+  hierarchyBegin_ = findHierarchy(text_);
+  std::size_t at = hierarchyBegin_;
   bool misplaced = false;
   // As findEnd, but steps over brackets and remembers that there were some.
   const auto find = [&](std::uint8_t ends) {
@@ -121,12 +120,13 @@ bool NSURL::locateParts() {
     }
   };
   if (isOpaque()) {
-    for (;;) {
-      find(kHash);
-      if (at == npos) return false;
-      if (at == text_.size()) break;
+    find(kHash);
+    if (at == npos) return false;
+    if (at < text_.size()) {
       misplaced = true;
       ++at;
+      find(kHash);
+      if (at != text_.size()) return false;
     }
     pathBegin_ = pathEnd_ = queryEnd_ = text_.size();
   } else {
@@ -171,40 +171,34 @@ std::optional<NSURL> NSURL::URLWithString(std::string_view text) {
 
 std::optional<NSURL> NSURL::URLWithString(std::string_view text, const NSURL& base) {
   std::optional<NSURL> url = URLWithString(text);
-  if (!url || url->schemeEnd_ != 0) return url;
-  if (base.isOpaque()) return std::nullopt;
+  if (!url || url->hierarchyBegin_ > 1) return url;
+  if (text.empty() || url->isOpaque()) return base;
+  if (url->hasScheme()) url = URLWithString(text.substr(1));
 
-  const std::string_view baseText = base.text_;
   const std::string_view given = url->text_;
   const std::string_view path = url->rawPath();
+  const std::string_view basePath = base.rawPath();
+  const std::string_view authority = url->authority();
   std::string result;
-  result.reserve(baseText.size() + given.size() + 1);
-  if (url->hasAuthority()) {
-    result += baseText.substr(0, base.hierarchyBegin());
-    result += given;
-  } else if (path.empty() && url->queryEnd_ == url->pathEnd_) {
-    result += baseText.substr(0, base.queryEnd_);
-    result += given;
+  result.reserve(base.text_.size() + given.size() + 3);
+  result.append(base.text_, 0, base.hierarchyBegin_);
+  result += "//";
+  result += authority.empty() ? base.authority() : authority;
+  if (!authority.empty() || path.starts_with('/')) {
+    result += path;
   } else if (path.empty()) {
-    result += baseText.substr(0, base.pathEnd_);
-    result += given;
-  } else {
-    result += baseText.substr(0, base.pathBegin_);
-    const std::string_view basePath = base.rawPath();
-    if (path.starts_with('/')) {
-      result += path;
-    } else if (basePath.empty()) {
-      if (base.hasAuthority()) result += '/';
-      result += path;
-    } else {
-      const std::string resolved = resolvedPath(basePath.substr(0, basePath.rfind('/') + 1), path);
-      // What is left after ".." must not be taken for a host or a scheme.
-      if (!base.hasAuthority() && resolved.starts_with("//")) result += "/.";
-      if (base.hierarchyBegin() == 0 && findSchemeEnd(resolved) != 0) result += "./";
-      result += resolved;
+    result += basePath;
+    // A query of the text's own replaces the base's.
+    if (url->queryEnd_ == url->pathEnd_) {
+      result.append(base.text_, base.pathEnd_, base.queryEnd_ - base.pathEnd_);
     }
-    result += given.substr(url->pathEnd_);
+  } else if (basePath.empty()) {
+    result += '/';
+    result += path;
+  } else {
+    result += resolvedPath(basePath.substr(0, basePath.rfind('/') + 1), path);
   }
+  result += given.substr(url->pathEnd_);
   return fromValidText(std::move(result));
 }
 
@@ -243,8 +237,8 @@ NSURL::Authority NSURL::authorityParts() const {
 }
 
 std::optional<std::string> NSURL::scheme() const {
-  if (schemeEnd_ == 0) return std::nullopt;
-  return text_.substr(0, schemeEnd_);
+  if (!hasScheme()) return std::nullopt;
+  return text_.substr(0, hierarchyBegin_ - 1);
 }
 
 std::optional<std::string> NSURL::host() const {
@@ -272,11 +266,13 @@ std::optional<std::string> NSURL::password() const {
 
 std::optional<std::string> NSURL::path() const {
   // An empty path is there only where something stands before it or a ";" behind it.
-  if (isOpaque() || (rawPath().empty() && !hasAuthority())) return std::nullopt;
   const std::string_view raw = rawPath();
-  std::optional<std::string> path = decodedText(raw.substr(0, raw.find(';')));
-  if (path) dropTrailingSlash(*path);
-  return path;
+  if (raw.empty() && authority().empty()) return std::nullopt;
+  const std::string_view path = withoutSlash(raw.substr(0, raw.find(';')));
+  if (path.find('%') == npos) return std::string(path);  // ASCII as it is
+  std::optional<std::string> decoded = stringByReplacingPercentEscapes(path);
+  if (decoded) decoded->resize(withoutSlash(*decoded).size());
+  return decoded;
 }
 
 std::optional<std::string> NSURL::parameterString() const {
@@ -297,7 +293,7 @@ std::optional<std::string> NSURL::fragment() const {
 }
 
 bool NSURL::isFileURL() const {
-  if (schemeEnd_ != 4) return false;
+  if (hierarchyBegin_ != 5) return false;
   static constexpr std::string_view kFile = "file";
   return std::equal(kFile.begin(), kFile.end(), text_.begin(),
                     [](char a, char b) { return a == (b | 0x20); });
@@ -305,7 +301,7 @@ bool NSURL::isFileURL() const {
 
 std::string NSURL::fileSystemRepresentation() const {
   std::string path = decoded(rawPath());
-  dropTrailingSlash(path);
+  while (path.size() > 1 && path.ends_with('/')) path.pop_back();
   return path;
 }
 
@@ -315,7 +311,7 @@ NSURL NSURL::URLByAppendingPathComponent(std::string_view component) const {
   const std::string_view path = raw.substr(0, raw.find(';'));
   const std::size_t last = path.find_last_not_of('/');
   const std::size_t kept = last == npos ? 0 : last + 1;
-  const bool slash = !path.empty() || hasAuthority() || component.starts_with('/');
+  const bool slash = !path.empty() || hasSlashesBeforeAuthority() || component.starts_with('/');
   component.remove_prefix(std::min(component.find_first_not_of('/'), component.size()));
 
   std::string text = text_.substr(0, pathBegin_ + kept);

@@ -21,8 +21,11 @@ class KORVANE_EXPORT NSURL {
 
   /// The URL of a text resolved against a base (RFC 1808, section 4); absoluteString() is the
   /// resolved text. "." and ".." are worked out where the path of the text is relative and the base
-  /// has a path; ".." that leads above the root stays. Nothing where a base such as "mailto:a@b"
-  /// has no path to resolve against.
+  /// has a path; ".." that leads above the root stays. Where the base has no path the text's
+  /// becomes rooted. The result has "//" after its scheme, whatever the base has there: "c" on
+  /// "file:/a/b" gives "file:///a/c". Of a base without parts ("mailto:a@b") only the scheme
+  /// counts. The empty text gives the base as it stands, its fragment too. A text that begins with
+  /// ":" counts without it, or as the empty text where no "/" follows.
   static std::optional<NSURL> URLWithString(std::string_view text, const NSURL& relativeToURL);
 
   /// The file URL of an absolute path of any bytes, percent-encoded. A path that is an existing
@@ -34,12 +37,14 @@ class KORVANE_EXPORT NSURL {
   const std::string& absoluteString() const noexcept { return text_; }
 
   // The parts; absent where the URL has none. host, user and path come with their escapes removed
-  // (absent when the bytes are not UTF-8), the others keep theirs. path loses a trailing "/" (the
-  // root keeps it; of several one stays) and what follows its first ";", which is the
-  // parameterString. path is empty, not absent, where nothing follows a host or precedes a ";"; an
-  // empty host without port and user is absent. A URL without "/" after its scheme ("mailto:a@b")
-  // has a scheme and nothing else, and every "#" in it is escaped.
-  // The first "@" ends user and password, the first ":" in them the user.
+  // (absent when the bytes are not UTF-8), the others keep theirs. What follows the first ";" of
+  // the path is no part of it but the parameterString. path loses one trailing "/", and one more
+  // after its escapes were removed, where it had any; "/" alone stays. It is empty, not absent,
+  // where nothing follows a host or precedes a ";". Between "//" and the path there may be nothing:
+  // such a URL has neither a host nor, by that, a path. The scheme is empty, not absent, in a text
+  // that begins with ":". A URL without "/" after its scheme ("mailto:a@b") has a scheme and
+  // nothing else, and a "#" in it is escaped. The first "@" ends user and password, the first ":"
+  // in them the user.
   std::optional<std::string> scheme() const;
   std::optional<std::string> host() const;
   /// Absent when empty or not decimal; the nearest limit when out of range.
@@ -55,7 +60,7 @@ class KORVANE_EXPORT NSURL {
   bool isFileURL() const;
 
   /// The path as the file system takes it: escapes removed, whatever bytes come out, parameters
-  /// included. Empty where there is no path.
+  /// included, and no "/" at its end unless it is the root. Empty where there is no path.
   std::string fileSystemRepresentation() const;
 
   /// This URL with the component (any bytes) added to its path: exactly one "/" between, the
@@ -77,9 +82,10 @@ class KORVANE_EXPORT NSURL {
   // Finds the parts of a text that is known to be a URL, or tells that it is none.
   bool locateParts();
 
+  bool hasScheme() const noexcept { return hierarchyBegin_ != 0; }
   bool isOpaque() const noexcept;
-  std::size_t hierarchyBegin() const noexcept { return schemeEnd_ == 0 ? 0 : schemeEnd_ + 1; }
-  bool hasAuthority() const noexcept;
+  bool hasSlashesBeforeAuthority() const noexcept;
+  /// What stands between "//" and the path; empty also where there is no "//".
   std::string_view authority() const;
   /// User, password, host and port; the escapes are still there.
   struct Authority;
@@ -90,10 +96,10 @@ class KORVANE_EXPORT NSURL {
 
   // Where the parts of the text stand. An absent part is empty, and its mark ("?", "#") missing.
   std::string text_;
-  std::size_t schemeEnd_ = 0;  // the ":"; 0 without a scheme
-  std::size_t pathBegin_ = 0;  // also the end of the authority
-  std::size_t pathEnd_ = 0;    // the "?", the "#" or the end
-  std::size_t queryEnd_ = 0;   // the "#" or the end
+  std::size_t hierarchyBegin_ = 0;  // after the scheme's ":"; 0 without a scheme
+  std::size_t pathBegin_ = 0;       // also the end of the authority
+  std::size_t pathEnd_ = 0;         // the "?", the "#" or the end
+  std::size_t queryEnd_ = 0;        // the "#" or the end
 };
 
 }  // namespace korvane

@@ -5,9 +5,8 @@
 namespace korvane::urlcharacters {
 
 std::string escapeMisplaced(std::string_view text) {
-  const std::size_t schemeEnd = findSchemeEnd(text);
-  const std::size_t begin = schemeEnd == 0 ? 0 : schemeEnd + 1;
-  const bool opaque = schemeEnd != 0 && !text.substr(begin).starts_with('/');
+  const std::size_t begin = findHierarchy(text);
+  const bool opaque = begin != 0 && !text.substr(begin).starts_with('/');
   std::size_t hostBegin = 0;
   std::size_t authorityEnd = 0;
   if (text.substr(begin).starts_with("//")) {

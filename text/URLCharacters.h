@@ -43,12 +43,14 @@ inline constexpr std::array<std::uint8_t, 256> kClasses = [] {
 
 inline std::uint8_t classOf(char c) { return kClasses[static_cast<unsigned char>(c)]; }
 
-/// Position of the ":" that ends the scheme, 0 without one (RFC 3986, section 3.1).
-inline std::size_t findSchemeEnd(std::string_view text) {
+/// Where what follows the scheme and its ":" begins (RFC 3986, section 3.1); 0 without a scheme. A
+/// text that begins with ":" has the empty scheme.
+inline std::size_t findHierarchy(std::string_view text) {
+  if (text.starts_with(':')) return 1;
   if (text.empty() || !isLetter(text[0])) return 0;
   std::size_t at = 1;
   while (at < text.size() && (classOf(text[at]) & kSchemeCharacter) != 0) ++at;
-  return at < text.size() && text[at] == ':' ? at : 0;
+  return at < text.size() && text[at] == ':' ? at + 1 : 0;
 }
 
 /// The first position from `at` on whose byte is of one of the classes, after checking the escapes
@@ -69,7 +71,7 @@ inline std::size_t findEnd(std::string_view text, std::size_t at, std::uint8_t e
 }
 
 /// The text of a URL with the characters escaped that may stand in it but not where they stand:
-/// square brackets that do not begin or end a host, and "#" in a URL that has no parts.
+/// square brackets that do not begin or end a host, and the "#" of a URL that has no parts.
 std::string escapeMisplaced(std::string_view text);
 
 }  // namespace korvane::urlcharacters

@@ -2,10 +2,12 @@
 
 // A slow, obvious reader of URLs, which the fast one must agree with, and both in one form.
 
+#include <algorithm>
 #include <cctype>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "platform/NSString.h"
 #include "platform/NSURL.h"
@@ -72,9 +74,9 @@ inline Value slowParts(std::string_view given) {
   };
   Dictionary parts;
   std::string absolute, rest = text;
-  if (const auto colon = text.find(':'); colon != text.npos && colon > 0) {
+  if (const auto colon = text.find(':'); colon != text.npos) {
     const std::string scheme = text.substr(0, colon);
-    bool valid = std::isalpha(static_cast<unsigned char>(scheme[0])) != 0;
+    bool valid = scheme.empty() || std::isalpha(static_cast<unsigned char>(scheme[0])) != 0;
     for (const char c : scheme) {
       valid = valid &&
               (std::isalnum(static_cast<unsigned char>(c)) || c == '+' || c == '-' || c == '.');
@@ -84,6 +86,7 @@ inline Value slowParts(std::string_view given) {
       absolute = scheme + ":";
       rest = text.substr(colon + 1);
       if (!rest.starts_with('/')) {
+        if (std::count(rest.begin(), rest.end(), '#') > 1) return {};
         parts.set("absoluteString", Value(absolute + escape(rest, "[]#")));
         return Value(parts);
       }
@@ -92,14 +95,15 @@ inline Value slowParts(std::string_view given) {
   std::optional<std::string> fragment = cut(rest, '#');
   std::optional<std::string> query = cut(rest, '?');
   if (fragment && fragment->find('#') != text.npos) return {};
-  const bool hasHost = rest.starts_with("//");
-  if (hasHost) {
+  bool hasHost = false;
+  if (rest.starts_with("//")) {
     std::string path;
     rest = rest.substr(2);
     if (const auto slash = rest.find('/'); slash != rest.npos) {
       path = rest.substr(slash);
       rest.resize(slash);
     }
+    hasHost = !rest.empty();
     std::string host = rest, user;
     absolute += "//";
     if (const auto at = rest.find('@'); at != rest.npos) {
@@ -117,7 +121,7 @@ inline Value slowParts(std::string_view given) {
     }
     host = kept;
     absolute += host;
-    if (!rest.empty()) {
+    if (hasHost) {
       std::optional<std::string> port;
       const auto end = host.find(']');
       if (host.starts_with('[') && end != host.npos) {
@@ -152,16 +156,107 @@ inline Value slowParts(std::string_view given) {
     absolute += "#" + escape(*fragment, "[]");
   }
   if (const auto parameters = cut(rest, ';')) parts.set("parameterString", Value(*parameters));
+  if (rest != "/" && rest.ends_with('/')) rest.pop_back();
+  const bool escaped = rest.find('%') != rest.npos;
   if (auto path = stringByReplacingPercentEscapes(rest); path && hasPath) {
-    if (path->size() > 1 && path->ends_with("//")) {
-      while (path->size() > 1 && path->ends_with("//")) path->pop_back();
-    } else if (path->size() > 1 && path->ends_with('/')) {
-      path->pop_back();
-    }
+    if (escaped && *path != "/" && path->ends_with('/')) path->pop_back();
     parts.set("path", Value(*path));
   }
   parts.set("absoluteString", Value(absolute));
   return Value(parts);
+}
+
+// A path without its segments "." and without those that a ".." takes away, one after the other.
+inline std::string slowPath(std::string path) {
+  const bool isRooted = path.starts_with('/');
+  if (isRooted) path.erase(0, 1);
+  std::vector<std::string> segments(1);
+  for (const char c : path) {
+    if (c == '/') {
+      segments.emplace_back();
+    } else {
+      segments.back() += c;
+    }
+  }
+  // What is taken from the end leaves its "/".
+  const auto take = [&](std::size_t from, std::size_t to) {
+    if (to == segments.size()) segments.emplace_back();
+    segments.erase(segments.begin() + static_cast<std::ptrdiff_t>(from),
+                   segments.begin() + static_cast<std::ptrdiff_t>(to));
+  };
+  for (std::size_t i = 0; i < segments.size(); ++i) {
+    while (i < segments.size() && segments[i] == ".") take(i, i + 1);
+  }
+  for (std::size_t i = 1; i < segments.size(); ++i) {
+    if (segments[i] == ".." && segments[i - 1] != "..") {
+      take(i - 1, i + 1);
+      i = 0;
+    }
+  }
+  std::string result = isRooted ? "/" : "";
+  for (std::size_t i = 0; i < segments.size(); ++i) result += (i == 0 ? "" : "/") + segments[i];
+  return result;
+}
+
+// A text resolved against a base, each cut into its five parts first; absent where the text is not
+// a URL.
+inline Value slowResolved(std::string_view given, const std::string& base) {
+  const Value parts = slowParts(given);
+  if (parts.isAbsent()) return {};
+  struct Pieces {
+    std::optional<std::string> scheme, query, fragment;
+    std::string authority, path;
+    bool isOpaque = false;
+  };
+  const auto cut = [](std::string text) {
+    Pieces pieces;
+    const std::string scheme = text.substr(0, std::min(text.find_first_of(":/?#"), text.size()));
+    const bool isScheme =
+        text.substr(scheme.size()).starts_with(':') &&
+        (scheme.empty() || (std::isalpha(static_cast<unsigned char>(scheme[0])) != 0 &&
+                            std::all_of(scheme.begin(), scheme.end(), [](char c) {
+                              return std::isalnum(static_cast<unsigned char>(c)) ||
+                                     std::string_view("+-.").find(c) != std::string_view::npos;
+                            })));
+    if (isScheme) {
+      pieces.scheme = scheme;
+      text.erase(0, scheme.size() + 1);
+      pieces.isOpaque = !text.starts_with('/');
+      if (pieces.isOpaque) return pieces;
+    }
+    if (const auto at = text.find('#'); at != text.npos) {
+      pieces.fragment = text.substr(at);
+      text.resize(at);
+    }
+    if (const auto at = text.find('?'); at != text.npos) {
+      pieces.query = text.substr(at);
+      text.resize(at);
+    }
+    if (text.starts_with("//")) {
+      pieces.authority = text.substr(2, std::min(text.find('/', 2), text.size()) - 2);
+      text.erase(0, 2 + pieces.authority.size());
+    }
+    pieces.path = text;
+    return pieces;
+  };
+  const std::string text(parts.objectForKey("absoluteString").text());
+  const Pieces from = cut(base);
+  Pieces to = cut(text);
+  if (to.scheme && !to.scheme->empty()) return Value(text);
+  if (text.empty() || to.isOpaque) return Value(base);
+  if (to.authority.empty()) {
+    to.authority = from.authority;
+    if (to.path.empty()) {
+      to.path = from.path;
+      if (!to.query) to.query = from.query;
+    } else if (to.path[0] != '/') {
+      to.path = from.path.empty()
+                    ? "/" + to.path
+                    : slowPath(from.path.substr(0, from.path.rfind('/') + 1) + to.path);
+    }
+  }
+  return Value((from.scheme ? *from.scheme + ":" : "") + "//" + to.authority + to.path +
+               to.query.value_or("") + to.fragment.value_or(""));
 }
 
 }  // namespace korvane::testing
