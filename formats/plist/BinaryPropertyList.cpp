@@ -86,11 +86,12 @@ class BinaryReader {
   }
 
  private:
-  // The keys of a dictionary as its references name them. Keys that come again have no place of
-  // their own: of such a key the first value counts.
+  // The keys of a dictionary as its references name them. Some have no place of their own and their
+  // values are left out: keys that are not texts, and those that come again, of which the first
+  // value counts.
   struct KeyList {
     Dictionary::Keys keys;
-    std::vector<bool> comesAgain;  // empty where none does
+    std::vector<bool> isLeftOut;  // empty where none is
   };
 
   struct Container {
@@ -183,25 +184,13 @@ class BinaryReader {
     StockedValue& known = known_[object].value;
     if (known.value().isText() || known.value().isData()) return add(known.copy(), kScalarCost);
     const unsigned char* const at = begin(object);
-    switch (*at & 0xF0) {
-      case 0x00:
-        if (*at != 0x08 && *at != 0x09) refuse();
-        return add(*at == 0x09, kScalarCost);
-      case 0x10:
-        return add(integer(at), kScalarCost);
-      case 0x20:
-        return add(real(at), kScalarCost);
-      case 0x30:
-        if (*at != 0x33) refuse();
-        return add(NSDate{fraction(at + 1) + kSecondsTo2001}, kScalarCost);
-      case 0x40:
-      case 0x50:
-      case 0x60:
-        known.set(bytesObject(at));
-        return add(known.copy(), kScalarCost);
-      default:
-        return readContainer(object, at);
+    if ((*at & 0xF0) > 0x60) return readContainer(object, at);
+    Value value = scalar(at);
+    if (value.isText() || value.isData()) {
+      known.set(std::move(value));
+      value = known.copy();
     }
+    add(std::move(value), kScalarCost);
   }
 
   void readContainer(std::uint64_t object, const unsigned char* at) {
@@ -252,7 +241,7 @@ class BinaryReader {
   void readMembers() {
     const std::size_t depth = open_.size();
     Container& container = open_.back();
-    const bool isPlain = !container.keys || container.keys->comesAgain.empty();
+    const bool isPlain = !container.keys || container.keys->isLeftOut.empty();
     while (container.next < container.count) {
       const std::uint64_t object = reference(container.members, container.next++);
       // The quick way for most members: a text that was met before.
@@ -284,31 +273,33 @@ class BinaryReader {
     List keys;
     keys.reserve(count);
     std::set<const char*> seen;  // no characters: very many lists can name the same long keys
-    std::vector<bool> comesAgain(count);
+    std::vector<bool> isLeftOut(count);
     for (std::uint64_t i = 0; i < count; ++i) {
-      const Value& key = readKey(reference(references, i));
-      comesAgain[i] = !seen.insert(key.text().data()).second;
-      if (!comesAgain[i]) keys.push_back(key);
+      const Value* key = readKey(reference(references, i));
+      isLeftOut[i] = !key || !seen.insert(key->text().data()).second;
+      if (!isLeftOut[i]) keys.push_back(*key);
     }
-    if (keys.size() == count) comesAgain.clear();
-    return {Dictionary::Keys(std::move(keys)), std::move(comesAgain)};
+    if (keys.size() == count) isLeftOut.clear();
+    return {Dictionary::Keys(std::move(keys)), std::move(isLeftOut)};
   }
 
-  // Keys of the same characters are one and the same text, told from others by where it lies.
-  const Value& readKey(std::uint64_t object) {
+  // Keys of the same characters are one and the same text, told from others by where it lies. None
+  // where the object is not a text; what a list or dictionary holds is not looked at then.
+  const Value* readKey(std::uint64_t object) {
     Known& known = known_[object];
     if (!known.cost.isKey) {
-      Value text = known.value.value();
-      if (text.isAbsent()) {
+      Value key = known.value.value();
+      if (key.isAbsent()) {
         const unsigned char* const at = begin(object);
-        if ((*at & 0xF0) != 0x50 && (*at & 0xF0) != 0x60) refuse();
-        text = bytesObject(at);
+        if ((*at & 0xF0) > 0x60) return nullptr;
+        key = scalar(at);
+        if (key.isData()) known.value.set(key);
       }
-      if (!text.isText()) refuse();
-      known.value.set(keyTexts_.try_emplace(text.text(), text).first->second);
+      if (!key.isText()) return nullptr;
+      known.value.set(keyTexts_.try_emplace(key.text(), key).first->second);
       known.cost.isKey = true;
     }
-    return known.value.value();
+    return &known.value.value();
   }
 
   List& valuesOf(Container& container) { return container.keys ? stack_ : container.elements; }
@@ -338,9 +329,28 @@ class BinaryReader {
     if (cost.depth >= container.depth) {
       container.depth = static_cast<std::uint16_t>(cost.depth + 1);
     }
-    const bool isIgnored = container.keys && !container.keys->comesAgain.empty() &&
-                           container.keys->comesAgain[container.next - 1];
-    if (!isIgnored) valuesOf(container).push_back(std::move(value));
+    const bool isLeftOut = container.keys && !container.keys->isLeftOut.empty() &&
+                           container.keys->isLeftOut[container.next - 1];
+    if (!isLeftOut) valuesOf(container).push_back(std::move(value));
+  }
+
+  // An object that has no members.
+  Value scalar(const unsigned char* at) {
+    switch (*at & 0xF0) {
+      case 0x00:
+        if (*at == 0x00) return {};
+        if (*at != 0x08 && *at != 0x09) refuse();
+        return *at == 0x09;
+      case 0x10:
+        return integer(at);
+      case 0x20:
+        return real(at);
+      case 0x30:
+        if (*at != 0x33) refuse();
+        return NSDate{fraction(at + 1) + kSecondsTo2001};
+      default:
+        return bytesObject(at);
+    }
   }
 
   // One, two and four bytes are unsigned, eight and sixteen signed.
@@ -377,8 +387,11 @@ class BinaryReader {
     const std::string_view text(reinterpret_cast<const char*>(content.bytes), content.count);
     unsigned char seen = 0;
     for (const char c : text) seen |= static_cast<unsigned char>(c);
-    if (seen >= 0x80) refuse();  // the narrow texts are ASCII
-    return text;
+    if (seen < 0x80) return text;
+    std::string wider;  // from Latin-1, whose bytes are the first characters of Unicode
+    wider.reserve(2 * text.size());
+    for (const char c : text) appendUTF8(static_cast<unsigned char>(c), wider);
+    return wider;
   }
 
   Value uid(const unsigned char* at) const {

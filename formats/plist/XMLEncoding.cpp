@@ -43,13 +43,22 @@ void stopAtErrors(UConverter* converter, UErrorCode* error) {
   ucnv_setToUCallBack(converter, UCNV_TO_U_CALLBACK_STOP, nullptr, nullptr, nullptr, error);
 }
 
+using Converter = std::unique_ptr<UConverter, void (*)(UConverter*)>;
+
+Converter openConverter(const char* encoding, UErrorCode* error) {
+  return Converter(ucnv_open(encoding, error), ucnv_close);
+}
+
 std::optional<std::string> convert(std::string_view bytes, const std::string& encoding) {
   // ICU counts in 32 bits, and the result may be three times as long.
   if (bytes.size() > std::numeric_limits<std::int32_t>::max() / 4) return std::nullopt;
   UErrorCode error = U_ZERO_ERROR;
-  const std::unique_ptr<UConverter, void (*)(UConverter*)> converter(
-      ucnv_open(encoding.c_str(), &error), ucnv_close);
+  Converter converter = openConverter(encoding.c_str(), &error);
   if (U_FAILURE(error)) return std::nullopt;
+  // Writers that say ASCII, under any of its names, and mean Latin-1 are believed in that.
+  if (ucnv_getName(converter.get(), &error) == "US-ASCII"sv) {
+    converter = openConverter("ISO-8859-1", &error);
+  }
   stopAtErrors(converter.get(), &error);
   std::u16string wide(bytes.size() + 1, u'\0');
   const std::int32_t length =
