@@ -22,7 +22,7 @@ void require(bool condition) {
 }
 
 /// A text as it comes back: an absent one as empty, for a URL carries neither, and without one byte
-/// order mark at its beginning, which is no part of a text that is encoded.
+/// order mark at its beginning, which decoding drops.
 std::string carried(std::string text) {
   if (text.starts_with("\xEF\xBB\xBF")) text.erase(0, 3);
   return text;

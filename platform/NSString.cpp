@@ -191,10 +191,17 @@ std::optional<std::string> bytesByReplacingPercentEscapes(std::string_view text)
   return bytes;
 }
 
+bool assignByReplacingPercentEscapes(std::string& to, std::string_view text, bool plusAsSpace) {
+  to.clear();
+  if (!appendByReplacingPercentEscapes(to, text, plusAsSpace) || !isUTF8(to)) return false;
+  if (to.starts_with(kByteOrderMark)) to.erase(0, kByteOrderMark.size());
+  return true;
+}
+
 std::optional<std::string> stringByReplacingPercentEscapes(std::string_view text) {
-  std::optional<std::string> bytes = bytesByReplacingPercentEscapes(text);
-  if (bytes && !isUTF8(*bytes)) return std::nullopt;
-  return bytes;
+  std::string result;
+  if (!assignByReplacingPercentEscapes(result, text)) return std::nullopt;
+  return result;
 }
 
 }  // namespace korvane

@@ -62,7 +62,13 @@ KORVANE_EXPORT bool appendByReplacingPercentEscapes(std::string& to, std::string
 /// when a "%" is not followed by two. The result need not be UTF-8.
 KORVANE_EXPORT std::optional<std::string> bytesByReplacingPercentEscapes(std::string_view text);
 
-/// The same, absent also when the result is not UTF-8.
+/// Replaces `to` by the text without its percent escapes (and without its "+", where asked), less
+/// one U+FEFF at the beginning of the result: there it says how a text was stored. False, and any
+/// text, when an escape is malformed or the result is not UTF-8.
+KORVANE_EXPORT bool assignByReplacingPercentEscapes(std::string& to, std::string_view text,
+                                                    bool plusAsSpace = false);
+
+/// The same as a text of its own; absent where that is false.
 KORVANE_EXPORT std::optional<std::string> stringByReplacingPercentEscapes(std::string_view text);
 
 }  // namespace korvane

@@ -3,8 +3,9 @@
 #include <vector>
 
 #include "platform/NSException.h"
+#include "platform/NSString.h"
+#include "text/PercentEscapes.h"
 #include "urlutils/RequestUtils.h"
-#include "urlutils/detail/PercentEncoding.h"
 #include "urlutils/detail/QueryStrings.h"
 
 // Queries as dictionaries: writing, reading and merging their parameters.
@@ -24,7 +25,7 @@ class Writer {
 
   void write(std::string_view key, const Value& value) {
     encodedKey_.clear();
-    appendURLEncoded(encodedKey_, key);
+    appendPercentEncoded(encodedKey_, key);
     if (!value.isList()) {
       writePair(value, brackets_ && mode_ == URLQueryModeAlwaysList);
       return;
@@ -49,7 +50,7 @@ class Writer {
     if (!query_.empty()) query_ += '&';
     query_ += encodedKey_;
     query_ += brackets ? "[]=" : "=";
-    appendURLEncoded(query_, text);
+    appendPercentEncoded(query_, text);
   }
 
   URLQueryFlags mode_;
@@ -92,7 +93,7 @@ class Reader {
   void readPiece(std::string_view piece) {
     const std::size_t equals = piece.find('=');
     if (equals == std::string_view::npos) return;
-    if (!assignURLDecoded(key_, piece.substr(0, equals), true)) raise("key");
+    if (!assignByReplacingPercentEscapes(key_, piece.substr(0, equals), true)) raise("key");
     const bool listKey = key_.ends_with("[]");
     if (listKey) key_.resize(key_.size() - 2);
 
@@ -101,7 +102,8 @@ class Reader {
     if (!isNew && !parameter.list && mode_ == URLQueryModeKeepFirst) return;
 
     piece.remove_prefix(equals + 1);
-    if (!assignURLDecoded(value_, piece.substr(0, piece.find('=')), true)) raise("value");
+    if (!assignByReplacingPercentEscapes(value_, piece.substr(0, piece.find('=')), true))
+      raise("value");
     if (isNew) {
       parameter.list = mode_ == URLQueryModeAlwaysList || (listKey && mode_ == URLQueryModeCollect);
     } else if (!parameter.list && mode_ == URLQueryModeKeepLast) {

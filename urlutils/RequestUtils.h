@@ -21,12 +21,12 @@ namespace korvane::RequestUtils {
 // Percent encoding (RFC 3986, section 2.1).
 
 /// The text with every byte but ASCII letters and digits and "-", ".", "_", "~" written as "%" and
-/// two upper-case hexadecimal digits. A space becomes "%20", a "%" becomes "%25". A byte order mark
-/// that begins the text is left out.
+/// two upper-case hexadecimal digits. A space becomes "%20", a "%" becomes "%25".
 KORVANE_EXPORT std::string URLEncodedString(std::string_view subject);
 
-/// The text with its percent escapes replaced, after every "+" by a space where asked. Absent when
-/// an escape is malformed or the bytes are not UTF-8.
+/// The text with its percent escapes replaced, after every "+" by a space where asked, less one byte
+/// order mark (U+FEFF) at the beginning of the result. Absent when an escape is malformed or the
+/// bytes are not UTF-8.
 KORVANE_EXPORT std::optional<std::string> URLDecodedString(std::string_view subject,
                                                            bool plusAsSpace);
 

@@ -151,7 +151,7 @@ std::shared_ptr<ExtensionMessage> messageOf(const std::string& text) {
   return message;
 }
 
-/// What percent-encoding makes of a text: one byte order mark at its beginning is no part of it.
+/// What a text is after the way through a URL: decoding drops one byte order mark at its beginning.
 std::string carried(std::string text) {
   if (text.starts_with("\uFEFF")) text.erase(0, 3);
   return text;

@@ -58,7 +58,6 @@ inline std::string slowlyPercentEncoded(std::string_view bytes) {
 
 /// What URLEncodedString gives.
 inline std::string slowlyURLEncoded(std::string_view text) {
-  if (text.substr(0, 3) == "\uFEFF") text = text.substr(3);
   return slowlyPercentEncoded(text);
 }
 
@@ -84,6 +83,7 @@ inline std::optional<std::string> slowlyPercentDecoded(std::string_view text, bo
 inline std::optional<std::string> slowlyURLDecoded(std::string_view text, bool plusAsSpace) {
   auto result = slowlyPercentDecoded(text, plusAsSpace);
   if (result && !slowlyIsUTF8(*result)) return std::nullopt;
+  if (result && result->starts_with("\uFEFF")) result->erase(0, 3);
   return result;
 }
 
