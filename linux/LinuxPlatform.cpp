@@ -1,9 +1,11 @@
 #include "linux/LinuxPlatform.h"
 
 #include <memory>
+#include <optional>
 
 #include "formats/html/HTML.h"
 #include "formats/links/LinkDetector.h"
+#include "linux/detail/ContainerRoot.h"
 #include "linux/detail/DateFormatters.h"
 #include "linux/detail/FileCoordinator.h"
 #include "linux/detail/FileManager.h"
@@ -17,10 +19,12 @@ namespace korvane {
 
 Platform linuxPlatform(const LinuxOptions& options) {
   Platform services;  // brings the system's clock and a thread pool
+  const ContainerRoot container =
+      options.container.empty() ? ContainerRoot() : ContainerRoot(std::optional(options.container));
   services.bundle = std::make_shared<MainBundle>(options.bundleIdentifier);
-  services.fileManager = std::make_shared<FileManager>();
-  services.fileCoordinator = std::make_shared<FileCoordinator>();
-  services.propertyLists = std::make_shared<PropertyLists>();
+  services.fileManager = std::make_shared<FileManager>(FileManagerOptions{.container = container});
+  services.fileCoordinator = std::make_shared<FileCoordinator>(container);
+  services.propertyLists = std::make_shared<PropertyLists>(container);
   services.images = std::make_shared<Images>();
   services.html = std::make_shared<HTML>();
   services.dates = std::make_shared<DateFormatters>();

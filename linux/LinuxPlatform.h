@@ -15,6 +15,10 @@ struct KORVANE_EXPORT LinuxOptions {
   /// of the installed info dictionary.
   std::string bundleIdentifier{};
 
+  /// Where the container of the application group lies: an absolute path, which need not exist yet.
+  /// Empty: in the user's data folder, "$XDG_DATA_HOME/Q7K4M2XW9P.korvane".
+  std::string container{};
+
   /// Write log lines to standard error too. Without it they go there only when standard error is a
   /// terminal; the system log gets them always.
   bool logToStandardError = false;

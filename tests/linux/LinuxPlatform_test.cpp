@@ -62,6 +62,31 @@ TEST_F(LinuxPlatformTest, TheProgramChoosesItsIdentifier) {
             Value("it.drelk.korvane.beta8.share"));
 }
 
+TEST_F(LinuxPlatformTest, TheProgramChoosesWhereTheContainerLies) {
+  const std::string path = folder.path("elsewhere/box");
+  const Platform services = linuxPlatform({.container = path});
+  const auto container =
+      services.fileManager->containerURLForSecurityApplicationGroupIdentifier("Q7K4M2XW9P.korvane");
+  ASSERT_TRUE(container);
+  EXPECT_EQ(container->fileSystemRepresentation(), path);
+  // What is inside is coordinated there, and read there.
+  std::optional<NSError> error;
+  const NSURL list = container->URLByAppendingPathComponent("list.plist");
+  services.fileCoordinator->coordinateWritingItemAtURL(
+      list, NSFileCoordinatorWritingOptions::forDeleting, error, [&](const NSURL& url) {
+        services.fileManager->createDirectoryAtURL(*container, true, error);
+        const std::string_view text = "<plist><array><true/></array></plist>";
+        services.fileManager->writeDataAtomically(NSData(text.begin(), text.end()),
+                                                  url.fileSystemRepresentation(), error);
+      });
+  EXPECT_EQ(error, std::nullopt);
+  EXPECT_EQ(services.propertyLists->arrayWithContentsOfURL(list), List{Value(true)});
+  // A relative path is no container.
+  EXPECT_FALSE(
+      linuxPlatform({.container = "box"})
+          .fileManager->containerURLForSecurityApplicationGroupIdentifier("Q7K4M2XW9P.korvane"));
+}
+
 TEST_F(LinuxPlatformTest, AFailedOpeningTellsWhy) {
   std::string reason;
   const Platform services =
