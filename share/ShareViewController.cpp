@@ -4,8 +4,7 @@
 
 #include "extension/ConstVars.h"
 #include "extension/ExtensionUtilities.h"
-#include "platform/NSException.h"
-#include "platform/NSLog.h"
+#include "share/detail/ShareFull.h"
 
 namespace korvane {
 
@@ -17,7 +16,7 @@ void ShareViewController::loadView() {
   // There is nothing to confirm: the share sheet goes before any item has been read, and the rest
   // happens in the background.
   cancel(nullptr);
-  ExtensionUtilities::GetItemForExtension(extensionContext(), kShareService, ShareFull);
+  ExtensionUtilities::GetItemForExtension(extensionContext(), kShareService, shareFull);
 }
 
 void ShareViewController::viewDidLoad() { NSViewController::viewDidLoad(); }
@@ -30,21 +29,6 @@ void ShareViewController::send(const void* /*sender*/) {
 void ShareViewController::cancel(const void* /*sender*/) {
   const auto context = extensionContext();
   if (context) context->cancelRequestWithError({NSCocoaErrorDomain, NSUserCancelledError, {}});
-}
-
-void ShareViewController::ShareFull(const std::shared_ptr<ExtensionMessage>& message,
-                                    const std::optional<NSError>& error) {
-  if (error) {
-    NSLog("[%@] ShareFull %@", "***ERROR***", *error);
-    return;
-  }
-  if (!message) return;
-  try {
-    const auto url = message->queryUrl(commandCompose);
-    if (url) ExtensionUtilities::LaunchCommands({*url}, false);
-  } catch (const NSException& exception) {
-    NSLog("[%@] ShareFull %@", "***ERROR***", exception);
-  }
 }
 
 }  // namespace korvane

@@ -1,19 +1,14 @@
 #pragma once
 
-#include <memory>
-#include <optional>
 #include <string>
 
-#include "model/ExtensionMessage.h"
 #include "platform/Export.h"
-#include "platform/NSError.h"
 #include "platform/NSViewController.h"
 
 namespace korvane {
 
 /// The extension's principal controller: one share from the request for its view to the launch of
-/// the mail client. Main thread only, but for
-/// ShareFull.
+/// the mail client. Main thread only.
 class KORVANE_EXPORT ShareViewController : public NSViewController {
  public:
   /// "ShareViewController".
@@ -33,13 +28,6 @@ class KORVANE_EXPORT ShareViewController : public NSViewController {
   void send(const void* sender);
   /// Cancels the request with NSCocoaErrorDomain's code 3072. `sender` is ignored.
   void cancel(const void* sender);
-
-  /// What loadView has the extraction call: opens the message's compose command in the mail client.
-  /// An error is logged and ends the share; without a message, or with one that gives no URL,
-  /// nothing is opened and nothing is logged. A refused launch is not reported. Uses nothing of the
-  /// controller, which may be gone by then. Any thread.
-  static void ShareFull(const std::shared_ptr<ExtensionMessage>& message,
-                        const std::optional<NSError>& error);
 };
 
 }  // namespace korvane

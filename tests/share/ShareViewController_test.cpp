@@ -180,33 +180,6 @@ TEST_F(ShareViewControllerTest, WithoutARequestThereIsNothingToCancelOrSend) {
   EXPECT_THAT(platform.workspace->requests(), SizeIs(1));  // an empty message
 }
 
-TEST_F(ShareViewControllerTest, AnExtractionErrorIsOneLine) {
-  const auto message = std::make_shared<ExtensionMessage>();
-  const NSError error{NSPOSIXErrorDomain, 5, "Input/output error"};
-  for (const auto& extracted : {message, std::shared_ptr<ExtensionMessage>()}) {
-    ShareViewController::ShareFull(extracted, error);
-    EXPECT_THAT(platform.log->lines(),
-                ElementsAre("[***ERROR***] ShareFull " + error.description()));
-    platform.log->clear();
-  }
-  EXPECT_THAT(platform.workspace->requests(), IsEmpty());
-}
-
-TEST_F(ShareViewControllerTest, NoMessageIsSilent) {
-  ShareViewController::ShareFull(nullptr, std::nullopt);
-  EXPECT_THAT(platform.workspace->requests(), IsEmpty());
-  EXPECT_THAT(platform.log->lines(), IsEmpty());
-}
-
-TEST_F(ShareViewControllerTest, AMessageThatCannotBeWrittenIsOneLine) {
-  const auto message = std::make_shared<ExtensionMessage>();
-  message->setSubject(Value(1));  // has no length
-  ShareViewController::ShareFull(message, std::nullopt);
-  EXPECT_THAT(platform.log->lines(),
-              ElementsAre(::testing::StartsWith("[***ERROR***] ShareFull ")));
-  EXPECT_THAT(platform.workspace->requests(), IsEmpty());
-}
-
 TEST_F(ShareViewControllerTest, TheNibHasTheClassName) {
   EXPECT_EQ(ShareViewController().nibName(), "ShareViewController");
 }

@@ -1,0 +1,25 @@
+#include "share/detail/ShareFull.h"
+
+#include "extension/ConstVars.h"
+#include "extension/ExtensionUtilities.h"
+#include "platform/NSException.h"
+#include "platform/NSLog.h"
+
+namespace korvane {
+
+void shareFull(const std::shared_ptr<ExtensionMessage>& message,
+               const std::optional<NSError>& error) {
+  if (error) {
+    NSLog("[%@] ShareFull %@", "***ERROR***", *error);
+    return;
+  }
+  if (!message) return;
+  try {
+    const auto url = message->queryUrl(commandCompose);
+    if (url) ExtensionUtilities::LaunchCommands({*url}, false);
+  } catch (const NSException& exception) {
+    NSLog("[%@] ShareFull %@", "***ERROR***", exception);
+  }
+}
+
+}  // namespace korvane
