@@ -69,6 +69,11 @@ std::vector<std::shared_ptr<ExtensionAccount>> ExtensionUtilities::Accounts() {
   return makeRecords<ExtensionAccount>(std::move(accounts));
 }
 
+Dictionary ExtensionDirectory::dictionary() const {
+  return {{"addresses", List(addresses.begin(), addresses.end())},
+          {"groups", List(groups.begin(), groups.end())}};
+}
+
 ExtensionDirectory ExtensionUtilities::AddressesAndGroups() {
   std::optional<List> addresses;
   std::optional<List> groups;

@@ -23,6 +23,9 @@ class ExtensionGroup;
 struct KORVANE_EXPORT ExtensionDirectory {
   std::vector<std::shared_ptr<ExtensionAddress>> addresses;
   std::vector<std::shared_ptr<ExtensionGroup>> groups;
+
+  /// The same as a dictionary: two lists of objects, which are these records.
+  Dictionary dictionary() const;
 };
 
 /// The extension's own operations. Class operations only; all state is in the file system and in
@@ -80,10 +83,11 @@ class KORVANE_EXPORT ExtensionUtilities {
   /// empty list and when the desktop refuses.
   static bool LaunchCommands(const std::vector<NSURL>& urls, bool background);
   /// Opens a command URL for each message. For every message whose URL is valid, the notification
-  /// "ACTION_CALLED_EXTENSION" is posted first, with a MessageCommand as its object; the others are
-  /// skipped. Of the parts of a URL only the account is encoded; what is absent shows as "(null)".
-  /// The result is that of LaunchCommands. No message may be null. Raises NSException for an
-  /// account that is present but no text.
+  /// "ACTION_CALLED_EXTENSION" is posted first, with the dictionary of "message" (the message, an
+  /// object) and "command" (the word, a text) as its object; the others are skipped. Of the parts
+  /// of a URL only the account is encoded; what is absent shows as "(null)". The result is that of
+  /// LaunchCommands. No message may be null. Raises NSException for an account that is present but
+  /// no text.
   static bool LaunchCommandForMessages(
       const std::vector<std::shared_ptr<ExtensionMessage>>& messages, std::string_view commandName,
       bool background);
@@ -96,12 +100,6 @@ class KORVANE_EXPORT ExtensionUtilities {
   /// file's order; a list that is missing is empty. Creates the folder "Contacts" when nothing is
   /// there.
   static ExtensionDirectory AddressesAndGroups();
-};
-
-/// Object of the notification "ACTION_CALLED_EXTENSION": the dictionary of "message" and "command".
-struct KORVANE_EXPORT MessageCommand {
-  std::shared_ptr<ExtensionMessage> message;
-  std::string command;
 };
 
 /// Name of the notification that LaunchCommandForMessages posts.

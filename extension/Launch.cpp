@@ -4,6 +4,7 @@
 #include "extension/ConstVars.h"
 #include "extension/ExtensionUtilities.h"
 #include "platform/NSBundle.h"
+#include "platform/NSException.h"
 #include "platform/NSFormat.h"
 #include "platform/NSNotificationCenter.h"
 #include "platform/NSWorkspace.h"
@@ -26,8 +27,9 @@ const char* editionOf(std::string_view identifier) {
 std::optional<NSURL> commandUrl(const ExtensionMessage& message, std::string_view command) {
   const Value account = message.account();
   // Only the account is encoded. What is absent shows as "(null)".
-  const Value encoded =
-      account.isAbsent() ? account : Value(RequestUtils::URLEncodedString(account.text()));
+  const Value encoded = account.isAbsent() ? account
+                                           : Value(RequestUtils::URLEncodedString(raisingFor(
+                                                 "account", [&] { return account.text(); })));
   return NSURL::URLWithString(
       stringWithFormat("korvane://%@?mail=%@&messageid=%@&folderstandardid=%@", command, encoded,
                        message.messageId(), message.folderStandardId()));
@@ -50,8 +52,8 @@ bool ExtensionUtilities::LaunchCommandForMessages(
   for (const auto& message : messages) {
     auto url = commandUrl(*message, commandName);
     if (!url) continue;
-    const MessageCommand object{message, std::string(commandName)};
-    NSNotificationCenter::defaultCenter().postNotificationName(ACTION_CALLED_EXTENSION, &object);
+    NSNotificationCenter::defaultCenter().postNotificationName(
+        ACTION_CALLED_EXTENSION, Dictionary{{"message", message}, {"command", commandName}});
     urls.push_back(*std::move(url));
   }
   return LaunchCommands(urls, background);

@@ -17,7 +17,7 @@ std::optional<Dictionary> read(std::string_view text, URLQueryFlags options) {
   try {
     return URLQueryParameters(text, options);
   } catch (const NSException& exception) {
-    REQUIRE(exception.name() == NSInvalidArgumentException ||
+    REQUIRE(exception.name() == WrongKindException || exception.name() == UndecodableException ||
             (exception.name() == NSRangeException && text.find('#') < text.find('?')));
     return std::nullopt;
   }

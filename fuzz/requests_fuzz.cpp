@@ -26,7 +26,7 @@ Dictionary parametersOf(const std::string& text) {
   try {
     for (const auto& [key, value] : URLQueryParameters(text)) {
       if (key.ends_with("[]") || key.starts_with("\uFEFF")) continue;
-      if (!value.text().starts_with("\uFEFF")) result.set(Value(key), value);
+      if (!value.text().starts_with("\uFEFF")) result.set(key, value);
     }
   } catch (const NSException&) {
     return {};

@@ -12,10 +12,12 @@ void ExtensionAccount::initWithDictonary(const Value& dictionary) {
     mail_.set(valueForKey(dictionary, "mail", [] { return localizedText("No Mail"); }));
     name_.set(valueForKey(dictionary, "name", [] { return localizedText(""); }));
     // An absent value converts to the defaults, 0 and false.
-    type_.set(dictionary.objectForKey("type").integerValue());
-    enabled_.set(dictionary.objectForKey("enabled").boolValue());
+    const Value type = dictionary.objectForKey("type");
+    type_.set(raisingFor("type", [&] { return type.integerValue(); }));
+    const Value enabled = dictionary.objectForKey("enabled");
+    enabled_.set(raisingFor("enabled", [&] { return enabled.boolValue(); }));
     aliases_.set(Aliases());
-    aliases_.set(recordsOfList<ExtensionAlias>(dictionary.objectForKey("aliases")));
+    aliases_.set(recordsForKey<ExtensionAlias>(dictionary, "aliases"));
   } catch (const NSException& exception) {
     NSLog("ExtensionAccount initWithDictonary %@", exception);
   }

@@ -9,6 +9,7 @@
 
 #include "model/ExtensionAlias.h"
 #include "platform/Export.h"
+#include "platform/NSObject.h"
 #include "platform/Property.h"
 #include "platform/Value.h"
 
@@ -19,7 +20,7 @@ namespace korvane {
 /// A text field holds what the property list had under the field's name, whatever its kind; it is
 /// absent only where nothing set it. Each accessor is indivisible and may be called from any
 /// thread.
-class KORVANE_EXPORT ExtensionAccount {
+class KORVANE_EXPORT ExtensionAccount : public NSObject {
  public:
   /// The account's sender identities; none is null.
   using Aliases = std::vector<std::shared_ptr<ExtensionAlias>>;
@@ -42,7 +43,7 @@ class KORVANE_EXPORT ExtensionAccount {
   void setMail(Value mail) { mail_.set(std::move(mail)); }
   Value name() const { return name_.get(); }
   void setName(Value name) { name_.set(std::move(name)); }
-  /// In the order of the file.
+  /// A copy of the list, in the order of the file; its elements are the account's own.
   std::optional<Aliases> aliases() const { return aliases_.get(); }
   void setAliases(std::optional<Aliases> aliases) { aliases_.set(std::move(aliases)); }
   /// The kind of account, as the mail client numbers them.
@@ -52,7 +53,7 @@ class KORVANE_EXPORT ExtensionAccount {
   void setEnabled(bool enabled) { enabled_.set(enabled); }
 
   /// "ExtensionAccount " and the mail.
-  std::string description() const;
+  std::string description() const override;
 
  private:
   Property<Value> mail_;

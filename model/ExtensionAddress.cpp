@@ -31,7 +31,9 @@ void ExtensionAddress::read(Source& dictionary, Store store) {
     store(company_, valueForKey(dictionary, "company", emptyText));
     store(nickname_, valueForKey(dictionary, "nickname", emptyText));
     const Value rank = dictionary.objectForKey("rank");
-    if (!rank.isAbsent()) store(rank_, rank.integerValue());
+    if (!rank.isAbsent()) {
+      store(rank_, raisingFor("rank", [&] { return rank.integerValue(); }));
+    }
   } catch (const NSException& exception) {
     NSLog("ExtensionAddress initWithDictonary %@", exception);
   }

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "platform/Export.h"
+#include "platform/NSObject.h"
 #include "platform/Property.h"
 #include "platform/Value.h"
 
@@ -15,7 +16,7 @@ namespace korvane {
 /// A text field holds what the property list had under the field's name, whatever its kind; it is
 /// absent only where nothing set it. Each accessor is indivisible and may be called from any
 /// thread.
-class KORVANE_EXPORT ExtensionAddress {
+class KORVANE_EXPORT ExtensionAddress : public NSObject {
  public:
   /// A contact with every field absent and rank 0.
   ExtensionAddress() = default;
@@ -45,7 +46,7 @@ class KORVANE_EXPORT ExtensionAddress {
   void setRank(std::int64_t rank) { rank_.set(rank); }
 
   /// "ExtensionAddress " and the mail.
-  std::string description() const;
+  std::string description() const override;
   /// First and last name with a space between, without white space at the ends; an unset name
   /// shows as "(null)".
   std::string fullName() const;

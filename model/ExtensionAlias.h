@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "platform/Export.h"
+#include "platform/NSObject.h"
 #include "platform/Property.h"
 #include "platform/Value.h"
 
@@ -13,7 +14,7 @@ namespace korvane {
 ///
 /// A field holds what the property list had under its name, whatever its kind; it is absent only
 /// where nothing set it. Each accessor is indivisible and may be called from any thread.
-class KORVANE_EXPORT ExtensionAlias {
+class KORVANE_EXPORT ExtensionAlias : public NSObject {
  public:
   /// An alias with every field absent.
   ExtensionAlias() = default;
@@ -36,7 +37,7 @@ class KORVANE_EXPORT ExtensionAlias {
   void setAccount(Value account) { account_.set(std::move(account)); }
 
   /// "ExtensionAlias " and the mail.
-  std::string description() const;
+  std::string description() const override;
 
  private:
   Property<Value> mail_;

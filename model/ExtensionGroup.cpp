@@ -18,7 +18,7 @@ void ExtensionGroup::read(Source& dictionary) {
     idx_.set(valueForKey(dictionary, "idx", emptyText));
     name_.set(valueForKey(dictionary, "name", noName));
     addresses_.set(Addresses());
-    addresses_.set(recordsOfList<ExtensionAddress>(dictionary.objectForKey("addresses")));
+    addresses_.set(recordsForKey<ExtensionAddress>(dictionary, "addresses"));
   } catch (const NSException& exception) {
     NSLog("ExtensionGroup initWithDictonary %@", exception);
   }

@@ -8,6 +8,7 @@
 
 #include "model/ExtensionAddress.h"
 #include "platform/Export.h"
+#include "platform/NSObject.h"
 #include "platform/Property.h"
 #include "platform/Value.h"
 
@@ -18,7 +19,7 @@ namespace korvane {
 /// A text field holds what the property list had under the field's name, whatever its kind; it is
 /// absent only where nothing set it. Each accessor is indivisible and may be called from any
 /// thread.
-class KORVANE_EXPORT ExtensionGroup {
+class KORVANE_EXPORT ExtensionGroup : public NSObject {
  public:
   /// The members; none is null.
   using Addresses = std::vector<std::shared_ptr<ExtensionAddress>>;
@@ -43,12 +44,12 @@ class KORVANE_EXPORT ExtensionGroup {
   void setIdx(Value idx) { idx_.set(std::move(idx)); }
   Value name() const { return name_.get(); }
   void setName(Value name) { name_.set(std::move(name)); }
-  /// The members in the order of the file.
+  /// A copy of the list of members, in the order of the file; its elements are the group's own.
   std::optional<Addresses> addresses() const { return addresses_.get(); }
   void setAddresses(std::optional<Addresses> addresses) { addresses_.set(std::move(addresses)); }
 
   /// "ExtensionGroup " and the name.
-  std::string description() const;
+  std::string description() const override;
   /// The display line: the name and, where there are members, their number in parentheses.
   std::string prettyprint() const;
 

@@ -39,14 +39,16 @@ void ExtensionMessage::initWithDictonary(const Value& dictionary) {
     unread_.set(valueForKey(dictionary, "isUnread", zero));
     // Single precision, as the client's messages have always been read: a present-day time becomes
     // a multiple of 128 seconds. No date at all is the epoch.
-    const float seconds = dictionary.objectForKey("date").floatValue();
+    const float seconds =
+        raisingFor("date", [&] { return dictionary.objectForKey("date").floatValue(); });
     const NSDate date = NSDate::dateWithTimeIntervalSince1970(double{seconds});
     date_.set(date);
     dateString_.set(ExtensionDate::shared().centralDate(date));
 
     const Value avatar = dictionary.objectForKey("avatar");
     if (!avatar.isAbsent()) {
-      const auto data = dataWithBase64EncodedString(avatar.text());
+      const auto text = raisingFor("avatar", [&] { return avatar.text(); });
+      const auto data = dataWithBase64EncodedString(text);
       if (data) image_.set(NSImage::initWithData(*data));
     }
   } catch (const NSException& exception) {
@@ -78,8 +80,9 @@ bool ExtensionMessage::isEqualToModel(const ExtensionMessage& other) const {
   return equalTexts(messageId(), other.messageId()) && equalTexts(account(), other.account());
 }
 
-bool ExtensionMessage::isEqual(const ExtensionMessage* other) const {
-  return other && isEqualToModel(*other);
+bool ExtensionMessage::isEqual(const NSObject* other) const {
+  const auto* message = dynamic_cast<const ExtensionMessage*>(other);
+  return message && isEqualToModel(*message);
 }
 
 }  // namespace korvane

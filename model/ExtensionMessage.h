@@ -12,6 +12,7 @@
 #include "platform/Export.h"
 #include "platform/NSDate.h"
 #include "platform/NSImage.h"
+#include "platform/NSObject.h"
 #include "platform/NSURL.h"
 #include "platform/Property.h"
 #include "platform/Value.h"
@@ -23,9 +24,10 @@ namespace korvane {
 /// Every field may be absent, which is not the same as empty. Accessors are indivisible for their
 /// own field and may be called from any thread; a sequence of them is not indivisible. Several
 /// threads that append to `attachments` hold the record's lock, see synchronized().
-class KORVANE_EXPORT ExtensionMessage {
+class KORVANE_EXPORT ExtensionMessage : public NSObject {
  public:
-  /// Recipients of one kind; the elements are never null.
+  /// Recipients of one kind; the elements are never null. The getters of lists give copies, whose
+  /// elements are the message's own; what is added to a copy is not added to the message.
   using Addresses = std::vector<std::shared_ptr<ExtensionAddress>>;
 
   /// `htmlBody` and `plainBody` empty; `to`, `cc`, `bcc` and `attachments` empty lists; every other
@@ -83,7 +85,7 @@ class KORVANE_EXPORT ExtensionMessage {
   void setCcString(std::optional<std::string> text) { ccString_.set(std::move(text)); }
   std::optional<std::string> bccString() const { return bccString_.get(); }
   void setBccString(std::optional<std::string> text) { bccString_.set(std::move(text)); }
-  /// Each element a text (a file path) or a URL (a file URL).
+  /// Each element a text (a file path) or a URL (a file URL). A copy: addAttachments adds to it.
   std::optional<List> attachments() const { return attachments_.get(); }
   void setAttachments(std::optional<List> attachments) { attachments_.set(std::move(attachments)); }
 
@@ -127,13 +129,14 @@ class KORVANE_EXPORT ExtensionMessage {
   std::string renderHtml();
 
   /// "ExtensionMessage " and the subject.
-  std::string description() const;
+  std::string description() const override;
 
   /// The same record, or one with the same `messageId` and `account`, compared as the values they
   /// are. Absent ones equal nothing.
   bool isEqualToModel(const ExtensionMessage& other) const;
-  /// The same; false for nullptr.
-  bool isEqual(const ExtensionMessage* other) const;
+  /// The same with any object; nothing but a message equals one.
+  bool isEqual(const NSObject* other) const override;
+  using NSObject::isEqual;
 
  private:
   Property<Value> subject_;

@@ -1,5 +1,6 @@
 // The command URL that opens the mail client with a message.
 #include "model/ExtensionMessage.h"
+#include "platform/NSException.h"
 #include "platform/NSFormat.h"
 #include "urlutils/RequestUtils.h"
 
@@ -27,7 +28,7 @@ Value attachmentPath(const Value& attachment) {
 std::optional<NSURL> ExtensionMessage::queryUrl(std::string_view command) const {
   Dictionary parameters;
   const auto add = [&](const char* key, const Value& text) {
-    if (text.length() > 0) parameters.set(key, text);
+    if (raisingFor(key, [&] { return text.length(); }) > 0) parameters.set(key, text);
   };
   const auto addBody = [&](const char* key, const Property<std::optional<std::string>>& body) {
     body.read([&](const std::optional<std::string>& text) {

@@ -149,7 +149,17 @@ Value Dictionary::objectForKey(std::string_view key) const {
   return value ? *value : Value();
 }
 
-void Dictionary::set(Value key, Value value) {
+void Dictionary::set(std::string_view key, Value value) {
+  const std::size_t at = keys_.position(key);
+  if (at < values_.size()) {
+    values_[at] = std::move(value);
+    return;
+  }
+  values_.append(std::move(value));
+  keys_.own().append(Value(key));
+}
+
+void Dictionary::setSharingKey(Value key, Value value) {
   const std::size_t at = keys_.position(key.text());
   if (at < values_.size()) {
     values_[at] = std::move(value);

@@ -5,9 +5,28 @@
 
 namespace korvane {
 
+NSNotificationObservation& NSNotificationObservation::operator=(
+    NSNotificationObservation&& other) noexcept {
+  std::swap(end_, other.end_);
+  if (this != &other) other.end();
+  return *this;
+}
+
+void NSNotificationObservation::end() {
+  if (const auto end = std::exchange(end_, nullptr)) end();
+}
+
 NSNotificationCenter& NSNotificationCenter::defaultCenter() {
   static auto* center = new NSNotificationCenter;  // never destroyed: late threads may still post
   return *center;
+}
+
+NSNotificationObservation NSNotificationCenter::addObserver(std::string_view name,
+                                                            Callback callback) {
+  // The identity of the observer is a place of its own.
+  auto identity = std::make_shared<char>();
+  addObserver(identity.get(), name, std::move(callback));
+  return NSNotificationObservation([this, identity] { removeObserver(identity.get()); });
 }
 
 void NSNotificationCenter::addObserver(const void* observer, std::string_view name,
@@ -32,7 +51,7 @@ void NSNotificationCenter::removeObserver(const void* observer) {
   for (const auto& observation : removed) observation->ended = true;
 }
 
-void NSNotificationCenter::postNotificationName(std::string_view name, const void* object) {
+void NSNotificationCenter::postNotificationName(std::string_view name, const Value& object) {
   std::vector<std::shared_ptr<Observation>> observations;
   {
     std::lock_guard lock(mutex_);

@@ -6,6 +6,7 @@
 #include <mutex>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "platform/Export.h"
@@ -13,17 +14,36 @@
 
 namespace korvane {
 
+/// An observation that ends when this goes, at the latest. May be moved, not copied; one thread at
+/// a time uses it. An empty one observes nothing.
+class KORVANE_EXPORT NSNotificationObservation {
+ public:
+  NSNotificationObservation() = default;
+  NSNotificationObservation(NSNotificationObservation&&) noexcept = default;
+  NSNotificationObservation& operator=(NSNotificationObservation&& other) noexcept;
+  ~NSNotificationObservation() { end(); }
+  /// Ends the observation now; a call that another thread has begun may still run.
+  void end();
+
+ private:
+  friend class NSNotificationCenter;
+  explicit NSNotificationObservation(std::function<void()> end) : end_(std::move(end)) {}
+  std::function<void()> end_;
+};
+
 /// In-process notifications. Any thread may call.
 class KORVANE_EXPORT NSNotificationCenter {
  public:
-  /// What an observer gets. `object` points to whatever the notification's definition says.
-  using Callback = std::function<void(std::string_view name, const void* object)>;
+  /// What an observer gets: the notification's object is a value, absent where there is none.
+  using Callback = std::function<void(std::string_view name, const Value& object)>;
 
   /// The process's centre.
   static NSNotificationCenter& defaultCenter();
 
-  /// Has `callback` called for every notification of the name. `observer` identifies it to
-  /// removeObserver; it is never dereferenced.
+  /// Has `callback` called for every notification of the name, as long as the result lives. The
+  /// centre must outlive that.
+  [[nodiscard]] NSNotificationObservation addObserver(std::string_view name, Callback callback);
+  /// The same until removeObserver is called. `observer` identifies it; it is never dereferenced.
   void addObserver(const void* observer, std::string_view name, Callback callback);
   /// Ends every observation of this observer; one that never registered is fine.
   void removeObserver(const void* observer);
@@ -31,7 +51,7 @@ class KORVANE_EXPORT NSNotificationCenter {
   /// returns. Observers may add and remove observers: one that is removed, and so may be gone, is
   /// not called any more; one that is added is called from the next post on. What an observer
   /// throws passes to the caller, and the observers after it are not called.
-  void postNotificationName(std::string_view name, const void* object);
+  void postNotificationName(std::string_view name, const Value& object = {});
   /// Number of registrations of an observer.
   std::size_t observationCount(const void* observer) const;
 

@@ -6,7 +6,7 @@
 namespace korvane {
 
 /// One field of a record: indivisible get, set and update, from any thread. Small: one word beside
-/// the value. Copying a Property is not possible; records are shared, not copied.
+/// the value, or none. Copying a Property is not possible; records are shared, not copied.
 template <class T>
 class Property {
  public:
@@ -70,7 +70,9 @@ class Property {
     std::atomic<int>& state_;
   };
 
-  T value_{};
+  // The lock may stand in the bytes that a value leaves unused at its end: a Property of a Value is
+  // as small as the Value.
+  [[no_unique_address]] T value_{};
   mutable std::atomic<int> state_{0};
 };
 

@@ -39,6 +39,14 @@ Value::Value(Dictionary dictionary)
     : Value(Dictionary::valueOf(std::move(dictionary.keys_), dictionary.values_.data())) {}
 Value::Value(NSURL url) : Value(Kind::url, new Box<NSURL>(std::move(url))) {}
 Value::Value(NSImage image) : Value(Kind::image, new Box<NSImage>(std::move(image))) {}
+Value::Value(std::shared_ptr<NSObject> object) {
+  using Object = std::shared_ptr<NSObject>;
+  if (object) *this = Value(Kind::object, new Box<Object>(std::move(object)));
+}
+
+bool NSObject::isEqual(const Value& other) const {
+  return other.isObject() && isEqual(other.object().get());
+}
 
 // The values follow the node in the same allocation, as the bytes of a text do.
 Value Dictionary::valueOf(Keys keys, Value* first) {
@@ -78,6 +86,9 @@ void Value::destroy() noexcept {
     case Kind::image:
       delete static_cast<Box<NSImage>*>(node);
       break;
+    case Kind::object:
+      delete static_cast<Box<std::shared_ptr<NSObject>>*>(node);
+      break;
     case Kind::absent:
     case Kind::number:
     case Kind::boolean:
@@ -86,16 +97,17 @@ void Value::destroy() noexcept {
   }
 }
 
-void Value::raise(const char* wanted) const {
-  static constexpr const char* names[] = {"nothing", "a text",  "a number", "a boolean",
-                                          "a date",  "data",    "a list",   "a dictionary",
-                                          "a URL",   "an image"};
-  throw NSException(NSInvalidArgumentException,
-                    std::string(names[static_cast<std::size_t>(kind_)]) + " has no " + wanted);
+void Value::raise(std::string_view wanted) const {
+  static constexpr const char* kNames[] = {"nothing", "a text",   "a number", "a boolean",
+                                           "a date",  "data",     "a list",   "a dictionary",
+                                           "a URL",   "an image", "an object"};
+  std::string reason = kNames[static_cast<std::size_t>(kind_)];
+  reason.append(" has no ").append(wanted);
+  throw NSException(WrongKindException, std::move(reason));
 }
 
 template <class T>
-const T& Value::unbox(Kind kind, const char* wanted) const {
+const T& Value::unbox(Kind kind, std::string_view wanted) const {
   if (kind_ != kind) raise(wanted);
   return static_cast<const Box<T>*>(payload_.node)->content;
 }
@@ -127,6 +139,9 @@ List Value::takeList() && {
 
 const NSURL& Value::url() const { return unbox<NSURL>(Kind::url, "address"); }
 const NSImage& Value::image() const { return unbox<NSImage>(Kind::image, "pixels"); }
+const std::shared_ptr<NSObject>& Value::object() const {
+  return unbox<std::shared_ptr<NSObject>>(Kind::object, "object");
+}
 
 std::size_t Value::length() const {
   if (kind_ == Kind::absent) return 0;
@@ -136,7 +151,7 @@ std::size_t Value::length() const {
 
 Value Value::objectForKey(std::string_view key) const {
   if (kind_ == Kind::absent) return {};
-  if (kind_ != Kind::dictionary) raise("keys");
+  if (kind_ != Kind::dictionary) raise("key \"" + std::string(key) + '"');
   return dictionary().objectForKey(key);
 }
 
@@ -248,6 +263,8 @@ bool operator==(const Value& a, const Value& b) {
       return a.url() == b.url();
     case Value::Kind::image:
       return a.image() == b.image();
+    case Value::Kind::object:
+      return a.object()->isEqual(b.object().get());
   }
   return false;
 }

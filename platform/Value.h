@@ -1,10 +1,12 @@
 #pragma once
 
 #include <atomic>
+#include <concepts>
 #include <cstdint>
 #include <functional>
 #include <initializer_list>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -12,6 +14,7 @@
 
 #include "platform/Export.h"
 #include "platform/NSDate.h"
+#include "platform/NSObject.h"
 
 namespace korvane {
 
@@ -24,12 +27,23 @@ class Value;
 using NSData = std::vector<std::uint8_t>;
 using List = std::vector<Value>;
 
+namespace detail {
+/// A type of numbers: characters, of which nobody knows whether they mean a text, and booleans are
+/// not.
+template <class T>
+concept Integer = std::integral<T> && !std::same_as<T, bool> && !std::same_as<T, char> &&
+                  !std::same_as<T, wchar_t> && !std::same_as<T, char8_t> &&
+                  !std::same_as<T, char16_t> && !std::same_as<T, char32_t>;
+}  // namespace detail
+
 /// One property-list value or nothing: absent, text, number, boolean, date, data, list,
-/// dictionary, URL or image. Sixteen bytes, cheap to copy (what is large is shared and immutable);
-/// copies may be used from several threads at once, one Value by one thread at a time.
+/// dictionary, URL or image; or an object, a record. Sixteen bytes, cheap to copy (what is large is
+/// shared, and immutable but for objects); copies may be used from several threads at once, one
+/// Value by one thread at a time.
 ///
-/// Asking a value for what it is not (a key of a text, the integer of a list) raises NSException.
-/// An absent value converts to 0 and false, and looking up a key in it gives an absent value.
+/// Asking a value for what it is not (a key of a text, the integer of a list) raises NSException
+/// (WrongKindException). An absent value converts to 0 and false, and looking up a key in it gives
+/// an absent value.
 class KORVANE_EXPORT Value {
  public:
   enum class Kind : std::uint8_t {
@@ -42,7 +56,8 @@ class KORVANE_EXPORT Value {
     list,
     dictionary,
     url,
-    image
+    image,
+    object
   };
 
   Value() noexcept = default;
@@ -50,8 +65,16 @@ class KORVANE_EXPORT Value {
   Value(const std::string& text) : Value(std::string_view(text)) {}
   Value(const char* text) : Value(std::string_view(text)) {}  // never nullptr
   Value(bool boolean) noexcept : kind_(Kind::boolean) { payload_.integer = boolean ? 1 : 0; }
-  Value(int number) noexcept : Value(static_cast<std::int64_t>(number)) {}
-  Value(std::int64_t number) noexcept : kind_(Kind::number) { payload_.integer = number; }
+  /// Any integer. One beyond 64 bits with a sign becomes a fraction, the nearest there is.
+  template <detail::Integer Number>
+  Value(Number number) noexcept : kind_(Kind::number) {
+    if (std::in_range<std::int64_t>(number)) {
+      payload_.integer = static_cast<std::int64_t>(number);
+    } else {
+      real_ = true;
+      payload_.real = static_cast<double>(number);
+    }
+  }
   Value(double number) noexcept : kind_(Kind::number), real_(true) { payload_.real = number; }
   Value(NSDate date) noexcept : kind_(Kind::date) { payload_.real = date.timeIntervalSince1970; }
   Value(NSData data);
@@ -59,13 +82,23 @@ class KORVANE_EXPORT Value {
   Value(Dictionary dictionary);
   Value(NSURL url);
   Value(NSImage image);
+  /// An object that others may hold too; a null pointer gives an absent value.
+  Value(std::shared_ptr<NSObject> object);
+  template <std::derived_from<NSObject> Object>
+  Value(std::shared_ptr<Object> object) : Value(std::shared_ptr<NSObject>(std::move(object))) {}
+  /// What is inside; absent without.
+  template <class T>
+  requires std::constructible_from<Value, T> Value(std::optional<T> value) {
+    if (value) *this = Value(*std::move(value));
+  }
+  Value(std::nullopt_t) noexcept {}
   Value(const void*) = delete;  // no pointer ever becomes a boolean
 
   Value(const Value& other) noexcept
-      : kind_(other.kind_), real_(other.real_), payload_(other.payload_) {
+      : payload_(other.payload_), kind_(other.kind_), real_(other.real_) {
     if (isShared()) payload_.node->references.fetch_add(1, std::memory_order_relaxed);
   }
-  Value(Value&& other) noexcept : kind_(other.kind_), real_(other.real_), payload_(other.payload_) {
+  Value(Value&& other) noexcept : payload_(other.payload_), kind_(other.kind_), real_(other.real_) {
     other.kind_ = Kind::absent;
   }
   Value& operator=(Value other) noexcept {
@@ -96,6 +129,7 @@ class KORVANE_EXPORT Value {
   bool isDictionary() const noexcept { return kind_ == Kind::dictionary; }
   bool isURL() const noexcept { return kind_ == Kind::url; }
   bool isImage() const noexcept { return kind_ == Kind::image; }
+  bool isObject() const noexcept { return kind_ == Kind::object; }
 
   // What the value is; each raises NSException when it is something else. The references live as
   // long as any copy of the value.
@@ -109,6 +143,14 @@ class KORVANE_EXPORT Value {
   List takeList() &&;
   const NSURL& url() const;
   const NSImage& image() const;
+  const std::shared_ptr<NSObject>& object() const;
+  /// The object as one of a class; raises also where it is of another.
+  template <std::derived_from<NSObject> Class>
+  std::shared_ptr<Class> objectOf() const {
+    auto found = std::dynamic_pointer_cast<Class>(object());
+    if (!found) raise("such class");
+    return found;
+  }
 
   /// Number of bytes of a text. Raises for anything else that is present; an absent value has 0.
   std::size_t length() const;
@@ -132,7 +174,8 @@ class KORVANE_EXPORT Value {
   /// rest.
   std::string description() const;
 
-  /// Same kind and same content. Numbers compare by value, whether made from integers or fractions.
+  /// Same kind and same content. Numbers compare by value, whether made from integers or fractions,
+  /// objects as their class has it.
   friend KORVANE_EXPORT bool operator==(const Value& a, const Value& b);
 
  private:
@@ -162,12 +205,13 @@ class KORVANE_EXPORT Value {
     return payload_.node->references.load(std::memory_order_acquire) == 1;
   }
   template <class T>
-  const T& unbox(Kind kind, const char* wanted) const;
-  [[noreturn]] void raise(const char* wanted) const;
+  const T& unbox(Kind kind, std::string_view wanted) const;
+  [[noreturn]] void raise(std::string_view wanted) const;
 
+  // The payload first: what is left behind the kind has room for the lock of a Property.
+  Payload payload_{};
   Kind kind_ = Kind::absent;
   bool real_ = false;
-  Payload payload_{};
 };
 
 /// A value that one thread copies many times. References are taken in advance, so that most copies
@@ -269,9 +313,10 @@ class KORVANE_EXPORT Dictionary {
   /// The value under a key, absent when it is missing.
   Value objectForKey(std::string_view key) const;
 
-  /// Sets the value of a key: in place where the key exists, at the end where it is new. The key
-  /// must be a text (NSException otherwise); its storage is shared, not copied.
-  void set(Value key, Value value);
+  /// Sets the value of a key: in place where the key exists, at the end where it is new.
+  void set(std::string_view key, Value value);
+  /// The same; a key that is new is shared, not copied. It must be a text (NSException otherwise).
+  void setSharingKey(Value key, Value value);
   /// Removes a key; a missing one changes nothing. Linear in the number of keys.
   void remove(std::string_view key);
 

@@ -102,6 +102,8 @@ std::string Value::description() const {
     case Kind::image:
       return "<NSImage " + std::to_string(image().bitmap().width) + 'x' +
              std::to_string(image().bitmap().height) + '>';
+    case Kind::object:
+      return object()->description();
     case Kind::list:
     case Kind::dictionary: {
       std::string out;

@@ -84,13 +84,14 @@ class Reader {
     Dictionary result;
     for (Parameter& parameter : parameters_) {
       Value value = parameter.list ? Value(std::move(parameter.values)) : parameter.values.front();
-      result.set(std::move(parameter.key), std::move(value));
+      result.setSharingKey(std::move(parameter.key), std::move(value));
     }
     return result;
   }
 
  private:
   void readPiece(std::string_view piece) {
+    ++pieces_;
     const std::size_t equals = piece.find('=');
     if (equals == std::string_view::npos) return;
     if (!assignByReplacingPercentEscapes(key_, piece.substr(0, equals), true)) raise("key");
@@ -119,21 +120,23 @@ class Reader {
       return parameters_[static_cast<std::size_t>(known->integerValue())];
     }
     const Value shared(key);
-    positions_.set(shared, Value(static_cast<std::int64_t>(parameters_.size())));
+    positions_.setSharingKey(shared, parameters_.size());
     parameters_.push_back({shared, false, {}});
     return parameters_.back();
   }
 
   // The reason may end up in a log, so it shows nothing of the query.
-  [[noreturn]] static void raise(const char* what) {
-    throw NSException(NSInvalidArgumentException,
-                      std::string("a query's ") + what + " does not decode");
+  [[noreturn]] void raise(const char* what) const {
+    throw NSException(UndecodableException, std::string("the ") + what + " of pair " +
+                                                std::to_string(pieces_) +
+                                                " of a query does not decode");
   }
 
   URLQueryFlags mode_;
   std::vector<Parameter> parameters_;
   Dictionary positions_;  // of the keys in parameters_
   std::string key_, value_;
+  std::size_t pieces_ = 0;  // read so far
 };
 
 // What the merged query holds for a key that both queries have.
@@ -157,7 +160,9 @@ Value mergedValue(const Value& old, const Value& incoming, URLQueryFlags mode) {
 
 std::string URLQueryWithParameters(const Dictionary& parameters, URLQueryFlags options) {
   Writer writer(options);
-  for (const auto& [key, value] : parameters) writer.write(key, value);
+  for (const auto& [key, value] : parameters) {
+    raisingFor(key, [&, &key = key, &value = value] { writer.write(key, value); });
+  }
   return writer.takeQuery();
 }
 
@@ -184,12 +189,12 @@ std::string stringByMergingURLQuery(std::string_view subject, std::string_view q
   const Dictionary added = URLQueryParametersWithOptions(*incoming, options);
   for (const auto& [key, value] : added) {
     if (const Value* old = parameters.find(key)) {
-      parameters.set(Value(key), mergedValue(*old, value, mode));
+      parameters.set(key, mergedValue(*old, value, mode));
     } else if (mode == URLQueryModeAlwaysList) {
       // A list in a list: writing it fails, so this mode merges only keys that exist.
-      parameters.set(Value(key), Value(List{value}));
+      parameters.set(key, List{value});
     } else {
-      parameters.set(Value(key), value);
+      parameters.set(key, value);
     }
   }
   const URLQueryRange range = rangeOfURLQuery(subject);

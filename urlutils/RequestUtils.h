@@ -15,7 +15,9 @@
 /// components of URLs, base64, parameters and authentication of web requests. Texts are UTF-8,
 /// positions count bytes. Operations give new values and leave what they are given as it is, but
 /// for those that set or add to a request. They log nothing, and any thread may call. Failures are
-/// raised as NSException, where an operation says so.
+/// raised as NSException, where an operation says so: WrongKindException for a value that is not
+/// what is needed, whose key or component begins the reason; UndecodableException for a query that
+/// cannot be decoded; NSRangeException for one that cannot be located.
 namespace korvane::RequestUtils {
 
 // Percent encoding (RFC 3986, section 2.1).
@@ -24,9 +26,9 @@ namespace korvane::RequestUtils {
 /// two upper-case hexadecimal digits. A space becomes "%20", a "%" becomes "%25".
 KORVANE_EXPORT std::string URLEncodedString(std::string_view subject);
 
-/// The text with its percent escapes replaced, after every "+" by a space where asked, less one byte
-/// order mark (U+FEFF) at the beginning of the result. Absent when an escape is malformed or the
-/// bytes are not UTF-8.
+/// The text with its percent escapes replaced, after every "+" by a space where asked, less one
+/// byte order mark (U+FEFF) at the beginning of the result. Absent when an escape is malformed or
+/// the bytes are not UTF-8.
 KORVANE_EXPORT std::optional<std::string> URLDecodedString(std::string_view subject,
                                                            bool plusAsSpace);
 
@@ -161,8 +163,8 @@ KORVANE_EXPORT std::optional<NSURL> URLWithComponents(const Dictionary& componen
 /// operations on queries and paths of texts keep what they do not change.
 KORVANE_EXPORT Dictionary components(const NSURL& url);
 
-/// The URL of this one's components with one of them replaced, or taken away where the value is
-/// absent. Absent, and raises, as URLWithComponents.
+/// The URL of this one's components with one of them replaced, or taken away where the value (which
+/// may be given as a std::optional) is absent. Absent, and raises, as URLWithComponents.
 KORVANE_EXPORT std::optional<NSURL> URLWithValue(const NSURL& url, const Value& value,
                                                  std::string_view component);
 

@@ -1,41 +1,47 @@
 #include <utility>
 
+#include "platform/NSException.h"
 #include "urlutils/RequestUtils.h"
 
 namespace korvane::RequestUtils {
 
 std::optional<NSURL> URLWithComponents(const Dictionary& components) {
   std::string text;
-  const auto component = [&](const char* key) { return components.objectForKey(key); };
-  const auto append = [&](std::string_view before, const Value& value, std::string_view after) {
+  const auto append = [&](std::string_view before, const char* key, std::string_view after) {
+    const Value value = components.objectForKey(key);
     if (value.isAbsent()) return;
     text += before;
-    text += value.text();
+    text += raisingFor(key, [&] { return value.text(); });
     text += after;
   };
-  append("", component(URLSchemeComponent), "://");
-  if (const Value user = component(URLUserComponent); !user.isAbsent()) {
-    append("", user, "");
-    append(":", component(URLPasswordComponent), "");
+  append("", URLSchemeComponent, "://");
+  if (!components.objectForKey(URLUserComponent).isAbsent()) {
+    append("", URLUserComponent, "");
+    append(":", URLPasswordComponent, "");
     text += '@';
   }
-  append("", component(URLHostComponent), "");
-  if (const Value port = component(URLPortComponent); !port.isAbsent()) {
+  append("", URLHostComponent, "");
+  if (const Value port = components.objectForKey(URLPortComponent); !port.isAbsent()) {
     text += ':';
     text += port.description();
   }
-  append("", component(URLPathComponent), "");
-  append(";", component(URLParameterStringComponent), "");
-  const Value query = component(URLQueryComponent);
-  append("?", query.isDictionary() ? Value(URLQueryWithParameters(query.dictionary())) : query, "");
-  append("#", component(URLFragmentComponent), "");
+  append("", URLPathComponent, "");
+  append(";", URLParameterStringComponent, "");
+  if (const Value query = components.objectForKey(URLQueryComponent); query.isDictionary()) {
+    text += '?';
+    text +=
+        raisingFor(URLQueryComponent, [&] { return URLQueryWithParameters(query.dictionary()); });
+  } else {
+    append("?", URLQueryComponent, "");
+  }
+  append("#", URLFragmentComponent, "");
   return NSURL::URLWithString(text);
 }
 
 Dictionary components(const NSURL& url) {
   Dictionary result;
-  const auto add = [&](const char* key, auto part) {
-    if (part) result.set(key, Value(*part));
+  const auto add = [&](const char* key, Value part) {
+    if (!part.isAbsent()) result.set(key, std::move(part));
   };
   add(URLSchemeComponent, url.scheme());
   add(URLHostComponent, url.host());
@@ -55,7 +61,7 @@ std::optional<NSURL> URLWithValue(const NSURL& url, const Value& value,
   if (value.isAbsent()) {
     changed.remove(component);
   } else {
-    changed.set(Value(component), value);
+    changed.set(component, value);
   }
   return URLWithComponents(changed);
 }

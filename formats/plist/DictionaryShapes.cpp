@@ -63,7 +63,7 @@ void DictionaryInProgress::setKey(DictionaryShapes& shapes, List& stack, std::st
 
 void DictionaryInProgress::setValue(List& stack, Value value) {
   if (large_) {
-    large_->set(std::move(largeKey_), std::move(value));
+    large_->setSharingKey(std::move(largeKey_), std::move(value));
   } else if (position_ < stack.size()) {
     stack[position_] = std::move(value);
   } else {

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "platform/NSBundle.h"
+#include "platform/NSException.h"
 #include "platform/Value.h"
 
 // What the records' readers share. Every function raises NSException for a value that is not of
@@ -42,12 +43,13 @@ Value valueForKey(Source& dictionary, std::string_view key, Fallback&& fallback)
   return value;
 }
 
-/// A record made of each element of a list; an absent list has none.
-template <class Record>
-std::vector<std::shared_ptr<Record>> recordsOfList(Value list) {
+/// A record made of each element of the list under a key; an absent list has none.
+template <class Record, class Source>
+std::vector<std::shared_ptr<Record>> recordsForKey(Source& dictionary, std::string_view key) {
   std::vector<std::shared_ptr<Record>> records;
+  Value list = dictionary.objectForKey(key);
   if (list.isAbsent()) return records;
-  List elements = std::move(list).takeList();
+  List elements = raisingFor(key, [&] { return std::move(list).takeList(); });
   records.reserve(elements.size());
   for (Value& element : elements) records.push_back(std::make_shared<Record>(std::move(element)));
   return records;

@@ -39,17 +39,16 @@ struct Observer {
     std::string command;
     std::size_t requestsBefore;
   };
-  explicit Observer(const testing::RecordingWorkspace& workspace) {
-    NSNotificationCenter::defaultCenter().addObserver(
-        this, ACTION_CALLED_EXTENSION, [this, &workspace](std::string_view, const void* object) {
-          const auto& call = *static_cast<const MessageCommand*>(object);
-          seen.push_back({call.message, call.command, workspace.requests().size()});
-          threads.push_back(std::this_thread::get_id());
-        });
-  }
-  ~Observer() { NSNotificationCenter::defaultCenter().removeObserver(this); }
-  Observer(const Observer&) = delete;
-  Observer& operator=(const Observer&) = delete;
+  explicit Observer(const testing::RecordingWorkspace& workspace)
+      : observation(NSNotificationCenter::defaultCenter().addObserver(
+            ACTION_CALLED_EXTENSION, [this, &workspace](std::string_view, const Value& object) {
+              EXPECT_EQ(object.dictionary().size(), 2U);
+              seen.push_back({object.objectForKey("message").objectOf<ExtensionMessage>(),
+                              std::string(object.objectForKey("command").text()),
+                              workspace.requests().size()});
+              threads.push_back(std::this_thread::get_id());
+            })) {}
+  NSNotificationObservation observation;
   std::vector<Seen> seen;
   std::vector<std::thread::id> threads;
 };

@@ -218,7 +218,7 @@ class RandomValues {
       default: {
         Dictionary dictionary;
         for (std::int64_t i = pick(pick(10) == 0 ? 80 : 8); i > 0; --i) {
-          dictionary.set(text(), make(depth + 1));
+          dictionary.set(text().text(), make(depth + 1));
         }
         return dictionary;
       }

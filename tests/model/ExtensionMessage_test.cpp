@@ -199,6 +199,9 @@ TEST_F(ExtensionMessageTest, EqualityLooksAtIdentifierAndAccountAlone) {
   ExtensionMessage b;
   EXPECT_TRUE(a.isEqual(&a));
   EXPECT_FALSE(a.isEqual(nullptr));
+  EXPECT_FALSE(a.isEqual("a text"));
+  EXPECT_FALSE(a.isEqual(Value()));
+  EXPECT_FALSE(a.isEqual(std::make_shared<ExtensionAddress>())) << "another class";
   EXPECT_FALSE(a.isEqual(&b)) << "absent identifiers equal nothing";
   a.setMessageId("1");
   b.setMessageId("1");

@@ -172,10 +172,77 @@ TEST(RecordReading, ADictionaryIsUsedUpOnlyWhereNobodySharesIt) {
 
 TEST(RecordReading, RecordsOfAList) {
   TestPlatform platform;
-  EXPECT_TRUE(recordsOfList<ExtensionAlias>(Value()).empty());
-  EXPECT_EQ(recordsOfList<ExtensionAlias>(List{Dictionary(), Value(), 5}).size(), 3U);
-  EXPECT_THROW(recordsOfList<ExtensionAlias>("x"), NSException);
-  EXPECT_THROW(recordsOfList<ExtensionAlias>(Dictionary()), NSException);
+  const auto read = [](const Value& list) {
+    const Value dictionary = Dictionary{{"k", list}};
+    return recordsForKey<ExtensionAlias>(dictionary, "k");
+  };
+  EXPECT_TRUE(read(Value()).empty());
+  EXPECT_EQ(read(List{Dictionary(), Value(), 5}).size(), 3U);
+  EXPECT_THROW(read("x"), NSException);
+  EXPECT_THROW(read(Dictionary()), NSException);
+}
+
+TEST(RecordReading, TheLogNamesTheKeyThatCouldNotBeRead) {
+  TestPlatform platform;
+  const auto line = [&](auto make) {
+    platform.log->clear();
+    make();
+    return platform.log->lines().empty() ? std::string() : platform.log->lines().back();
+  };
+  EXPECT_EQ(line([] {
+              ExtensionAddress(Dictionary{{"rank", List()}});
+            }),
+            "ExtensionAddress initWithDictonary rank: a list has no integer value");
+  EXPECT_EQ(line([] { ExtensionAddress(Value("x")); }),
+            "ExtensionAddress initWithDictonary a text has no key \"mail\"");
+  EXPECT_EQ(line([] {
+              ExtensionAccount(Dictionary{{"type", NSDate{0}}});
+            }),
+            "ExtensionAccount initWithDictonary type: a date has no integer value");
+  EXPECT_EQ(line([] {
+              ExtensionAccount(Dictionary{{"enabled", NSData()}});
+            }),
+            "ExtensionAccount initWithDictonary enabled: data has no boolean value");
+  EXPECT_EQ(line([] {
+              ExtensionAccount(Dictionary{{"aliases", "x"}});
+            }),
+            "ExtensionAccount initWithDictonary aliases: a text has no elements");
+  EXPECT_EQ(line([] {
+              ExtensionGroup(Dictionary{{"addresses", 5}});
+            }),
+            "ExtensionGroup initWithDictonary addresses: a number has no elements");
+  EXPECT_EQ(line([] {
+              ExtensionMessage(Dictionary{{"date", List()}});
+            }),
+            "ExtensionMessage initWithDictonary date: a list has no floating-point value");
+  EXPECT_EQ(line([] {
+              ExtensionMessage(Dictionary{{"avatar", 5}});
+            }),
+            "ExtensionMessage initWithDictonary avatar: a number has no characters");
+}
+
+TEST(RecordReading, RecordsAreObjectsThatAValueHolds) {
+  TestPlatform platform;
+  const auto expectObject = [](const auto& record) {
+    const Value value(record);
+    EXPECT_EQ(value.object(), record);
+    EXPECT_EQ(value.description(), record->description());
+    using Record = typename std::decay_t<decltype(record)>::element_type;
+    EXPECT_TRUE(record->isEqual(value));
+    EXPECT_FALSE(record->isEqual(Value(std::make_shared<Record>()))) << "another one";
+    EXPECT_FALSE(record->isEqual(Value("text")));
+    EXPECT_FALSE(record->isEqual(nullptr));
+  };
+  expectObject(std::make_shared<ExtensionAddress>());
+  expectObject(std::make_shared<ExtensionAlias>());
+  expectObject(std::make_shared<ExtensionAccount>());
+  expectObject(std::make_shared<ExtensionGroup>());
+  expectObject(std::make_shared<ExtensionMessage>());
+}
+
+TEST(RecordReading, AContactIsSmall) {
+  EXPECT_EQ(sizeof(Property<Value>), sizeof(Value)) << "the lock stands where the value ends";
+  EXPECT_LE(sizeof(ExtensionAddress), 104U) << "an address book has very many";
 }
 
 }  // namespace

@@ -30,6 +30,32 @@ Value image() {
   return NSImage(std::make_shared<Bitmap>(bitmap));
 }
 
+template <class Key>
+concept TakesKey = requires(Dictionary dictionary, Key key) {
+  dictionary.set(key, 1);
+};
+
+/// Equal by its number, as a record may be by a field.
+class Numbered : public NSObject {
+ public:
+  explicit Numbered(int number) : number_(number) {}
+  using NSObject::isEqual;
+  bool isEqual(const NSObject* other) const override {
+    const auto* numbered = dynamic_cast<const Numbered*>(other);
+    return numbered && numbered->number_ == number_;
+  }
+  std::string description() const override { return "Numbered " + std::to_string(number_); }
+
+ private:
+  int number_;
+};
+
+/// Equal to itself alone.
+class Plain : public NSObject {
+ public:
+  std::string description() const override { return "Plain"; }
+};
+
 /// One value of each kind, in the order of Value::Kind.
 std::vector<Value> oneOfEach() {
   return {Value(),
@@ -41,12 +67,13 @@ std::vector<Value> oneOfEach() {
           Value(List{1, "a"}),
           Value(Dictionary{{"k", "v"}}),
           Value(*NSURL::URLWithString("korvane://compose?a=b")),
-          image()};
+          image(),
+          Value(std::make_shared<Numbered>(1))};
 }
 
 TEST(Value, KnowsItsKind) {
   const auto values = oneOfEach();
-  ASSERT_EQ(values.size(), 10U);
+  ASSERT_EQ(values.size(), 11U);
   for (std::size_t i = 0; i < values.size(); ++i) {
     EXPECT_EQ(static_cast<std::size_t>(values[i].kind()), i);
     for (std::size_t k = 0; k < values.size(); ++k) EXPECT_EQ(values[i] == values[k], i == k);
@@ -63,6 +90,89 @@ TEST(Value, GivesWhatItIs) {
   EXPECT_EQ(values[7].dictionary().size(), 1U);
   EXPECT_EQ(values[8].url().scheme(), "korvane");
   EXPECT_EQ(values[9].image().bitmap().width, 2U);
+  EXPECT_EQ(values[10].object()->description(), "Numbered 1");
+}
+
+TEST(Value, HoldsAnObjectThatOthersHoldToo) {
+  const auto object = std::make_shared<Numbered>(1);
+  std::weak_ptr<Numbered> watch = object;
+  Value value(object);
+  const Value copy = value;
+  EXPECT_EQ(value.object(), object);
+  EXPECT_EQ(copy.objectOf<Numbered>(), object);
+  EXPECT_THROW(value.objectOf<Plain>(), NSException);
+  EXPECT_THROW(Value("text").objectOf<Plain>(), NSException);
+  EXPECT_EQ(value.description(), "Numbered 1");
+  EXPECT_EQ(Value(List{value}).description(), "(\n    Numbered 1\n)");
+  EXPECT_TRUE(Value(std::shared_ptr<Numbered>()).isAbsent());
+  EXPECT_TRUE(Value(std::shared_ptr<NSObject>()).isAbsent());
+
+  // Equality is the class's own.
+  EXPECT_EQ(value, Value(std::make_shared<Numbered>(1)));
+  EXPECT_FALSE(value == Value(std::make_shared<Numbered>(2)));
+  EXPECT_FALSE(value == Value(std::make_shared<Plain>()));
+  EXPECT_FALSE(value == Value("Numbered 1"));
+  const auto plain = std::make_shared<Plain>();
+  EXPECT_TRUE(plain->isEqual(plain));
+  EXPECT_TRUE(plain->isEqual(plain.get()));
+  EXPECT_FALSE(plain->isEqual(nullptr));
+  EXPECT_FALSE(plain->isEqual(std::make_shared<Plain>()));
+  EXPECT_FALSE(object->isEqual(Value()));
+  EXPECT_FALSE(object->isEqual("Numbered 1"));
+}
+
+TEST(Value, IsMadeOfEveryIntegerType) {
+  const auto same = [](auto number) {
+    const Value value(number);
+    EXPECT_TRUE(value.isNumber() && !value.isReal());
+    EXPECT_EQ(value.integerValue(), static_cast<std::int64_t>(number));
+  };
+  same(std::int8_t{-5});
+  same(std::uint8_t{200});
+  same(short{-3});
+  same(static_cast<unsigned short>(65535));
+  same(7U);
+  same(8L);
+  same(9UL);
+  same(10LL);
+  same(11ULL);
+  same(std::size_t{12});
+  same(kMin);
+  same(kMax);
+  const Value beyond(std::numeric_limits<std::uint64_t>::max());
+  EXPECT_TRUE(beyond.isReal());
+  EXPECT_EQ(beyond.doubleValue(), 0x1p64);
+  static_assert(!std::is_constructible_v<Value, char>, "a text or a number?");
+  static_assert(!std::is_constructible_v<Value, wchar_t>);
+}
+
+TEST(Value, IsMadeOfWhatAnOptionalHolds) {
+  EXPECT_TRUE(Value(std::nullopt).isAbsent());
+  EXPECT_TRUE(Value(std::optional<std::string>()).isAbsent());
+  EXPECT_EQ(Value(std::optional<std::string>("a")), Value("a"));
+  EXPECT_EQ(Value(std::optional<std::string_view>("a")), Value("a"));
+  EXPECT_EQ(Value(std::optional<int>(5)), Value(5));
+  EXPECT_EQ(Value(std::optional<bool>(false)), Value(false));
+  EXPECT_EQ(Value(NSURL::URLWithString("x://h")).url().host(), "h");
+  EXPECT_TRUE(Value(NSURL::URLWithString("%")).isAbsent());
+}
+
+TEST(Value, TheReasonNamesTheKeyThatWasAskedFor) {
+  try {
+    Value("text").objectForKey("mail");
+    FAIL();
+  } catch (const NSException& exception) {
+    EXPECT_EQ(exception.name(), WrongKindException);
+    EXPECT_EQ(exception.reason(), "a text has no key \"mail\"");
+  }
+  try {
+    raisingFor("rank", [] { return Value(List()).integerValue(); });
+    FAIL();
+  } catch (const NSException& exception) {
+    EXPECT_EQ(exception.name(), WrongKindException);
+    EXPECT_EQ(exception.reason(), "rank: a list has no integer value");
+  }
+  EXPECT_EQ(raisingFor("rank", [] { return Value(3).integerValue(); }), 3);
 }
 
 TEST(Value, AskedForWhatItIsNotItRaises) {
@@ -86,6 +196,7 @@ TEST(Value, AskedForWhatItIsNotItRaises) {
     raisesUnless({Kind::dictionary}, [](const Value& v) { v.dictionary(); });
     raisesUnless({Kind::url}, [](const Value& v) { v.url(); });
     raisesUnless({Kind::image}, [](const Value& v) { v.image(); });
+    raisesUnless({Kind::object}, [](const Value& v) { v.object(); });
     raisesUnless({Kind::absent, Kind::text}, [](const Value& v) { v.length(); });
     raisesUnless({Kind::absent, Kind::dictionary}, [](const Value& v) { v.objectForKey("k"); });
     const auto converting = {Kind::absent, Kind::text, Kind::number, Kind::boolean};
@@ -244,8 +355,12 @@ TEST(Dictionary, KeepsTheOrderInWhichKeysWereFirstSet) {
   EXPECT_EQ(dictionary.objectForKey("z"), Value(4));
   EXPECT_TRUE(dictionary.objectForKey("Z").isAbsent());
   EXPECT_EQ(dictionary.find("none"), nullptr);
-  EXPECT_THROW(dictionary.set(5, 1), NSException);
-  EXPECT_THROW(dictionary.set({}, 1), NSException);
+  EXPECT_THROW(dictionary.setSharingKey(5, 1), NSException);
+  EXPECT_THROW(dictionary.setSharingKey({}, 1), NSException);
+  static_assert(TakesKey<const char*> && TakesKey<std::string> && TakesKey<std::string_view>);
+  static_assert(!TakesKey<int> && !TakesKey<Value>, "a key is a text at compile time");
+  dictionary.setSharingKey("z", 5);
+  EXPECT_EQ(dictionary.objectForKey("z"), Value(5));
   EXPECT_EQ(dictionary.size(), 3U);
 }
 
@@ -314,7 +429,7 @@ TEST(Dictionary, AListOfManyKeysThatGrows) {
   }
   Dictionary whole(Dictionary::Keys(texts), numbers);
   Dictionary grown;
-  for (int i = 99; i >= 0; --i) grown.set(texts[static_cast<std::size_t>(i)], i);
+  for (int i = 99; i >= 0; --i) grown.set(texts[static_cast<std::size_t>(i)].text(), i);
   EXPECT_EQ(whole, grown) << "in whatever order";
   whole.set("new", 100);
   EXPECT_NE(whole, grown) << "more keys";

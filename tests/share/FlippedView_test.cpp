@@ -143,11 +143,11 @@ TEST(FlippedView, LeavesNoObserverBehind) {
   auto view = FlippedView::initWithFrame(kFrame);
   const void* address = view.get();
   int calls = 0;
-  center.addObserver(address, "FlippedViewTest", [&](std::string_view, const void*) { ++calls; });
-  center.postNotificationName("FlippedViewTest", nullptr);
+  center.addObserver(address, "FlippedViewTest", [&](std::string_view, const Value&) { ++calls; });
+  center.postNotificationName("FlippedViewTest");
   EXPECT_EQ(calls, 1);
   view.reset();
-  center.postNotificationName("FlippedViewTest", nullptr);
+  center.postNotificationName("FlippedViewTest");
   EXPECT_EQ(calls, 1);
   EXPECT_EQ(center.observationCount(address), 0U);
 }

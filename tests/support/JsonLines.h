@@ -73,7 +73,7 @@ class JsonReader {
       skipSpace();
       const std::string key = string();
       expect(':');
-      result.set(Value(key), value());
+      result.set(key, value());
       skipSpace();
     }
     ++at_;

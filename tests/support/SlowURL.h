@@ -194,7 +194,10 @@ inline std::string slowPath(std::string path) {
     }
   }
   std::string result = isRooted ? "/" : "";
-  for (std::size_t i = 0; i < segments.size(); ++i) result += (i == 0 ? "" : "/") + segments[i];
+  for (std::size_t i = 0; i < segments.size(); ++i) {
+    if (i > 0) result += '/';
+    result += segments[i];
+  }
   return result;
 }
 

@@ -64,6 +64,22 @@ TEST(URLWithComponents, OtherKindsRaise) {
   EXPECT_THROW(URLWithComponents({{"host", 1}}), NSException);
   EXPECT_THROW(URLWithComponents({{"query", List{"a"}}}), NSException);
   EXPECT_THROW(URLWithComponents({{"query", Dictionary{{"a", 1}}}}), NSException);
+  try {
+    URLWithComponents({{"query", Dictionary{{"a", 1}}}});
+  } catch (const NSException& exception) {
+    EXPECT_EQ(exception.name(), WrongKindException);
+    EXPECT_EQ(exception.reason(), "query: a: a number has no characters");
+  }
+}
+
+TEST(URLWithValue, TakesOptionals) {
+  const NSURL page = NSURL::URLWithString("x://u@h:8/p?q").value();
+  EXPECT_EQ(text(URLWithHost(page, std::optional<std::string>("other"))), "x://u@other:8/p?q");
+  EXPECT_EQ(text(URLWithHost(page, page.user())), "x://u@u:8/p?q");
+  EXPECT_EQ(text(URLWithQuery(page, std::nullopt)), "x://u@h:8/p");
+  EXPECT_EQ(text(URLWithQuery(page, page.fragment())), "x://u@h:8/p");
+  EXPECT_EQ(text(URLWithPort(page, std::optional<int>())), "x://u@h/p?q");
+  EXPECT_EQ(text(URLWithPort(page, 9U)), "x://u@h:9/p?q");
 }
 
 TEST(Components, AllNineInTheirOrder) {
