@@ -12,7 +12,7 @@
 
 #include "host/InputError.h"
 #include "host/ShareRequest.h"
-#include "platform/Platform.h"
+#include "platform/NSImage.h"
 #include "text/ASCII.h"
 #include "text/UTF8.h"
 #include "text/Windows1252.h"
@@ -203,7 +203,7 @@ DataKind kindOfData(const NSData& data) {
   if (hasImageSignature(data)) return DataKind::image;
   const std::optional<std::string> text = decodeText(data);
   if (!text) {
-    return Platform::current()->images->decode(data) ? DataKind::image : DataKind::unknown;
+    return ImageCodec::installed()->decode(data) ? DataKind::image : DataKind::unknown;
   }
   const std::string tag = firstTag(*text);
   if (tag == "svg" || tag == "!doctype svg") return DataKind::image;

@@ -2,7 +2,6 @@
 
 #include "platform/NSLog.h"
 #include "platform/NSString.h"
-#include "platform/Platform.h"
 
 namespace korvane {
 
@@ -17,7 +16,7 @@ ExtensionDate& ExtensionDate::shared() {
 }
 
 void ExtensionDate::Initialize() {
-  const auto maker = Platform::current()->dates;
+  const auto maker = DateFormatterMaker::installed();
   dateCentrale_.set(maker->formatter({.timeStyle = NSDateFormatterStyle::short_}));
   dateCentrale2_.set(maker->formatter({.dateStyle = NSDateFormatterStyle::short_}));
   dataDay_.set(maker->formatter({.dateFormat = "yyyyMMdd"}));

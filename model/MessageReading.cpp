@@ -8,7 +8,7 @@
 
 #include "model/ExtensionMessage.h"
 #include "platform/NSException.h"
-#include "platform/Platform.h"
+#include "platform/NSDataDetector.h"
 #include "urlutils/RequestUtils.h"
 
 namespace korvane {
@@ -57,7 +57,7 @@ std::shared_ptr<ExtensionMessage> ExtensionMessage::ExtensionMessageWithUrl(cons
 
 std::vector<std::string> ExtensionMessage::searchUrlsDetector(std::string_view text) const {
   std::vector<std::string> links;
-  for (const NSTextCheckingResult& match : Platform::current()->links->matchesInString(text)) {
+  for (const NSTextCheckingResult& match : NSDataDetector::installed()->matchesInString(text)) {
     links.push_back(match.url.absoluteString());
   }
   return links;

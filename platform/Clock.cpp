@@ -3,8 +3,6 @@
 #include <chrono>
 #include <thread>
 
-#include "platform/Platform.h"
-
 namespace korvane {
 
 NSDate SystemClock::now() {
@@ -16,8 +14,8 @@ void SystemClock::sleep(double seconds) {
   std::this_thread::sleep_for(std::chrono::duration<double>(seconds));
 }
 
-void sleepForTimeInterval(double seconds) { Platform::current()->clock->sleep(seconds); }
+void sleepForTimeInterval(double seconds) { Clock::installed()->sleep(seconds); }
 
-NSDate NSDate::date() { return Platform::current()->clock->now(); }
+NSDate NSDate::date() { return Clock::installed()->now(); }
 
 }  // namespace korvane

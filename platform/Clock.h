@@ -1,5 +1,7 @@
 #pragma once
 
+#include <memory>
+
 #include "platform/Export.h"
 #include "platform/NSDate.h"
 
@@ -9,6 +11,8 @@ namespace korvane {
 class KORVANE_EXPORT Clock {
  public:
   virtual ~Clock() = default;
+  /// The installed Platform's.
+  static std::shared_ptr<Clock> installed();
   virtual NSDate now() = 0;
   /// Blocks the calling thread for as many seconds.
   virtual void sleep(double seconds) = 0;

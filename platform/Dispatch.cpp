@@ -12,7 +12,6 @@
 
 #include "platform/NSException.h"
 #include "platform/NSLog.h"
-#include "platform/Platform.h"
 
 namespace korvane {
 namespace {
@@ -38,7 +37,7 @@ void runLogged(const std::function<void()>& job) noexcept {
 GlobalQueue dispatch_get_global_queue(long priority, unsigned long /*flags*/) { return {priority}; }
 
 void dispatch_async(GlobalQueue queue, std::function<void()> job) {
-  Platform::current()->queue->async(queue.priority, std::move(job));
+  DispatchQueue::installed()->async(queue.priority, std::move(job));
 }
 
 struct ThreadPool::State {

@@ -15,6 +15,8 @@ inline constexpr long DISPATCH_QUEUE_PRIORITY_BACKGROUND = -32768;
 class KORVANE_EXPORT DispatchQueue {
  public:
   virtual ~DispatchQueue() = default;
+  /// The installed Platform's.
+  static std::shared_ptr<DispatchQueue> installed();
   /// Queues a job, which must not be empty; returns at once. Jobs may run at the same time and in
   /// any order; none waits for another to end.
   virtual void async(long priority, std::function<void()> job) = 0;

@@ -6,7 +6,6 @@
 #include <utility>
 
 #include "platform/NSException.h"
-#include "platform/Platform.h"
 #include "text/UTF8.h"
 
 namespace korvane {
@@ -184,7 +183,7 @@ NSAttributedString::NSAttributedString(std::vector<Run> runs) {
 }
 
 std::optional<NSAttributedString> NSAttributedString::initWithHTML(const NSData& html) {
-  auto read = Platform::current()->html->read(html);
+  auto read = HTMLReader::installed()->read(html);
   if (!read) return std::nullopt;
   NSAttributedString styled;
   std::vector<Run> runs{{read->text, {}}};

@@ -83,6 +83,8 @@ struct KORVANE_EXPORT HTMLText {
 class KORVANE_EXPORT HTMLReader {
  public:
   virtual ~HTMLReader() = default;
+  /// The installed Platform's.
+  static std::shared_ptr<HTMLReader> installed();
   /// Nothing when the bytes cannot be read as HTML.
   virtual std::optional<HTMLText> read(const NSData& html) = 0;
 };

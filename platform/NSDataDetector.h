@@ -22,6 +22,8 @@ struct KORVANE_EXPORT NSTextCheckingResult {
 class KORVANE_EXPORT NSDataDetector {
  public:
   virtual ~NSDataDetector() = default;
+  /// The installed Platform's.
+  static std::shared_ptr<NSDataDetector> installed();
   /// The links of a UTF-8 text, in order, never overlapping. Linear in the text's length.
   virtual std::vector<NSTextCheckingResult> matchesInString(std::string_view text) = 0;
 };

@@ -40,6 +40,8 @@ class KORVANE_EXPORT NSDateFormatter {
 class KORVANE_EXPORT DateFormatterMaker {
  public:
   virtual ~DateFormatterMaker() = default;
+  /// The installed Platform's.
+  static std::shared_ptr<DateFormatterMaker> installed();
   /// Never null.
   virtual std::shared_ptr<NSDateFormatter> formatter(const NSDateFormat& format) = 0;
 };

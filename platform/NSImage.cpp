@@ -1,27 +1,25 @@
 #include "platform/NSImage.h"
 
-#include "platform/Platform.h"
-
 namespace korvane {
 
 std::optional<NSImage> NSImage::initWithData(const NSData& data) {
-  auto bitmap = Platform::current()->images->decode(data);
+  auto bitmap = ImageCodec::installed()->decode(data);
   if (!bitmap) return std::nullopt;
   return NSImage(std::move(bitmap));
 }
 
 std::optional<NSData> NSImage::TIFFRepresentation() const {
-  return Platform::current()->images->encode(*bitmap_, NSBitmapImageFileType::TIFF);
+  return ImageCodec::installed()->encode(*bitmap_, NSBitmapImageFileType::TIFF);
 }
 
 std::optional<NSBitmapImageRep> NSBitmapImageRep::imageRepWithData(const NSData& data) {
-  auto bitmap = Platform::current()->images->decode(data);
+  auto bitmap = ImageCodec::installed()->decode(data);
   if (!bitmap) return std::nullopt;
   return NSBitmapImageRep(std::move(bitmap));
 }
 
 std::optional<NSData> NSBitmapImageRep::representationUsingType(NSBitmapImageFileType type) const {
-  return Platform::current()->images->encode(*bitmap_, type);
+  return ImageCodec::installed()->encode(*bitmap_, type);
 }
 
 }  // namespace korvane

@@ -5,9 +5,10 @@
 #include <optional>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "platform/Export.h"
-#include "platform/Value.h"
+#include "platform/NSData.h"
 
 namespace korvane {
 
@@ -35,6 +36,8 @@ enum class NSBitmapImageFileType : int { TIFF = 0, PNG = 4 };
 class KORVANE_EXPORT ImageCodec {
  public:
   virtual ~ImageCodec() = default;
+  /// The installed Platform's.
+  static std::shared_ptr<ImageCodec> installed();
   /// The pixels of encoded image data of any format the system knows, turned as its orientation
   /// mark says. Nothing when it cannot be decoded. An image whose dimensions ask for more memory
   /// than the codec allows is refused before it is decoded. Where there is nothing, `why` (which

@@ -1,9 +1,7 @@
 #include "platform/NSLog.h"
 
-#include "platform/Platform.h"
-
 namespace korvane {
 
-void NSLogLine(std::string_view line) { Platform::current()->log->write(line); }
+void NSLogLine(std::string_view line) { LogSink::installed()->write(line); }
 
 }  // namespace korvane

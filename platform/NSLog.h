@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory>
 #include <string_view>
 
 #include "platform/Export.h"
@@ -11,6 +12,8 @@ namespace korvane {
 class KORVANE_EXPORT LogSink {
  public:
   virtual ~LogSink() = default;
+  /// The installed Platform's.
+  static std::shared_ptr<LogSink> installed();
   /// Takes one line of UTF-8, without a line break at its end.
   virtual void write(std::string_view line) noexcept = 0;
 };

@@ -1,12 +1,9 @@
 #include "platform/NSURL.h"
 
 #include <algorithm>
-#include <filesystem>
-#include <system_error>
 #include <utility>
 
 #include "platform/NSString.h"
-#include "platform/Platform.h"
 #include "text/URLCharacters.h"
 
 namespace korvane {
@@ -15,26 +12,6 @@ namespace {
 using namespace urlcharacters;
 
 constexpr std::size_t npos = std::string_view::npos;
-
-// Percent-encodes what cannot stand in a path, and what would end one: ";", "?", "#". In the first
-// segment of a relative path a ":" would make a scheme of what precedes it.
-constexpr std::string_view kEscapedInPath = ";";
-constexpr std::string_view kEscapedInFirstSegment = ";:";
-std::string encodedPath(std::string_view path, std::string_view escaped = kEscapedInPath) {
-  static constexpr char kDigits[] = "0123456789ABCDEF";
-  constexpr std::uint8_t kEscaped = kIllegal | kPercent | kBracket | kHash | kQuestion;
-  std::string result;
-  result.reserve(path.size() + 16);
-  for (const char c : path) {
-    if ((classOf(c) & kEscaped) != 0 || escaped.find(c) != npos) {
-      const auto byte = static_cast<unsigned char>(c);
-      result += {'%', kDigits[byte >> 4], kDigits[byte & 15]};
-    } else {
-      result += c;
-    }
-  }
-  return result;
-}
 
 std::string decoded(std::string_view text) {
   return bytesByReplacingPercentEscapes(text).value_or(std::string());  // escapes were checked
@@ -200,21 +177,6 @@ std::optional<NSURL> NSURL::URLWithString(std::string_view text, const NSURL& ba
   }
   result += given.substr(url->pathEnd_);
   return fromValidText(std::move(result));
-}
-
-NSURL NSURL::fileURLWithPath(std::string_view path) {
-  std::string absolute;
-  if (!path.starts_with('/')) {
-    std::error_code failure;
-    absolute = std::filesystem::current_path(failure).native();
-    if (!absolute.ends_with('/')) absolute += '/';
-  }
-  absolute += path;
-  if (!absolute.ends_with('/') &&
-      Platform::current()->fileManager->directoryExistsAtPath(absolute)) {
-    absolute += '/';
-  }
-  return fromValidText("file://" + encodedPath(absolute));
 }
 
 NSURL::Authority NSURL::authorityParts() const {

@@ -150,6 +150,16 @@ std::shared_ptr<NSWorkspace> NSWorkspace::sharedWorkspace() {
   return Platform::current()->workspace;
 }
 
+std::shared_ptr<ImageCodec> ImageCodec::installed() { return Platform::current()->images; }
+std::shared_ptr<HTMLReader> HTMLReader::installed() { return Platform::current()->html; }
+std::shared_ptr<DateFormatterMaker> DateFormatterMaker::installed() {
+  return Platform::current()->dates;
+}
+std::shared_ptr<NSDataDetector> NSDataDetector::installed() { return Platform::current()->links; }
+std::shared_ptr<LogSink> LogSink::installed() { return Platform::current()->log; }
+std::shared_ptr<Clock> Clock::installed() { return Platform::current()->clock; }
+std::shared_ptr<DispatchQueue> DispatchQueue::installed() { return Platform::current()->queue; }
+
 std::optional<List> arrayWithContentsOfURL(const NSURL& url) {
   return Platform::current()->propertyLists->arrayWithContentsOfURL(url);
 }

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "platform/Export.h"
+#include "platform/NSData.h"
 #include "platform/NSDate.h"
 #include "platform/NSObject.h"
 
@@ -23,8 +24,6 @@ class NSImage;
 class NSURL;
 class Value;
 
-/// Bytes without a meaning of their own.
-using NSData = std::vector<std::uint8_t>;
 using List = std::vector<Value>;
 
 namespace detail {

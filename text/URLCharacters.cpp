@@ -35,4 +35,20 @@ std::string escapeMisplaced(std::string_view text) {
   return result;
 }
 
+std::string encodedPath(std::string_view path, std::string_view escaped) {
+  static constexpr char kDigits[] = "0123456789ABCDEF";
+  constexpr std::uint8_t kEscaped = kIllegal | kPercent | kBracket | kHash | kQuestion;
+  std::string result;
+  result.reserve(path.size() + 16);
+  for (const char c : path) {
+    if ((classOf(c) & kEscaped) != 0 || escaped.find(c) != std::string_view::npos) {
+      const auto byte = static_cast<unsigned char>(c);
+      result += {'%', kDigits[byte >> 4], kDigits[byte & 15]};
+    } else {
+      result += c;
+    }
+  }
+  return result;
+}
+
 }  // namespace korvane::urlcharacters

@@ -74,4 +74,13 @@ inline std::size_t findEnd(std::string_view text, std::size_t at, std::uint8_t e
 /// square brackets that do not begin or end a host, and the "#" of a URL that has no parts.
 std::string escapeMisplaced(std::string_view text);
 
+/// What else than an illegal character would end a path or not be part of it.
+inline constexpr std::string_view kEscapedInPath = ";";
+/// In the first segment of a relative path a ":" would make a scheme of what precedes it.
+inline constexpr std::string_view kEscapedInFirstSegment = ";:";
+
+/// The path with everything percent-encoded that cannot stand in the path of a URL: "?", "#",
+/// brackets, "%", and the characters of `escaped`.
+std::string encodedPath(std::string_view path, std::string_view escaped = kEscapedInPath);
+
 }  // namespace korvane::urlcharacters
