@@ -26,6 +26,8 @@ class Silence : public LogSink {
 // with four digits, and its numbers are no larger than its integers.
 bool isPortable(const Value& value) {
   switch (value.kind()) {
+    case Value::Kind::absent:  // a null object, which XML does not have
+      return false;
     case Value::Kind::date: {
       const double seconds = value.date().timeIntervalSince1970;
       return seconds == std::floor(seconds) && seconds > -6.2e10 && seconds < 2.5e11;
@@ -89,7 +91,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
   const auto value = propertyListFromBytes({reinterpret_cast<const char*>(data), size});
   if (!value) return 0;
-  REQUIRE(!value->isAbsent());
   constexpr std::size_t kWorthWriting = 20'000;
   if (countUpTo(*value, kWorthWriting) == kWorthWriting) return 0;
   if (value->isList()) {

@@ -7,8 +7,8 @@
 #include <vector>
 
 #include "model/ExtensionMessage.h"
-#include "platform/NSException.h"
 #include "platform/NSDataDetector.h"
+#include "platform/NSException.h"
 #include "urlutils/RequestUtils.h"
 
 namespace korvane {

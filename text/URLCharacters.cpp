@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "text/PercentEscapes.h"
+
 namespace korvane::urlcharacters {
 
 std::string escapeMisplaced(std::string_view text) {
@@ -36,14 +38,12 @@ std::string escapeMisplaced(std::string_view text) {
 }
 
 std::string encodedPath(std::string_view path, std::string_view escaped) {
-  static constexpr char kDigits[] = "0123456789ABCDEF";
   constexpr std::uint8_t kEscaped = kIllegal | kPercent | kBracket | kHash | kQuestion;
   std::string result;
   result.reserve(path.size() + 16);
   for (const char c : path) {
     if ((classOf(c) & kEscaped) != 0 || escaped.find(c) != std::string_view::npos) {
-      const auto byte = static_cast<unsigned char>(c);
-      result += {'%', kDigits[byte >> 4], kDigits[byte & 15]};
+      appendPercentEscape(result, c);
     } else {
       result += c;
     }

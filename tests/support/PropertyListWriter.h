@@ -212,6 +212,8 @@ class BinaryWriter {
 
   static std::string scalar(const Value& value) {
     switch (value.kind()) {
+      case Value::Kind::absent:
+        return std::string(1, '\0');
       case Value::Kind::text:
         return text(value.text());
       case Value::Kind::number: {

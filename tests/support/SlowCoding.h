@@ -57,9 +57,7 @@ inline std::string slowlyPercentEncoded(std::string_view bytes) {
 }
 
 /// What URLEncodedString gives.
-inline std::string slowlyURLEncoded(std::string_view text) {
-  return slowlyPercentEncoded(text);
-}
+inline std::string slowlyURLEncoded(std::string_view text) { return slowlyPercentEncoded(text); }
 
 /// What appendPercentDecoded gives, one byte at a time.
 inline std::optional<std::string> slowlyPercentDecoded(std::string_view text, bool plusAsSpace) {

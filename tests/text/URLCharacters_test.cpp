@@ -25,12 +25,18 @@ TEST(URLCharacters, EveryByteHasItsClasses) {
   }
 }
 
-TEST(URLCharacters, EndOfTheScheme) {
+TEST(URLCharacters, WhatFollowsTheScheme) {
   const std::pair<std::string_view, std::size_t> rows[] = {
-      {"", 0},     {":", 0},   {"a", 0},     {"a:", 1},           {"http://h", 4},
-      {"1a:b", 0}, {"a b", 0}, {"a/b:c", 0}, {"x+y-z.1:rest", 7}, {"a%41:", 0},
+      {"", 0},     {":", 1},   {"a", 0},     {"a:", 2},           {"http://h", 5}, {"::", 1},
+      {"1a:b", 0}, {"a b", 0}, {"a/b:c", 0}, {"x+y-z.1:rest", 8}, {"a%41:", 0},
   };
-  for (const auto& [text, end] : rows) EXPECT_EQ(findSchemeEnd(text), end) << text;
+  for (const auto& [text, begin] : rows) EXPECT_EQ(findHierarchy(text), begin) << text;
+}
+
+TEST(URLCharacters, EscapedPaths) {
+  EXPECT_EQ(encodedPath("/a b:c;d?e#f[g]%\xFF"), "/a%20b:c%3Bd%3Fe%23f%5Bg%5D%25%FF");
+  EXPECT_EQ(encodedPath("a:b", kEscapedInFirstSegment), "a%3Ab");
+  EXPECT_EQ(encodedPath(""), "");
 }
 
 TEST(URLCharacters, EndOfAPart) {
