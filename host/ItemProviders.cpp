@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "host/InputData.h"
+#include "host/MisreadPaths.h"
 #include "host/Paths.h"
 #include "host/URLText.h"
 #include "linux/detail/RemoteFiles.h"
@@ -62,11 +63,16 @@ class Provider : public NSItemProvider {
   }
   static void deliverFile(const std::shared_ptr<ShareLoads>& loads, std::size_t thing,
                           std::string path, LoadHandler handler) {
-    loads->files.async(
-        [run = loads->run, thing, path = std::move(path), handler = std::move(handler)] {
-          run->deliverStaged(thing,
-                             [&] { handler(Value(NSURL::fileURLWithPath(path)), std::nullopt); });
-        });
+    loads->files.async([loads, thing, path = std::move(path), handler = std::move(handler)] {
+      const MisreadPath found = findMisreadPath(path);
+      if (found.isAmbiguous) {
+        const std::string why = "several files have names that read so";
+        fail(*loads, thing, why, path + ": " + why, handler);
+        return;
+      }
+      loads->run->deliverStaged(
+          thing, [&] { handler(Value(NSURL::fileURLWithPath(found.path)), std::nullopt); });
+    });
   }
   static void inBackground(std::function<void()> job) {
     dispatch_async(dispatch_get_global_queue(DISPATCH_QUEUE_PRIORITY_DEFAULT, 0), std::move(job));
