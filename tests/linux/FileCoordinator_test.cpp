@@ -11,6 +11,7 @@
 #include <thread>
 
 #include "support/ChildProcess.h"
+#include "support/Places.h"
 #include "support/TemporaryFolder.h"
 
 namespace korvane {

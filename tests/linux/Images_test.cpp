@@ -14,6 +14,7 @@
 
 #include "formats/images/DecodedPicture.h"
 #include "support/Pictures.h"
+#include "support/Places.h"
 
 namespace korvane {
 namespace {

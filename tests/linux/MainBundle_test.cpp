@@ -11,6 +11,8 @@
 #include <string>
 #include <vector>
 
+#include "support/Places.h"
+
 namespace korvane {
 namespace {
 

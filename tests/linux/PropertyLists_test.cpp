@@ -8,6 +8,7 @@
 #include <random>
 
 #include "support/JsonLines.h"
+#include "support/Places.h"
 #include "support/PropertyListSamples.h"
 #include "support/TemporaryFolder.h"
 

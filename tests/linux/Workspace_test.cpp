@@ -15,6 +15,8 @@
 #include "tests/support/PrivateDesktop.h"
 #include "tests/support/TestPlatform.h"
 
+#include "support/Places.h"
+
 namespace korvane {
 namespace {
 

@@ -8,6 +8,8 @@
 
 #include "tests/support/PrivateDesktop.h"
 
+#include "support/Places.h"
+
 namespace korvane {
 namespace {
 

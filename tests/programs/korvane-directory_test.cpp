@@ -6,6 +6,7 @@
 #include <filesystem>
 
 #include "support/ChildProcess.h"
+#include "support/Places.h"
 #include "support/PropertyListWriter.h"
 #include "support/TemporaryFolder.h"
 

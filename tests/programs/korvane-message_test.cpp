@@ -13,6 +13,7 @@
 #include <string_view>
 #include <vector>
 
+#include "support/Places.h"
 #include "support/TemporaryFolder.h"
 
 namespace korvane {

@@ -18,6 +18,8 @@
 #include "tests/support/Pictures.h"
 #include "tests/support/PrivateDesktop.h"
 
+#include "support/Places.h"
+
 namespace korvane {
 namespace {
 

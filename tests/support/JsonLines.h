@@ -12,6 +12,8 @@
 
 #include "platform/Value.h"
 
+#include "support/Places.h"
+
 namespace korvane::testing {
 
 class JsonReader {
