@@ -4,6 +4,8 @@
 
 #include <cerrno>
 
+#include "support/Places.h"
+
 int main(int, char* argv[]) {
   scmp_filter_ctx filter = seccomp_init(SCMP_ACT_ALLOW);
   if (filter == nullptr ||

@@ -4,6 +4,8 @@
 
 #include "tests/support/PrivateDesktop.h"
 
+#include "support/Places.h"
+
 namespace korvane {
 namespace {
 

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "formats/images/DecodedPicture.h"
+#include "support/Places.h"
 #include "support/TemporaryFolder.h"
 
 namespace korvane {

@@ -6,6 +6,8 @@
 #include <iterator>
 #include <string>
 
+#include "support/Places.h"
+
 namespace korvane {
 namespace {
 

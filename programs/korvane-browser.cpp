@@ -1,0 +1,3 @@
+#include "host/BrowserMain.h"
+
+int main(int argc, char* argv[]) { return korvane::BrowserMain(argc, argv); }
