@@ -1,13 +1,12 @@
 #include "host/URLText.h"
 
 #include <sys/stat.h>
-#include <unicode/uidna.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
-#include <memory>
 
+#include "formats/links/HostNames.h"
 #include "platform/NSString.h"
 #include "text/ASCII.h"
 #include "text/PercentEscapes.h"
@@ -53,23 +52,6 @@ Span hostSpan(std::string_view text) {
     if (colon != std::string_view::npos && colon >= begin) end = colon;
   }
   return {begin, end};
-}
-
-// The ASCII form of an internationalised host name; the name itself where it has none.
-std::string asciiHost(std::string_view host) {
-  UErrorCode status = U_ZERO_ERROR;
-  const std::unique_ptr<UIDNA, decltype(&uidna_close)> idna(
-      uidna_openUTS46(UIDNA_NONTRANSITIONAL_TO_ASCII | UIDNA_CHECK_BIDI, &status), uidna_close);
-  UIDNAInfo info = UIDNA_INFO_INITIALIZER;
-  std::array<char, 1024> name{};
-  const std::int32_t size =
-      U_FAILURE(status) || host.size() > name.size()
-          ? 0
-          : uidna_nameToASCII_UTF8(idna.get(), host.data(), static_cast<std::int32_t>(host.size()),
-                                   name.data(), static_cast<std::int32_t>(name.size()), &info,
-                                   &status);
-  if (U_FAILURE(status) || info.errors != 0 || size <= 0) return std::string(host);
-  return {name.data(), static_cast<std::size_t>(size)};
 }
 
 bool exists(const std::string& path) {
@@ -119,8 +101,9 @@ std::optional<NSURL> urlFromText(std::string_view text) {
   if (auto url = NSURL::URLWithString(repaired)) return url;
   const Span host = hostSpan(repaired);
   const std::string name = repaired.substr(host.begin, host.end - host.begin);
-  if (!std::all_of(name.begin(), name.end(), isASCII))
-    repaired.replace(host.begin, name.size(), asciiHost(name));
+  if (!std::all_of(name.begin(), name.end(), isASCII)) {
+    if (const auto ascii = punycodeHost(name)) repaired.replace(host.begin, name.size(), *ascii);
+  }
   for (const bool brackets : {false, true}) {
     if (auto url = NSURL::URLWithString(escapeIllegal(repaired, brackets))) return url;
   }

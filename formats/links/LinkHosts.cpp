@@ -1,54 +1,24 @@
 #include "formats/links/LinkHosts.h"
 
 #include <libpsl.h>
-#include <unicode/uidna.h>
 
 #include <algorithm>
 #include <array>
-#include <cstdint>
 
+#include "formats/links/HostNames.h"
 #include "formats/links/LinkCharacters.h"
 
 namespace korvane::links {
 namespace {
 
-// A host of other scripts is longer in UTF-8 than in Punycode; no valid one exceeds this.
-constexpr std::size_t maximumRawHost = 1024;
-constexpr std::size_t maximumHost = 253;
-constexpr std::size_t maximumLabel = 63;
-
-const UIDNA* converter() {
-  static const UIDNA* const opened = [] {
-    UErrorCode error = U_ZERO_ERROR;
-    const UIDNA* made =
-        uidna_openUTS46(UIDNA_CHECK_BIDI | UIDNA_CHECK_CONTEXTJ | UIDNA_NONTRANSITIONAL_TO_ASCII |
-                            UIDNA_NONTRANSITIONAL_TO_UNICODE | UIDNA_USE_STD3_RULES,
-                        &error);
-    return U_SUCCESS(error) ? made : nullptr;
-  }();
-  return opened;
-}
-
 bool isPlainASCII(std::string_view text) { return std::all_of(text.begin(), text.end(), isASCII); }
 
-std::optional<std::string> punycode(std::string_view host) {
-  if (converter() == nullptr || host.size() > maximumRawHost) return std::nullopt;
-  std::array<char, maximumHost + 1> buffer{};
-  UIDNAInfo info = UIDNA_INFO_INITIALIZER;
-  UErrorCode error = U_ZERO_ERROR;
-  const std::int32_t length = uidna_nameToASCII_UTF8(
-      converter(), host.data(), static_cast<std::int32_t>(host.size()), buffer.data(),
-      static_cast<std::int32_t>(buffer.size()), &info, &error);
-  if (U_FAILURE(error) || info.errors != 0 || length <= 0) return std::nullopt;
-  return std::string(buffer.data(), static_cast<std::size_t>(length));
-}
-
 bool isValidHost(std::string_view host) {
-  if (host.size() > maximumHost) return false;
+  if (host.size() > kMaxHost) return false;
   std::size_t begin = 0;
   while (true) {
     const std::size_t end = std::min(host.find('.', begin), host.size());
-    if (end == begin || end - begin > maximumLabel) return false;
+    if (end == begin || end - begin > kMaxHostLabel) return false;
     if (host[begin] == '-' || host[end - 1] == '-') return false;
     if (end == host.size()) return true;
     begin = end + 1;
@@ -60,9 +30,9 @@ bool isValidHost(std::string_view host) {
 std::optional<std::string> asciiHost(std::string_view host) {
   std::optional<std::string> ascii;
   if (isPlainASCII(host)) {
-    if (host.size() <= maximumHost) ascii = std::string(host);
+    if (host.size() <= kMaxHost) ascii = std::string(host);
   } else {
-    ascii = punycode(host);
+    ascii = punycodeHost(host);
   }
   if (!ascii || !isValidHost(*ascii)) return std::nullopt;
   return ascii;
