@@ -25,7 +25,10 @@ constexpr bool isHexDigit(char c) { return hexDigitValue(c) < 16; }
 constexpr char lowercase(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; }
 inline std::string lowercase(std::string_view text) {
   std::string lower(text);
-  for (char& c : lower) c = lowercase(c);
+  // Written only where it changes: most texts are short words in lower case.
+  for (char& c : lower) {
+    if (c >= 'A' && c <= 'Z') c = lowercase(c);
+  }
   return lower;
 }
 

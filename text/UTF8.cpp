@@ -10,12 +10,12 @@ UTF8Character wideUTF8Character(std::string_view text) {
   const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
   const unsigned lead = byte(0);
   if (lead < 0xC2 || lead > 0xF4) return {};
-  const std::size_t size = lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
+  const std::uint32_t size = lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
   // What may follow: no overlong forms, no surrogates, nothing above U+10FFFF.
   unsigned low = lead == 0xE0 ? 0xA0 : lead == 0xF0 ? 0x90 : 0x80;
   unsigned high = lead == 0xED ? 0x9F : lead == 0xF4 ? 0x8F : 0xBF;
   char32_t code = lead & (0xFFU >> (size + 1));
-  for (std::size_t i = 1; i < size; ++i) {
+  for (std::uint32_t i = 1; i < size; ++i) {
     if (i == text.size() || byte(i) < low || byte(i) > high) {
       return {kReplacementCharacter, i, false};
     }

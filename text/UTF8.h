@@ -21,7 +21,7 @@ struct UTF8Character {
   char32_t code = kReplacementCharacter;
   /// How many bytes it has; of what is not UTF-8 those that could have begun a character, at least
   /// one, for which browsers show one replacement character.
-  std::size_t size = 1;
+  std::uint32_t size = 1;
   bool isValid = false;
 };
 

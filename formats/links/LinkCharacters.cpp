@@ -7,8 +7,14 @@
 #include <cstdint>
 
 #include "text/PercentEscapes.h"
+#include "text/UTF8.h"
 
 namespace korvane::links {
+
+Character wideCharacterAt(std::string_view text, std::size_t at) {
+  const UTF8Character character = wideUTF8Character(text.substr(at));
+  return character.isValid ? Character{character.code, character.size} : Character{};
+}
 
 Character characterBefore(std::string_view text, std::size_t at) {
   if (isASCII(text[at - 1])) return {static_cast<char32_t>(text[at - 1]), 1};

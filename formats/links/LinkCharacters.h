@@ -6,7 +6,6 @@
 #include <string_view>
 
 #include "text/ASCII.h"
-#include "text/UTF8.h"
 
 /// What the link detector knows of characters. Any thread may call.
 namespace korvane::links {
@@ -18,10 +17,13 @@ struct Character {
   static constexpr char32_t invalid = 0xFFFFFFFF;
 };
 
+// The same as below, where the character is not ASCII.
+Character wideCharacterAt(std::string_view text, std::size_t at);
+
 /// The character that begins at a position of the text.
 inline Character characterAt(std::string_view text, std::size_t at) {
-  const UTF8Character character = firstUTF8Character(text.substr(at));
-  return character.isValid ? Character{character.code, character.size} : Character{};
+  if (isASCII(text[at])) return {static_cast<char32_t>(text[at]), 1};
+  return wideCharacterAt(text, at);
 }
 /// The character that ends before a position, which is not 0.
 Character characterBefore(std::string_view text, std::size_t at);
