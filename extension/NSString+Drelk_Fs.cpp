@@ -15,7 +15,7 @@ namespace korvane {
 namespace {
 
 // What file systems allow in one component of a path, in bytes.
-constexpr std::size_t kMaximumName = 255;
+constexpr std::size_t kMaxName = 255;
 
 // As many candidates are asked for one by one before the whole folder is read.
 constexpr std::uint64_t kFewCandidates = 8;
@@ -33,7 +33,7 @@ std::string Drelk_Fs::GetGoodPath(std::string_view name, std::string_view folder
   std::string base = stringByDeletingPathExtension(name);
   std::string extension = pathExtension(name);
   if (!extension.empty()) extension.insert(0, ".");
-  if (extension.size() >= kMaximumName) {  // no extension, just a long name with a dot
+  if (extension.size() >= kMaxName) {  // no extension, just a long name with a dot
     base = name;
     extension.clear();
   }
@@ -43,8 +43,7 @@ std::string Drelk_Fs::GetGoodPath(std::string_view name, std::string_view folder
   std::string suffix;
   std::unordered_set<std::string> taken;
   for (std::uint64_t counter = 1;; ++counter) {
-    const std::size_t room =
-        kMaximumName - std::min(kMaximumName, extension.size() + suffix.size());
+    const std::size_t room = kMaxName - std::min(kMaxName, extension.size() + suffix.size());
     candidate = shortened(base, room);
     candidate += suffix;
     candidate += extension;

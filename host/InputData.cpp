@@ -43,7 +43,7 @@ NSData readToEnd(int descriptor) {
   NSData data;
   std::size_t expected = std::size_t{1} << 16;
   if (fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode)) {
-    if (static_cast<std::size_t>(status.st_size) > kInputLimit) refuse("larger than 256 MiB");
+    if (static_cast<std::size_t>(status.st_size) > kMaxInput) refuse("larger than 256 MiB");
     expected = static_cast<std::size_t>(status.st_size) + 1;  // so that the end is seen at once
   }
   for (;;) {
@@ -53,7 +53,7 @@ NSData readToEnd(int descriptor) {
     if (count < 0 && errno != EINTR) refuseErrno();
     data.resize(used + static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
     if (count == 0) return data;
-    if (data.size() > kInputLimit) refuse("larger than 256 MiB");
+    if (data.size() > kMaxInput) refuse("larger than 256 MiB");
     expected = std::max(std::size_t{1} << 16, data.size() / 2);
   }
 }

@@ -9,11 +9,11 @@
 namespace korvane {
 
 /// Everything that a file or, for "-", standard input gives until its end; pipes and devices are
-/// read, too. Throws InputError where it cannot be read and above kInputLimit.
+/// read, too. Throws InputError where it cannot be read and above kMaxInput.
 NSData readInput(const std::string& path);
 
 /// The content of a regular file (links are followed). Throws InputError for anything else, without
-/// ever waiting for it, where it cannot be read, and above kInputLimit.
+/// ever waiting for it, where it cannot be read, and above kMaxInput.
 NSData readRegularFile(const std::string& path);
 
 /// What data of unknown origin is.

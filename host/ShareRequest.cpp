@@ -13,8 +13,8 @@ namespace {
 
 using Json = nlohmann::json;
 
-constexpr std::size_t kMostElements = 100'000;
-constexpr std::size_t kDeepest = 32;
+constexpr std::size_t kMaxElements = 100'000;
+constexpr std::size_t kMaxDepth = 32;
 
 // What came from outside, as part of a one-line message.
 std::string inQuotes(const std::string& text) {
@@ -67,14 +67,14 @@ class RequestBuilder final : public nlohmann::json_sax<Json> {
         at_ = Place::root;
         return true;
       case Place::items:
-        if (request_.items.size() == kMostElements) tooMany("items");
+        if (request_.items.size() == kMaxElements) tooMany("items");
         request_.items.emplace_back();
         text_.reset();
         html_.reset();
         at_ = Place::item;
         return true;
       case Place::attachments:
-        if (attachmentCount_ == kMostElements) tooMany("attachments");
+        if (attachmentCount_ == kMaxElements) tooMany("attachments");
         ++attachmentCount_;
         fields_ = {};
         at_ = Place::attachment;
@@ -201,7 +201,7 @@ class RequestBuilder final : public nlohmann::json_sax<Json> {
   }
 
   [[noreturn]] static void tooMany(std::string_view what) {
-    throw InputError("more than " + std::to_string(kMostElements) + ' ' + std::string(what));
+    throw InputError("more than " + std::to_string(kMaxElements) + ' ' + std::string(what));
   }
 
   // A value that is not what its place asks for, unless it belongs to an unknown key.
@@ -237,7 +237,7 @@ class RequestBuilder final : public nlohmann::json_sax<Json> {
   }
 
   bool deeper() {
-    if (++skipDepth_ > kDeepest) throw InputError("nested too deeply");
+    if (++skipDepth_ > kMaxDepth) throw InputError("nested too deeply");
     return true;
   }
 
@@ -310,7 +310,7 @@ class RequestBuilder final : public nlohmann::json_sax<Json> {
 }  // namespace
 
 ShareRequest readShareRequest(std::string_view json) {
-  if (json.size() > kInputLimit) throw InputError("larger than 256 MiB");
+  if (json.size() > kMaxInput) throw InputError("larger than 256 MiB");
   RequestBuilder builder(json);
   Json::sax_parse(json.begin(), json.end(), &builder);
   return builder.take();

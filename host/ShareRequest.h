@@ -63,7 +63,7 @@ struct ShareRequest {
 };
 
 /// Largest request, and largest data read from a file or standard input, in bytes: 256 MiB.
-inline constexpr std::size_t kInputLimit = std::size_t{256} << 20;
+inline constexpr std::size_t kMaxInput = std::size_t{256} << 20;
 
 /// Reads a request in JSON (RFC 8259, UTF-8):
 ///
@@ -75,7 +75,7 @@ inline constexpr std::size_t kInputLimit = std::size_t{256} << 20;
 /// directory; a name that is not UTF-8 goes into a file: URL. Base64 is that of RFC 4648 section 4
 /// with its padding; white space in it is skipped.
 ///
-/// Throws InputError for text that is not JSON, not complete, over kInputLimit or nested deeper
+/// Throws InputError for text that is not JSON, not complete, over kMaxInput or nested deeper
 /// than 32 levels, for unknown keys (all of them are named), a key given twice, a value of the
 /// wrong kind (named with its place, such as `items[0].title`), an attachment that is not exactly
 /// one of the above, and more than 100,000 items or attachments.

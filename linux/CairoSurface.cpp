@@ -159,8 +159,8 @@ CairoSurface& CairoSurface::operator=(CairoSurface&&) noexcept = default;
 CairoSurface::~CairoSurface() = default;
 
 std::optional<CairoSurface> CairoSurface::create(int width, int height) {
-  constexpr int kLongest = 32767;  // what cairo's coordinates hold
-  if (width < 1 || height < 1 || width > kLongest || height > kLongest) return std::nullopt;
+  constexpr int kMaxSide = 32767;  // what cairo's coordinates hold
+  if (width < 1 || height < 1 || width > kMaxSide || height > kMaxSide) return std::nullopt;
   const Surface surface(cairo_image_surface_create(CAIRO_FORMAT_ARGB32, width, height));
   if (cairo_surface_status(surface.get()) != CAIRO_STATUS_SUCCESS) return std::nullopt;
   cairo_t* cairo = cairo_create(surface.get());

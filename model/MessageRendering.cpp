@@ -17,9 +17,7 @@ namespace {
 
 /// How long the HTML of a plain body may become. A link that stands in a text k times is replaced k
 /// times, which doubles the anchors each time: forty copies of one short link would make terabytes.
-std::size_t maximumRendering(std::size_t plainBody) {
-  return (std::size_t{64} << 20) + 8 * plainBody;
-}
+std::size_t maxRendering(std::size_t plainBody) { return (std::size_t{64} << 20) + 8 * plainBody; }
 
 std::string withBreaks(std::string_view plain) {
   std::string html;
@@ -55,7 +53,7 @@ std::string ExtensionMessage::renderHtml() {
   std::vector<std::string> links = searchUrlsDetector(body);
   std::erase(links, "");
   // A link that the detector normalised does not stand in the text, and stays plain.
-  AnchoredText anchored = textWithAnchors(body, links, maximumRendering(plain->size()));
+  AnchoredText anchored = textWithAnchors(body, links, maxRendering(plain->size()));
   if (!anchored.complete) {
     NSLog("ExtensionMessage renderHtml: too many copies of one link, the rest stays plain");
   }

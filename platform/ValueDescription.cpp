@@ -51,8 +51,8 @@ std::string describeData(const NSData& data) {
 // The white space before a line. Deeper levels get no more of it: the text would be some hundred
 // times the size of what it shows.
 std::string indentation(std::size_t level) {
-  constexpr std::size_t kDeepest = 16;
-  return std::string(4 * std::min(level, kDeepest), ' ');
+  constexpr std::size_t kMaxLevel = 16;
+  return std::string(4 * std::min(level, kMaxLevel), ' ');
 }
 
 void describe(const Value& value, std::size_t indent, std::string& out) {

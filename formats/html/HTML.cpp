@@ -9,7 +9,7 @@
 namespace korvane {
 
 std::optional<HTMLText> HTML::read(const NSData& html) try {
-  if (html.size() > maximumBytes) return std::nullopt;
+  if (html.size() > kMaxBytes) return std::nullopt;
   const std::string document = htmlText(html);
   HTMLTokens tokens(document);
   HTMLWriter writer(document.size());

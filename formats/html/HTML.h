@@ -16,11 +16,11 @@ namespace korvane {
 class KORVANE_EXPORT HTML : public HTMLReader {
  public:
   /// The largest document that is read.
-  static constexpr std::size_t maximumBytes = std::size_t{64} << 20;
+  static constexpr std::size_t kMaxBytes = std::size_t{64} << 20;
 
   /// The document or a part of one, without html or body say, in the encoding that it says it is
   /// in; UTF-8, UTF-16 and windows-1252 are recognised otherwise. Nothing for more than
-  /// maximumBytes or when memory runs out: everything else can be read as HTML. In time
+  /// kMaxBytes or when memory runs out: everything else can be read as HTML. In time
   /// proportional to the size.
   std::optional<HTMLText> read(const NSData& html) override;
 };

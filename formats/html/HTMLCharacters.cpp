@@ -96,9 +96,9 @@ std::optional<Reference> numericReference(std::string_view text) {
 }
 
 std::optional<Reference> namedReference(std::string_view text, HTMLPlace place) {
-  constexpr std::size_t kLongestName = 8;
+  constexpr std::size_t kMaxName = 8;
   std::size_t end = 1;
-  while (end < text.size() && end <= kLongestName + 1 && (isAlphanumeric(text[end]))) {
+  while (end < text.size() && end <= kMaxName + 1 && (isAlphanumeric(text[end]))) {
     ++end;
   }
   const bool closed = end < text.size() && text[end] == ';';

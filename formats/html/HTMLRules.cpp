@@ -140,8 +140,8 @@ std::string_view trimmed(std::string_view text) {
 // Words, numbers, colours and quoted names: no escapes, comments, addresses or functions but those
 // of colours, and nothing negative, which could lay one text over another.
 bool isHarmlessStyleValue(std::string_view value) {
-  constexpr std::size_t kLongest = 200;
-  if (value.empty() || value.size() > kLongest) return false;
+  constexpr std::size_t kMaxStyleValue = 200;
+  if (value.empty() || value.size() > kMaxStyleValue) return false;
   char quote = '\0';
   int open = 0;
   for (std::size_t i = 0; i < value.size(); ++i) {
@@ -181,7 +181,7 @@ class Style {
   explicit Style(HTMLRole role) : role_(role) {}
 
   void add(std::string_view property, std::string_view rawValue) {
-    constexpr int kMost = 32;
+    constexpr int kMaxDeclarations = 32;
     const std::string name = lowercase(trimmed(property));
     std::string value;
     for (const char c : trimmed(rawValue)) {
@@ -195,7 +195,7 @@ class Style {
     }
     if (name == "display" && lower.starts_with("none")) hidden_ = true;
     if (!std::binary_search(kProperties.begin(), kProperties.end(), name)) return;
-    if (!isHarmlessStyleValue(value) || count_ == kMost) return;
+    if (!isHarmlessStyleValue(value) || count_ == kMaxDeclarations) return;
     if (name == "white-space") {
       if (role_ == Role::body) return;  // the document is written with line breaks of its own
       preservesSpace_ = lower.starts_with("pre") || lower.starts_with("break-spaces");
@@ -326,12 +326,12 @@ HTMLKeptAttributes keepAttributes(const HTMLRule& rule, const std::vector<HTMLAt
 }
 
 std::optional<std::string> pictureTag(const std::vector<HTMLAttribute>& all) {
-  constexpr std::size_t kLongest = std::size_t{8} << 20;
+  constexpr std::size_t kMaxPicture = std::size_t{8} << 20;
   static constexpr std::array<std::string_view, 5> kTypes = {"png", "jpeg", "jpg", "gif", "webp"};
   std::string source = cleanedLink(attributeValue(all, "src"));
   std::erase(source, ' ');
   const std::size_t comma = source.find(',');
-  if (source.size() > kLongest || comma == source.npos) return std::nullopt;
+  if (source.size() > kMaxPicture || comma == source.npos) return std::nullopt;
   const std::string head = lowercase(std::string_view(source).substr(0, comma));
   if (std::none_of(kTypes.begin(), kTypes.end(), [&](std::string_view type) {
         return head == "data:image/" + std::string(type) + ";base64";

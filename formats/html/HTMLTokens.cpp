@@ -9,7 +9,7 @@
 namespace korvane {
 namespace {
 
-constexpr std::size_t kMostAttributes = 64;
+constexpr std::size_t kMaxAttributes = 64;
 
 // Elements whose content is no markup.
 bool holdsRawText(std::string_view name) {
@@ -130,8 +130,8 @@ void HTMLTokens::readAttribute(HTMLToken& token) {
       value = document_.substr(begin, at_ - begin);
     }
   }
-  constexpr std::size_t kLongestName = 32;  // of those that anybody asks for
-  if (token.attributes.size() >= kMostAttributes || name.size() > kLongestName) return;
+  constexpr std::size_t kMaxName = 32;  // of those that anybody asks for
+  if (token.attributes.size() >= kMaxAttributes || name.size() > kMaxName) return;
   std::string lower = lowercase(name);
   for (const HTMLAttribute& other : token.attributes) {
     if (other.name == lower) return;

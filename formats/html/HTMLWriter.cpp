@@ -9,9 +9,9 @@ namespace {
 
 using Role = HTMLRole;
 
-constexpr std::size_t kMostContainers = 200;
-constexpr std::size_t kMostStyles = 64;
-constexpr std::size_t kMostInner = 64;
+constexpr std::size_t kMaxContainers = 200;
+constexpr std::size_t kMaxStyles = 64;
+constexpr std::size_t kMaxInner = 64;
 constexpr std::size_t kNone = static_cast<std::size_t>(-1);
 
 bool holdsNoText(Role role) {
@@ -134,7 +134,7 @@ void HTMLWriter::startTag(const HTMLToken& token) {
 }
 
 void HTMLWriter::startBlock(const HTMLRule& rule, const HTMLKeptAttributes& kept) {
-  if (containers_ >= kMostContainers) return placeAside(rule);
+  if (containers_ >= kMaxContainers) return placeAside(rule);
   openContainers();
   push(rule, kept);
 }
@@ -171,7 +171,7 @@ void HTMLWriter::startTablePart(const HTMLRule& rule, const HTMLKeptAttributes& 
 
 void HTMLWriter::startStyle(const HTMLRule& rule, HTMLKeptAttributes kept) {
   if (rule.role == Role::anchor) endLinks();
-  if (styles_.size() >= kMostStyles) return;
+  if (styles_.size() >= kMaxStyles) return;
   const bool needsAttributes = rule.written == "span" || rule.role == Role::anchor;
   const bool empty = needsAttributes && kept.text.empty();
   const bool noLink = rule.role == Role::anchor && kept.text.find(" href=\"") == kept.text.npos;
@@ -302,7 +302,7 @@ void HTMLWriter::openContainers() {
 // Takes an element as another line of the open block.
 void HTMLWriter::placeAside(const HTMLRule& rule) {
   auto& inner = blocks_.back().inner;
-  if (inner.size() < kMostInner) inner.push_back(&rule);
+  if (inner.size() < kMaxInner) inner.push_back(&rule);
   endLine();
 }
 

@@ -7,9 +7,9 @@ namespace korvane {
 namespace {
 
 // What is worth sharing. The limits also keep the search for a key short, whatever the file holds.
-constexpr std::size_t kMostKeys = 32;
-constexpr std::size_t kMostBranches = 64;
-constexpr std::size_t kMostShapes = 4096;
+constexpr std::size_t kMaxKeys = 32;
+constexpr std::size_t kMaxBranches = 64;
+constexpr std::size_t kMaxShapes = 4096;
 
 }  // namespace
 
@@ -27,7 +27,7 @@ DictionaryShapes::Step DictionaryShapes::add(Shape* shape, std::string_view key)
   for (const Shape* above = shape; above->size > 0; above = above->parent) {
     if (above->key.text() == key) return {shape, above->size - 1};
   }
-  if (shape->size == kMostKeys || next.size() == kMostBranches || shapes_.size() == kMostShapes) {
+  if (shape->size == kMaxKeys || next.size() == kMaxBranches || shapes_.size() == kMaxShapes) {
     return {};
   }
   Shape& added = shapes_.emplace_back();

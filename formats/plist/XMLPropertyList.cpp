@@ -39,7 +39,7 @@ class TextCache {
   TextCache() : recent_(kSlots) {}
 
   Value text(std::string_view text) {
-    if (text.size() > kLongest) return Value(text);
+    if (text.size() > kMaxSize) return Value(text);
     std::uint32_t hash = static_cast<std::uint32_t>(text.size());
     for (const char c : text) hash = (hash ^ static_cast<unsigned char>(c)) * 16777619U;
     Value& slot = recent_[(hash ^ (hash >> 15)) % kSlots];
@@ -49,7 +49,7 @@ class TextCache {
 
  private:
   static constexpr std::size_t kSlots = 2048;
-  static constexpr std::size_t kLongest = 24;
+  static constexpr std::size_t kMaxSize = 24;
   List recent_;
 };
 

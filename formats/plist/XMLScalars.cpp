@@ -88,10 +88,10 @@ std::optional<Value> integerOfXML(std::string_view text) {
       return std::nullopt;
     }
   }
-  constexpr std::uint64_t kLargest = std::numeric_limits<std::int64_t>::max();
-  if (isNegative && value > kLargest + 1) return std::nullopt;
+  constexpr std::uint64_t kMaxInteger = std::numeric_limits<std::int64_t>::max();
+  if (isNegative && value > kMaxInteger + 1) return std::nullopt;
   if (isNegative) return Value(static_cast<std::int64_t>(0 - value));
-  if (value > kLargest) return Value(static_cast<double>(value));
+  if (value > kMaxInteger) return Value(static_cast<double>(value));
   return Value(static_cast<std::int64_t>(value));
 }
 
@@ -149,9 +149,9 @@ std::optional<Value> dataOfXML(std::string_view text) {
 }
 
 bool appendReference(const char*& at, const char* end, std::string& text) {
-  constexpr std::size_t kLongest = 64;  // a character's number with many zeros before it
+  constexpr std::size_t kMaxReference = 64;  // a character's number with many zeros before it
   const std::string_view rest(at + 1, static_cast<std::size_t>(end - at - 1));
-  const std::size_t size = rest.substr(0, kLongest).find(';');
+  const std::size_t size = rest.substr(0, kMaxReference).find(';');
   if (size == std::string_view::npos) return false;
   static constexpr std::pair<std::string_view, char> kEntities[] = {
       {"lt", '<'}, {"gt", '>'}, {"amp", '&'}, {"apos", '\''}, {"quot", '"'}};

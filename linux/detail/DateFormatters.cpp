@@ -71,7 +71,7 @@ class Formatter : public NSDateFormatter {
   std::optional<NSDate> dateFromString(std::string_view text) override {
     std::lock_guard lock(mutex_);
     icu::DateFormat* const formatter = current();
-    if (!formatter || text.size() > kLongestText) return std::nullopt;
+    if (!formatter || text.size() > kMaxText) return std::nullopt;
     useOffset(*formatter, format_.secondsFromGMT.value_or(0));
     const auto characters = icu::UnicodeString::fromUTF8(
         icu::StringPiece(text.data(), static_cast<int32_t>(text.size())));
@@ -89,7 +89,7 @@ class Formatter : public NSDateFormatter {
   }
 
  private:
-  static constexpr std::size_t kLongestText = 1024;
+  static constexpr std::size_t kMaxText = 1024;
 
   /// The formatter for the locale of now; nullptr when there can be none.
   icu::DateFormat* current() {

@@ -10,7 +10,7 @@ namespace korvane {
 namespace {
 
 /// The kernel's limit of one argument, its final NUL not counted.
-constexpr std::size_t kLongestArgument = 131'071;
+constexpr std::size_t kMaxArgument = 131'071;
 
 const char* const kGroup = G_KEY_FILE_DESKTOP_GROUP;
 
@@ -122,9 +122,9 @@ std::optional<std::string> launchDesktopEntry(std::string_view identifier,
   const std::string exec = line ? line.get() : "";
   if (!takes(exec, 'u') && !takes(exec, 'U')) return who + "its desktop entry takes no URLs";
   for (const NSURL& url : urls) {
-    if (url.absoluteString().size() > kLongestArgument) {
+    if (url.absoluteString().size() > kMaxArgument) {
       return who + "the message makes a URL of " + std::to_string(url.absoluteString().size()) +
-             " bytes, and a program can be given " + std::to_string(kLongestArgument);
+             " bytes, and a program can be given " + std::to_string(kMaxArgument);
     }
   }
   // The entry was found to say how to run the program; the bus was tried.

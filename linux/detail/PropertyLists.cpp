@@ -57,7 +57,7 @@ std::optional<FileContent> readAll(int file) {
   struct stat status {};
   if (::fstat(file, &status) != 0 || !S_ISREG(status.st_mode)) return std::nullopt;
   const auto size = static_cast<std::uintmax_t>(status.st_size);
-  if (size == 0 || size > kLargestPropertyList) return std::nullopt;
+  if (size == 0 || size > kMaxPropertyList) return std::nullopt;
   FileContent content(static_cast<std::size_t>(size));
   if (!content.readFrom(file)) return std::nullopt;
   return content;

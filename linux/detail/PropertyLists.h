@@ -17,7 +17,7 @@ namespace korvane {
 /// the declaration names) and the binary form. Any thread may call.
 ///
 /// A file is read whole and in one go. A symbolic link in the last place of the path or anywhere
-/// inside the container, anything that is no regular file, and a file over kLargestPropertyList
+/// inside the container, anything that is no regular file, and a file over kMaxPropertyList
 /// count as unreadable, and none of them blocks.
 class KORVANE_EXPORT PropertyLists : public PropertyListReader {
  public:
@@ -30,7 +30,7 @@ class KORVANE_EXPORT PropertyLists : public PropertyListReader {
 };
 
 /// Files of more bytes are not read.
-inline constexpr std::size_t kLargestPropertyList = std::size_t{1} << 30;
+inline constexpr std::size_t kMaxPropertyList = std::size_t{1} << 30;
 
 /// The value that a file holds, of any kind; nothing when the file is missing, unreadable or
 /// malformed. A symbolic link is followed: this is for files that were installed, not for files in

@@ -11,11 +11,11 @@
 namespace korvane {
 namespace {
 
-constexpr std::size_t kMaximumEntry = 8000;
+constexpr std::size_t kMaxEntry = 8000;
 
 std::string_view shortened(std::string_view line) {
-  if (line.size() <= kMaximumEntry) return line;
-  std::size_t size = kMaximumEntry;
+  if (line.size() <= kMaxEntry) return line;
+  std::size_t size = kMaxEntry;
   while (isUTF8Continuation(line[size])) --size;
   return line.substr(0, size);
 }

@@ -20,7 +20,7 @@ struct BusAnswer {
 };
 
 /// D-Bus's limit of the bytes of one array.
-constexpr std::size_t kLongestArray = 64UL << 20;
+constexpr std::size_t kMaxArray = 64UL << 20;
 
 /// Bytes that the texts take as an array of a D-Bus message, at most.
 std::size_t arraySize(const std::vector<NSURL>& urls) {
@@ -101,10 +101,10 @@ BusAnswer openOverBus(const std::string& identifier, const std::vector<NSURL>& u
   if (!g_dbus_is_name(identifier.c_str())) return {BusAnswer::unreachable, {}};
   const auto connection = connectToSessionBus();
   if (!connection) return {BusAnswer::unreachable, {}};
-  if (arraySize(urls) > kLongestArray) {
+  if (arraySize(urls) > kMaxArray) {
     return {BusAnswer::refused, "the message makes URLs of " + std::to_string(arraySize(urls)) +
                                     " bytes, and the session bus takes " +
-                                    std::to_string(kLongestArray)};
+                                    std::to_string(kMaxArray)};
   }
 
   const GObjectPointer<GDBusMessage> call(g_dbus_message_new_method_call(

@@ -19,7 +19,7 @@ constexpr std::string_view kAnchorEnd = "</a>";
 constexpr std::size_t kAnchorSize = kAnchorBegin.size() + kAnchorMiddle.size() + kAnchorEnd.size();
 
 /// How many links may be replaced by a search of the whole text.
-constexpr int kMostSearches = 64;
+constexpr int kMaxSearches = 64;
 
 /// Different links, and which of them each one of a list is.
 struct LinkNumbers {
@@ -174,7 +174,7 @@ AnchoredText textWithAnchors(std::string_view text, const std::vector<std::strin
     if (end > next) {
       result = replacedWithin(result.text, std::span(links).subspan(next, end - next), limit);
       next = end;
-    } else if (++searches > kMostSearches) {
+    } else if (++searches > kMaxSearches) {
       result.complete = false;
     } else {
       result = replacedAnywhere(result.text, links[next], limit);

@@ -113,10 +113,10 @@ std::vector<std::size_t> occurrences(std::string_view text, std::string_view sea
 
 std::optional<std::vector<std::vector<std::uint32_t>>> occurrencesOfEach(
     std::string_view text, const std::vector<std::string_view>& searched) {
-  constexpr std::size_t kMostPositions = std::numeric_limits<std::uint32_t>::max();
+  constexpr std::size_t kMaxPositions = std::numeric_limits<std::uint32_t>::max();
   std::size_t letters = 0;
   for (const std::string_view one : searched) letters += one.size();
-  if (text.size() >= kMostPositions || letters >= kMostPositions) return std::nullopt;
+  if (text.size() >= kMaxPositions || letters >= kMaxPositions) return std::nullopt;
 
   const Automaton automaton(searched);
   std::vector<std::vector<std::uint32_t>> places(searched.size());

@@ -156,7 +156,7 @@ TEST_F(CommandLineRequest, AnUnreadableRequestIsAnError) {
   EXPECT_EQ(said("none.json"), "unreadable request (none.json): No such file or directory");
   EXPECT_EQ(said(folder.path()), "unreadable request (" + folder.path() + "): Is a directory");
   EXPECT_THAT(said(folder.file("x", "{")), HasSubstr("ends too early"));
-  std::filesystem::resize_file(folder.path("x"), kInputLimit + 1);
+  std::filesystem::resize_file(folder.path("x"), kMaxInput + 1);
   EXPECT_THAT(said(folder.path("x")), HasSubstr("larger than 256 MiB"));
 }
 

@@ -101,7 +101,7 @@ TEST_F(InputData, SaysWhyAFileCannotBeRead) {
 
 TEST_F(InputData, HugeInputIsRefused) {
   const std::string path = folder.file("huge");
-  std::filesystem::resize_file(path, kInputLimit + 1);
+  std::filesystem::resize_file(path, kMaxInput + 1);
   EXPECT_EQ(failure([&] { readInput(path); }), "larger than 256 MiB");
   EXPECT_EQ(failure([&] { readRegularFile(path); }), "larger than 256 MiB");
   EXPECT_EQ(failure([&] { readInput("/dev/zero"); }), "larger than 256 MiB");

@@ -171,7 +171,7 @@ TEST(ShareRequest, DeepNestingIsRefusedWhereverItIs) {
 }
 
 TEST(ShareRequest, HugeRequestsAreRefused) {
-  EXPECT_EQ(refusal(std::string(kInputLimit + 1, ' ')), "larger than 256 MiB");
+  EXPECT_EQ(refusal(std::string(kMaxInput + 1, ' ')), "larger than 256 MiB");
   std::string items = R"({"items": [{})";
   for (int i = 0; i < 100'000; ++i) items += ",{}";
   EXPECT_EQ(refusal(items + "]}"), "more than 100000 items");

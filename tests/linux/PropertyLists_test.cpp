@@ -110,7 +110,7 @@ TEST(PropertyLists, FilesThatAreNotRead) {
   EXPECT_FALSE(readArray("/dev/zero"));
 
   const std::string huge = folder.file("huge.plist", list);
-  std::filesystem::resize_file(huge, kLargestPropertyList + 1);
+  std::filesystem::resize_file(huge, kMaxPropertyList + 1);
   EXPECT_FALSE(readArray(huge));
 
   EXPECT_FALSE(
