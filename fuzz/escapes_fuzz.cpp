@@ -3,6 +3,7 @@
 #include <string_view>
 
 #include "fuzz/Require.h"
+#include "platform/NSString.h"
 #include "tests/support/SlowCoding.h"
 #include "urlutils/RequestUtils.h"
 
