@@ -1,18 +1,15 @@
-#include <functional>
 #include <utility>
 
 #include "extension/ExtensionUtilities.h"
+#include "extension/detail/Coordination.h"
 #include "model/ExtensionAccount.h"
 #include "model/ExtensionGroup.h"
-#include "platform/NSFileCoordinator.h"
 #include "platform/NSFileManager.h"
 #include "platform/NSLog.h"
 #include "platform/NSPropertyList.h"
 
 namespace korvane {
 namespace {
-
-constexpr const char* kError = "***ERROR***";
 
 // A record of each element. The elements go as their records come, so that a large address book is
 // not in memory twice.
@@ -25,16 +22,6 @@ std::vector<std::shared_ptr<Record>> makeRecords(std::optional<List> elements) {
     records.push_back(std::make_shared<Record>(std::exchange(element, Value())));
   }
   return records;
-}
-
-// Reading coordinates as a write does, for deleting even: that alone keeps out every writer, and
-// waits for one.
-void coordinate(const std::optional<NSURL>& url, const char* failureFormat,
-                const std::function<void(const NSURL&)>& accessor) {
-  std::optional<NSError> error;
-  NSFileCoordinator::coordinator()->coordinateWritingItemAtURL(
-      url, NSFileCoordinatorWritingOptions::forDeleting, error, accessor);
-  if (error) NSLog(failureFormat, kError, error);
 }
 
 std::optional<List> readList(const NSURL& folder, std::string_view name) {
@@ -54,7 +41,7 @@ bool ensureFolder(const NSURL& url) {
   if (files->fileExistsAtPath(url.fileSystemRepresentation())) return true;
   std::optional<NSError> error;
   files->createDirectoryAtURL(url, true, error);
-  if (error) NSLog("[%@] AddressesAndGroups %@", kError, error);
+  if (error) NSLog("[%@] AddressesAndGroups %@", kErrorMark, error);
   return !error;
 }
 

@@ -35,9 +35,11 @@ template <class Step>
 void guarded(std::string_view name, const Step& step) noexcept {
   const auto log = [&](std::string_view reason) noexcept {
     try {
-      NSLog("[%@] GetItemForExtension %@ %@", "***ERROR***", name, reason);
+      NSLog("[%@] GetItemForExtension %@ %@", kErrorMark, name, reason);
     } catch (...) {  // no memory for the line
-      Platform::current()->log->write("[***ERROR***] GetItemForExtension: not enough memory");
+      static constexpr std::string_view kLine =
+          "[***ERROR***] GetItemForExtension not enough memory";
+      Platform::current()->log->write(kLine);
     }
   };
   try {
@@ -55,7 +57,7 @@ void addText(Share& share, const NSAttributedString& text) {
       html ? std::string_view(reinterpret_cast<const char*>(html->data()), html->size())
            : std::string_view();
   if (!html || !isUTF8(document)) {
-    NSLog("[%@] GetItemForExtension text cannot be converted to HTML", "***ERROR***");
+    NSLog("[%@] GetItemForExtension text cannot be converted to HTML", kErrorMark);
     return;
   }
   share.message->appendToHtmlBody(stringWithFormat("%@<br/>", document));
@@ -74,12 +76,12 @@ std::optional<NSURL> urlOfItem(const Value& item) {
 void addUrl(Share& share, const Value& title, const Value& item,
             const std::optional<NSError>& error) {
   if (error) {
-    NSLog("[%@] GetItemForExtension kUTTypeURL %@", "***ERROR***", *error);
+    NSLog("[%@] GetItemForExtension kUTTypeURL %@", kErrorMark, *error);
     return;
   }
   const auto url = urlOfItem(item);
   if (!url) {
-    NSLog("[%@] GetItemForExtension kUTTypeURL %@", "***ERROR***", "the item is no URL");
+    NSLog("[%@] GetItemForExtension kUTTypeURL %@", kErrorMark, "the item is no URL");
     return;
   }
   if (url->isFileURL()) {
@@ -104,7 +106,7 @@ std::optional<NSData> pngOfItem(const Value& item) {
 
 void addImage(Share& share, const Value& item, const std::optional<NSError>& error) {
   if (error) {
-    NSLog("[%@] GetItemForExtension kUTTypeImage %@", "***ERROR***", *error);
+    NSLog("[%@] GetItemForExtension kUTTypeImage %@", kErrorMark, *error);
     return;
   }
   // An image that cannot be encoded goes on as an absent blob, which ShareDatas logs. The list is

@@ -4,8 +4,8 @@
 
 #include "extension/ExtensionUtilities.h"
 #include "extension/NSString+Drelk_Fs.h"
+#include "extension/detail/Coordination.h"
 #include "platform/NSException.h"
-#include "platform/NSFileCoordinator.h"
 #include "platform/NSFileManager.h"
 #include "platform/NSLog.h"
 #include "platform/NSString.h"
@@ -15,7 +15,6 @@
 namespace korvane {
 namespace {
 
-constexpr const char* kError = "***ERROR***";
 /// NSCocoaErrorDomain's code for a file that could not be written, for no known reason.
 constexpr long kFileWriteUnknownError = 512;
 
@@ -44,21 +43,17 @@ constexpr LogTexts kDatasLog{"[%@] Error writing file shareDatas %@",
                              "[%@] Exception shareDatas %@", "[%@] Error shareDatas %@"};
 
 /// Runs `work` with the path of the staging folder, alone among everybody who coordinates.
-void coordinate(std::string_view service, const LogTexts& log,
-                const std::function<void(const std::string& folder)>& work) {
-  std::optional<NSError> error;
-  NSFileCoordinator::coordinator()->coordinateWritingItemAtURL(
-      stagingFolder(service), NSFileCoordinatorWritingOptions::forDeleting, error,
-      [&](const NSURL& url) {
-        std::string folder = url.fileSystemRepresentation();
-        while (folder.ends_with('/')) folder.pop_back();
-        try {
-          work(folder);
-        } catch (const NSException& exception) {
-          NSLog(log.exception, kError, exception);
-        }
-      });
-  if (error) NSLog(log.coordination, kError, error);
+void inStagingFolder(std::string_view service, const LogTexts& log,
+                     const std::function<void(const std::string& folder)>& work) {
+  coordinate(stagingFolder(service), log.coordination, [&](const NSURL& url) {
+    std::string folder = url.fileSystemRepresentation();
+    while (folder.ends_with('/')) folder.pop_back();
+    try {
+      work(folder);
+    } catch (const NSException& exception) {
+      NSLog(log.exception, kErrorMark, exception);
+    }
+  });
 }
 
 /// Bytes that are not UTF-8, read as windows-1252, which nearly every such name was written in.
@@ -87,25 +82,21 @@ std::string stagedName(const std::string& source) {
 }  // namespace
 
 void ExtensionUtilities::ShareInit(std::string_view service) {
-  std::optional<NSError> coordinationError;
-  NSFileCoordinator::coordinator()->coordinateWritingItemAtURL(
-      stagingFolder(service), NSFileCoordinatorWritingOptions::forDeleting, coordinationError,
-      [](const NSURL& url) {
-        const auto files = NSFileManager::defaultManager();
-        // One slot for both steps: a failed removal shows again after the creation.
-        std::optional<NSError> error;
-        files->removeItemAtURL(url, error);
-        if (error) NSLog("[%@] shareInit delete %@", kError, error);
-        files->createDirectoryAtURL(url, true, error);
-        if (error) NSLog("[%@] shareInit create %@", kError, error);
-      });
-  if (coordinationError) NSLog("[%@] shareInit %@", kError, coordinationError);
+  coordinate(stagingFolder(service), "[%@] shareInit %@", [](const NSURL& url) {
+    const auto files = NSFileManager::defaultManager();
+    // One slot for both steps: a failed removal shows again after the creation.
+    std::optional<NSError> error;
+    files->removeItemAtURL(url, error);
+    if (error) NSLog("[%@] shareInit delete %@", kErrorMark, error);
+    files->createDirectoryAtURL(url, true, error);
+    if (error) NSLog("[%@] shareInit create %@", kErrorMark, error);
+  });
 }
 
 List ExtensionUtilities::ShareFiles(std::string_view service,
                                     const std::vector<std::string>& paths) {
   List staged;
-  coordinate(service, kFilesLog, [&](const std::string& folder) {
+  inStagingFolder(service, kFilesLog, [&](const std::string& folder) {
     for (const std::string& path : paths) {
       std::optional<NSError> error;
       std::string destination;
@@ -116,7 +107,7 @@ List ExtensionUtilities::ShareFiles(std::string_view service,
         NSFileManager::defaultManager()->copyItemAtPath(path, destination, error);
       }
       if (error) {
-        NSLog(kFilesLog.writing, kError, error);
+        NSLog(kFilesLog.writing, kErrorMark, error);
       } else {
         staged.emplace_back(destination);
       }
@@ -128,7 +119,7 @@ List ExtensionUtilities::ShareFiles(std::string_view service,
 List ExtensionUtilities::ShareDatas(std::string_view service,
                                     const std::vector<std::optional<NSData>>& datas) {
   List staged;
-  coordinate(service, kDatasLog, [&](const std::string& folder) {
+  inStagingFolder(service, kDatasLog, [&](const std::string& folder) {
     for (const std::optional<NSData>& data : datas) {
       std::optional<NSError> error;
       const std::string destination = Drelk_Fs::GetGoodPath("image.png", folder);
@@ -138,7 +129,7 @@ List ExtensionUtilities::ShareDatas(std::string_view service,
         error = NSError{NSCocoaErrorDomain, kFileWriteUnknownError, "There is no image to write"};
       }
       if (error) {
-        NSLog(kDatasLog.writing, kError, error);
+        NSLog(kDatasLog.writing, kErrorMark, error);
       } else {
         staged.emplace_back(destination);
       }

@@ -218,7 +218,7 @@ bool isActive(const NSURL& url) {
 Made makeForLink(const std::string& text, const Loads& loads) {
   if (schemeIs(text, "file")) return makeForFileURL(text, text, loads);
   const auto url = urlFromText(text);
-  if (!url || isActive(*url)) return nullptr;
+  if (!url || !url->scheme() || isActive(*url)) return nullptr;
   if (url->isFileURL()) return makeForFileURL(url->absoluteString(), text, loads);
   const std::size_t thing = loads->run->add(text, "there is not enough memory for it");
   if (isRemoteFileScheme(schemeOf(url->absoluteString()))) {

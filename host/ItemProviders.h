@@ -54,8 +54,10 @@ struct ShareLoads {
 /// cannot be read or is no regular file, for a file URL that names no file of this machine, and for
 /// a type that the attachment does not conform to.
 ///
-/// Null for a link of which no URL can be made, and for one that would run something in the mail or
-/// show a document of its own there (javascript:, vbscript:, data:): these are better a text.
+/// Null for a link of which no URL can be made, for an address without a scheme (a reader of HTML
+/// may see one in it where a URL has none: "javascript&colon;x"), and for one that would run
+/// something in the mail or show a document of its own there (javascript:, vbscript:, data:): these
+/// are better a text.
 std::shared_ptr<NSItemProvider> makeItemProvider(ShareRequest::Attachment& attachment,
                                                  const std::shared_ptr<ShareLoads>& loads);
 

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "host/JSONWriter.h"
+#include "model/detail/MessageKeys.h"
 #include "text/PrintableText.h"
 
 namespace korvane {
@@ -59,12 +60,12 @@ struct Field {
 };
 
 std::vector<Field> headerFields(const ExtensionMessage& message) {
-  return {{"Subject:", "subject", textOf(message.subject())},
-          {"From:", "from", textOf(message.from())},
-          {"Account:", "account", textOf(message.account())},
-          {"To:", "to", message.toString()},
-          {"Cc:", "cc", message.ccString()},
-          {"Bcc:", "bcc", message.bccString()}};
+  return {{"Subject:", MessageKeys::kSubject, textOf(message.subject())},
+          {"From:", MessageKeys::kFrom, textOf(message.from())},
+          {"Account:", MessageKeys::kAccount, textOf(message.account())},
+          {"To:", MessageKeys::kTo, message.toString()},
+          {"Cc:", MessageKeys::kCc, message.ccString()},
+          {"Bcc:", MessageKeys::kBcc, message.bccString()}};
 }
 
 void appendBody(std::string& text, std::string_view label, const std::string& body) {
@@ -113,8 +114,8 @@ std::string messageJSON(const ExtensionMessage& message) {
     JSONWriter json(output);
     json.beginObject();
     for (const Field& field : headerFields(message)) json.key(field.key).textOrNull(field.text);
-    json.key("plainBody").textOrNull(message.plainBody());
-    json.key("htmlBody").textOrNull(message.htmlBody());
+    json.key(MessageKeys::kPlainBody).textOrNull(message.plainBody());
+    json.key(MessageKeys::kHtmlBody).textOrNull(message.htmlBody());
     json.key("attachments").beginList();
     for (const Attachment& attachment : inspectAttachments(message)) {
       json.beginObject().key("path").text(attachment.path);

@@ -13,6 +13,7 @@
 #include "host/Arguments.h"
 #include "host/CommandLineRequest.h"
 #include "host/InputError.h"
+#include "host/Interruption.h"
 #include "host/JSONWriter.h"
 #include "host/OutcomeReport.h"
 #include "host/Program.h"
@@ -42,32 +43,6 @@ void printOpening(const std::vector<NSURL>& urls, std::string_view application, 
   writeOut("]}\n");
 }
 
-ShareOutcome run(const Arguments& arguments) {
-  LinuxOptions services;
-  services.bundleIdentifier = arguments.identifier;
-  services.logToStandardError = arguments.verbose;
-  Platform::install(watchedLinuxServices(std::move(services)));
-
-  ShareOptions options{.container = ContainerRoot().path()};
-  options.hooks.tell = complain;
-  std::optional<std::string> unwritten;
-  if (arguments.dryRun) {
-    options.hooks.dryRun = [&](const auto&... opening) {
-      try {
-        printOpening(opening...);
-      } catch (const std::exception& error) {
-        unwritten = error.what();
-      }
-    };
-  }
-  ShareOutcome outcome = runShare(requestFromArguments(arguments), options);
-  if (unwritten) {
-    outcome.status = ShareOutcome::Status::notOpened;
-    outcome.reason = *std::move(unwritten);
-  }
-  return outcome;
-}
-
 ShareOutcome ended(ShareOutcome::Status status, const char* what, std::string reason) {
   ShareOutcome outcome{.status = status, .reason = std::move(reason)};
   outcome.missing = {{what, outcome.reason}};
@@ -86,6 +61,39 @@ int tell(const ShareOutcome& outcome, const Arguments& arguments) noexcept {
   }
   if (outcome.status == ShareOutcome::Status::refused) return kUsage;
   return isHandedOver(outcome) ? kDone : kFailed;
+}
+
+ShareOutcome run(const Arguments& arguments) {
+  LinuxOptions services;
+  services.bundleIdentifier = arguments.identifier;
+  services.logToStandardError = arguments.verbose;
+  Platform::install(watchedLinuxServices(std::move(services)));
+
+  ShareOptions options{.container = ContainerRoot().path()};
+  options.hooks.tell = complain;
+  std::optional<std::string> unwritten;
+  if (arguments.dryRun) {
+    options.hooks.dryRun = [&](const auto&... opening) {
+      try {
+        printOpening(opening...);
+      } catch (const std::exception& error) {
+        unwritten = error.what();
+      }
+    };
+  }
+  const Interruption interruption([&arguments] {
+    const ShareOutcome outcome = ended(ShareOutcome::Status::notOpened, "the share",
+                                       "it was interrupted before the mail client answered");
+    tell(outcome, arguments);
+    removeUnfinishedAttachments();
+    removeUnfinishedAttachments();  // what was being written in the meantime
+  });
+  ShareOutcome outcome = runShare(requestFromArguments(arguments), options);
+  if (unwritten) {
+    outcome.status = ShareOutcome::Status::notOpened;
+    outcome.reason = *std::move(unwritten);
+  }
+  return outcome;
 }
 
 int share(const Arguments& arguments) {

@@ -31,6 +31,7 @@ struct Options {
   bool once = false;
   bool refuse = false;
   bool crash = false;
+  bool silent = false;
 };
 
 bool write(const ReceivedRequest& request, const Options& options) {
@@ -103,6 +104,10 @@ void onCall(GDBusConnection* connection, const char*, const char*, const char*, 
     return;
   }
   if (service.options.crash) _exit(3);
+  if (service.options.silent) {
+    g_object_unref(invocation);
+    return;
+  }
   if (service.options.refuse) {
     g_dbus_method_invocation_return_dbus_error(invocation, "it.drelk.korvane.Error.Refused",
                                                "told to refuse");
@@ -198,6 +203,7 @@ int ReceiverMain(int argc, char* argv[]) {
                  }
                }},
               {"--refuse", "", "answer every request with an error", flag(options.refuse)},
+              {"--silent", "", "never answer a request", flag(options.silent)},
               {"--crash", "", "end without an answer at the first request", flag(options.crash)},
           },
       .after = "",

@@ -2,10 +2,12 @@
 
 #include <algorithm>
 #include <array>
+#include <charconv>
 #include <nlohmann/json.hpp>
 #include <utility>
 
 #include "host/InputError.h"
+#include "host/JSONWriter.h"
 #include "text/Base64.h"
 
 namespace korvane {
@@ -21,7 +23,7 @@ std::string inQuotes(const std::string& text) {
   constexpr std::size_t kShown = 60;
   std::string shown = text.substr(0, kShown);
   if (text.size() > kShown) shown += "...";
-  return Json(shown).dump(-1, ' ', true, Json::error_handler_t::replace);
+  return jsonString(shown);
 }
 
 // Takes the events of the JSON reader and builds the request on the way, so that nothing but the
@@ -74,9 +76,7 @@ class RequestBuilder final : public nlohmann::json_sax<Json> {
         at_ = Place::item;
         return true;
       case Place::attachments:
-        if (attachmentCount_ == kMaxElements) tooMany("attachments");
-        ++attachmentCount_;
-        fields_ = {};
+        beginAttachment();
         at_ = Place::attachment;
         return true;
       default:
@@ -86,9 +86,14 @@ class RequestBuilder final : public nlohmann::json_sax<Json> {
 
   bool key(string_t& name) override {
     if (skipping_) return true;
-    if (std::find(keys_.begin(), keys_.end(), name) != keys_.end()) {
-      throw InputError(place() + inQuotes(name) + " is given twice");
+    const bool isTwice = std::find(keys_.begin(), keys_.end(), name) != keys_.end();
+    if (at_ == Place::attachment && (isTwice || !isKnown(name))) {
+      loseAttachment(isTwice ? inQuotes(name) + " is given twice"
+                             : "unknown key " + inQuotes(name));
+      skipping_ = true;
+      return true;
     }
+    if (isTwice) throw InputError(place() + inQuotes(name) + " is given twice");
     if (!isKnown(name)) {
       constexpr std::size_t kNamed = 10;
       if (++unknownCount_ <= kNamed)
@@ -126,6 +131,7 @@ class RequestBuilder final : public nlohmann::json_sax<Json> {
     } else if (at_ == Place::item && key_ == "attachments") {
       itemKeys_ = std::move(keys_);
       at_ = Place::attachments;
+      attachmentIndex_ = 0;
     } else {
       return scalar("a list");
     }
@@ -189,15 +195,22 @@ class RequestBuilder final : public nlohmann::json_sax<Json> {
     if (at_ == Place::start || at_ == Place::root) return {};
     std::string text = "items[" + std::to_string(request_.items.size() - 1) + "].";
     if (at_ == Place::attachment) {
-      text += "attachments[" + std::to_string(request_.items.back().attachments.size()) + "].";
+      text += "attachments[" + std::to_string(attachmentIndex_ - 1) + "].";
     }
     return text;
   }
 
-  [[noreturn]] void fail(const std::string& what) const {
-    std::string where = place();
-    if (where.ends_with('.')) where.pop_back();
-    throw InputError(where.empty() ? what : where + ": " + what);
+  void beginAttachment() {
+    if (attachmentCount_ == kMaxElements) tooMany("attachments");
+    ++attachmentCount_;
+    ++attachmentIndex_;
+    fields_ = {};
+    wrong_.clear();
+  }
+
+  // What is wrong with the attachment at hand; the first thing counts.
+  void loseAttachment(std::string why) {
+    if (wrong_.empty()) wrong_ = std::move(why);
   }
 
   [[noreturn]] static void tooMany(std::string_view what) {
@@ -208,6 +221,19 @@ class RequestBuilder final : public nlohmann::json_sax<Json> {
   bool scalar(std::string_view got) {
     if (skipping_) {
       if (skipDepth_ == 0) skipping_ = false;
+      return true;
+    }
+    if (at_ == Place::attachments || at_ == Place::attachment) {
+      const bool isWhole = at_ == Place::attachments;
+      if (isWhole) beginAttachment();
+      loseAttachment(
+          (isWhole ? "it must be an object, not " : inQuotes(key_) + " must be a text, not ") +
+          std::string(got));
+      if (got == "an object" || got == "a list") {
+        skipping_ = true;
+        skipDepth_ = 1;
+      }
+      if (isWhole) finishAttachment();
       return true;
     }
     std::string where;
@@ -223,12 +249,7 @@ class RequestBuilder final : public nlohmann::json_sax<Json> {
       case Place::items:
         where = "items[" + std::to_string(request_.items.size()) + ']';
         break;
-      case Place::attachments:
-        where = "items[" + std::to_string(request_.items.size() - 1) + "].attachments[" +
-                std::to_string(request_.items.back().attachments.size()) + ']';
-        break;
-      case Place::item:
-      case Place::attachment:
+      default:
         where = place() + key_;
         wanted = wantsText() ? "a text" : "a list";
         break;
@@ -254,15 +275,24 @@ class RequestBuilder final : public nlohmann::json_sax<Json> {
   }
 
   void finishAttachment() {
+    at_ = Place::attachment;
     const auto given = static_cast<std::size_t>(
         std::count_if(fields_.begin(), fields_.end(), [](const auto& field) { return !!field; }));
     const bool typed = fields_[kType] && fields_[kText];
-    if (given == (typed ? 2 : 1) && (typed || !(fields_[kType] || fields_[kText]))) {
-      item().attachments.push_back(attachment());
-    } else if (unknown_.empty()) {
-      fail(
-          "must have exactly one of \"url\", \"file\", \"image\", \"imageData\", or \"type\" with "
+    if (given != (typed ? 2 : 1) || (!typed && (fields_[kType] || fields_[kText]))) {
+      loseAttachment(
+          "it must have exactly one of \"url\", \"file\", \"image\", \"imageData\", or \"type\" "
+          "with "
           "\"text\"");
+    }
+    if (wrong_.empty()) {
+      ShareRequest::Attachment made = attachment();
+      if (wrong_.empty()) item().attachments.push_back(std::move(made));
+    }
+    if (!wrong_.empty()) {
+      std::string where = place();
+      where.pop_back();
+      request_.unread.push_back({std::move(where), wrong_});
     }
     at_ = Place::attachments;
   }
@@ -270,13 +300,14 @@ class RequestBuilder final : public nlohmann::json_sax<Json> {
   ShareRequest::Attachment attachment() {
     const auto notEmpty = [&](Field field) {
       std::string& value = *fields_[field];
-      if (value.empty()) fail('"' + std::string(kFields[field]) + "\" is empty");
+      if (value.empty()) loseAttachment('"' + std::string(kFields[field]) + "\" is empty");
       return std::move(value);
     };
     const auto path = [&](Field field) {
       std::string value = notEmpty(field);
       if (value.find('\0') != std::string::npos) {
-        fail('"' + std::string(kFields[field]) + "\" is no path: it holds a NUL character");
+        loseAttachment('"' + std::string(kFields[field]) +
+                       "\" is not a path: it holds a NUL character");
       }
       return value;
     };
@@ -286,8 +317,8 @@ class RequestBuilder final : public nlohmann::json_sax<Json> {
     if (fields_[kImageData]) {
       std::optional<NSData> data =
           decodedBase64<NSData>(notEmpty(kImageData), Base64Leniency::whiteSpace);
-      if (!data || data->empty()) fail("\"imageData\" is no base64");
-      return ShareRequest::ImageData{std::move(*data)};
+      if (!data || data->empty()) loseAttachment("\"imageData\" is not base64");
+      return ShareRequest::ImageData{std::move(data).value_or(NSData())};
     }
     return ShareRequest::TypedText{notEmpty(kType), std::move(*fields_[kText])};
   }
@@ -301,16 +332,50 @@ class RequestBuilder final : public nlohmann::json_sax<Json> {
   std::optional<std::string> text_, html_;  // of the item at hand
   std::array<std::optional<std::string>, kFields.size()> fields_;  // of the attachment at hand
   std::size_t attachmentCount_ = 0;
+  std::size_t attachmentIndex_ = 0;  // in the list at hand, of the next attachment
+  std::string wrong_;                // why the attachment at hand is lost; empty where it is not
   bool skipping_ = false;
   std::size_t skipDepth_ = 0;
   std::string unknown_;
   std::size_t unknownCount_ = 0;
 };
 
+/// The half of a surrogate pair that an escape at this place stands for; 0 for anything else.
+unsigned surrogateAt(std::string_view json, std::size_t at) {
+  constexpr std::size_t kEscape = 6;
+  const std::string_view escape = json.substr(std::min(at, json.size()), kEscape);
+  unsigned code = 0;
+  if (escape.size() < kEscape || !escape.starts_with("\\u")) return 0;
+  const char* const end = escape.data() + kEscape;
+  const auto [stop, error] = std::from_chars(escape.data() + 2, end, code, 16);
+  return error == std::errc() && stop == end && code >= 0xD800 && code <= 0xDFFF ? code : 0;
+}
+
+/// The text with every escape of half of a surrogate pair made one of U+FFFD, in its place; nothing
+/// where there is none.
+std::optional<std::string> withoutLoneSurrogates(std::string_view json) {
+  std::optional<std::string> repaired;
+  for (std::size_t at = 0; (at = json.find('\\', at)) != std::string_view::npos;) {
+    const unsigned first = surrogateAt(json, at);
+    if (first == 0) {
+      at += 2;
+    } else if (first < 0xDC00 && surrogateAt(json, at + 6) >= 0xDC00) {
+      at += 12;
+    } else {
+      if (!repaired) repaired.emplace(json);
+      repaired->replace(at + 2, 4, "fffd");
+      at += 6;
+    }
+  }
+  return repaired;
+}
+
 }  // namespace
 
 ShareRequest readShareRequest(std::string_view json) {
   if (json.size() > kMaxInput) throw InputError("larger than 256 MiB");
+  const std::optional<std::string> repaired = withoutLoneSurrogates(json);
+  if (repaired) json = *repaired;
   RequestBuilder builder(json);
   Json::sax_parse(json.begin(), json.end(), &builder);
   return builder.take();

@@ -75,10 +75,13 @@ inline constexpr std::size_t kMaxInput = std::size_t{256} << 20;
 /// directory; a name that is not UTF-8 goes into a file: URL. Base64 is that of RFC 4648 section 4
 /// with its padding; white space in it is skipped.
 ///
+/// Half of a surrogate pair in a text ("\ud83d") becomes U+FFFD. An attachment that is not exactly
+/// one of the above, or whose value is of the wrong kind, is lost alone: it is among `unread`.
+///
 /// Throws InputError for text that is not JSON, not complete, over kMaxInput or nested deeper
 /// than 32 levels, for unknown keys (all of them are named), a key given twice, a value of the
-/// wrong kind (named with its place, such as `items[0].title`), an attachment that is not exactly
-/// one of the above, and more than 100,000 items or attachments.
+/// wrong kind elsewhere (named with its place, such as `items[0].title`), and more than 100,000
+/// items or attachments.
 ShareRequest readShareRequest(std::string_view json);
 
 }  // namespace korvane

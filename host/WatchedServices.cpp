@@ -181,7 +181,7 @@ class WatchedLog : public LogSink {
  public:
   explicit WatchedLog(std::shared_ptr<LogSink> log) : log_(std::move(log)) {}
   void write(std::string_view line) noexcept override {
-    if (line.starts_with("[***ERROR***]")) {
+    if (line.starts_with('[') && line.substr(1).starts_with(kErrorMark)) {
       if (const auto run = RunScope::current()) run->errorLogged();
     }
     log_->write(line);

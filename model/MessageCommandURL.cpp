@@ -1,5 +1,6 @@
 // The command URL that opens the mail client with a message.
 #include "model/ExtensionMessage.h"
+#include "model/detail/MessageKeys.h"
 #include "platform/NSException.h"
 #include "platform/NSFormat.h"
 #include "urlutils/RequestUtils.h"
@@ -35,29 +36,27 @@ std::optional<NSURL> ExtensionMessage::queryUrl(std::string_view command) const 
       if (text && !text->empty()) parameters.set(key, *text);
     });
   };
-  addBody("plainBody", plainBody_);
-  addBody("htmlBody", htmlBody_);
-  add("subject", subject());
-  add("from", from());
-  add("account", account());
-  add("bcc", recipients(bcc()));
-  add("cc", recipients(cc()));
-  add("to", recipients(to()));
+  addBody(MessageKeys::kPlainBody, plainBody_);
+  addBody(MessageKeys::kHtmlBody, htmlBody_);
+  add(MessageKeys::kSubject, subject());
+  add(MessageKeys::kFrom, from());
+  add(MessageKeys::kAccount, account());
+  add(MessageKeys::kBcc, recipients(bcc()));
+  add(MessageKeys::kCc, recipients(cc()));
+  add(MessageKeys::kTo, recipients(to()));
 
   if (const auto list = attachments()) {
     for (std::size_t position = 0; position < list->size(); ++position) {
       const Value path = attachmentPath((*list)[position]);
       // What is no path takes its number with it: the keys may have gaps.
       if (!path.isAbsent()) {
-        parameters.set(stringWithFormat("attachment_%@", position), path);
+        parameters.set(stringWithFormat("%@%@", MessageKeys::kAttachment, position), path);
       }
     }
   }
 
   std::string text = "korvane://";
-  text += command;
-  text += '?';
-  text += RequestUtils::URLQueryWithParameters(parameters);
+  text.append(command).append("?").append(RequestUtils::URLQueryWithParameters(parameters));
   return NSURL::URLWithString(text);
 }
 

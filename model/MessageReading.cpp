@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "model/ExtensionMessage.h"
+#include "model/detail/MessageKeys.h"
 #include "platform/NSDataDetector.h"
 #include "platform/NSException.h"
 #include "urlutils/RequestUtils.h"
@@ -31,23 +32,23 @@ std::shared_ptr<ExtensionMessage> ExtensionMessage::ExtensionMessageWithUrl(cons
   List attachments;
   for (const auto& [key, value] : parametersOf(url)) {
     if (!value.isText()) continue;  // a repeated key keeps its last text, so there are no lists
-    if (key == "from") {
+    if (key == MessageKeys::kFrom) {
       message->setFrom(value);
-    } else if (key == "account") {
+    } else if (key == MessageKeys::kAccount) {
       message->setAccount(value);
-    } else if (key == "subject") {
+    } else if (key == MessageKeys::kSubject) {
       message->setSubject(value);
-    } else if (key == "htmlBody") {
+    } else if (key == MessageKeys::kHtmlBody) {
       message->setHtmlBody(std::string(value.text()));
-    } else if (key == "plainBody") {
+    } else if (key == MessageKeys::kPlainBody) {
       message->setPlainBody(std::string(value.text()));
-    } else if (key == "to") {
+    } else if (key == MessageKeys::kTo) {
       message->setToString(std::string(value.text()));
-    } else if (key == "cc") {
+    } else if (key == MessageKeys::kCc) {
       message->setCcString(std::string(value.text()));
-    } else if (key == "bcc") {
+    } else if (key == MessageKeys::kBcc) {
       message->setBccString(std::string(value.text()));
-    } else if (key.starts_with("attachment_")) {
+    } else if (key.starts_with(MessageKeys::kAttachment)) {
       attachments.push_back(value);
     }
   }

@@ -19,7 +19,7 @@ namespace {
 void runLogged(const std::function<void()>& job) noexcept {
   const auto log = [](std::string_view kind) noexcept {
     try {
-      NSLog("[%@] dispatch_async job ended by %@", "***ERROR***", kind);
+      NSLog("[%@] dispatch_async job ended by %@", kErrorMark, kind);
     } catch (...) {  // no memory for the line
     }
   };

@@ -8,6 +8,9 @@
 
 namespace korvane {
 
+/// The first text of a log line that tells of an error.
+inline constexpr const char* kErrorMark = "***ERROR***";
+
 /// Where log lines go; a service of the Platform. Any thread may call; must not throw.
 class KORVANE_EXPORT LogSink {
  public:

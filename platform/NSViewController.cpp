@@ -7,7 +7,7 @@ namespace korvane {
 
 void NSViewController::loadView() {
   if (!NSBundle::mainBundle()->loadNibNamed(nibName())) {
-    NSLog("[%@] loadView %@ has no interface description", "***ERROR***", nibName());
+    NSLog("[%@] loadView %@ has no interface description", kErrorMark, nibName());
   }
 }
 

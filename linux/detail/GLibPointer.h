@@ -33,6 +33,7 @@ class GErrorSlot {
 
   GError** out() { return &error_; }
   bool isOf(GQuark domain) const { return error_ && error_->domain == domain; }
+  bool is(GQuark domain, int code) const { return g_error_matches(error_, domain, code) != FALSE; }
   std::string message() const { return error_ ? error_->message : ""; }
 
  private:

@@ -4,7 +4,9 @@
 
 #include <algorithm>
 #include <array>
+#include <condition_variable>
 #include <cstdlib>
+#include <thread>
 #include <utility>
 
 #include "linux/detail/GLibPointer.h"
@@ -50,16 +52,48 @@ std::string objectPath(const std::string& identifier) {
   return path;
 }
 
+/// Cancels what goes on when it has gone on for long enough.
+class TimeLimit {
+ public:
+  explicit TimeLimit(std::chrono::milliseconds limit)
+      : cancellable_(g_cancellable_new()), watcher_([this, limit] {
+          std::unique_lock lock(mutex_);
+          if (!changed_.wait_for(lock, limit, [this] { return ended_; })) {
+            g_cancellable_cancel(cancellable_.get());
+          }
+        }) {}
+  ~TimeLimit() {
+    {
+      std::lock_guard lock(mutex_);
+      ended_ = true;
+    }
+    changed_.notify_all();
+    watcher_.join();
+  }
+  TimeLimit(const TimeLimit&) = delete;
+  TimeLimit& operator=(const TimeLimit&) = delete;
+  GCancellable* cancellable() const { return cancellable_.get(); }
+
+ private:
+  const GObjectPointer<GCancellable> cancellable_;
+  std::mutex mutex_;
+  std::condition_variable changed_;
+  bool ended_ = false;
+  std::thread watcher_;
+};
+
 /// A connection of our own: the end of the shared one would end the process.
-GObjectPointer<GDBusConnection> connectToSessionBus() {
+GObjectPointer<GDBusConnection> connectToSessionBus(std::chrono::milliseconds limit,
+                                                    GErrorSlot& error) {
   const GPointer<char> address(
       g_dbus_address_get_for_bus_sync(G_BUS_TYPE_SESSION, nullptr, nullptr));
   if (!address) return nullptr;
   const auto flags =
       static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
                                         G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION);
-  return GObjectPointer<GDBusConnection>(
-      g_dbus_connection_new_for_address_sync(address.get(), flags, nullptr, nullptr, nullptr));
+  const TimeLimit timeLimit(limit);
+  return GObjectPointer<GDBusConnection>(g_dbus_connection_new_for_address_sync(
+      address.get(), flags, nullptr, timeLimit.cancellable(), error.out()));
 }
 
 GVariant* openParameters(const std::vector<NSURL>& urls, const Activation& activation) {
@@ -97,9 +131,14 @@ BusAnswer answerOfError(const std::string& identifier, GDBusMessage* reply) {
 }
 
 BusAnswer openOverBus(const std::string& identifier, const std::vector<NSURL>& urls,
-                      const Activation& activation) {
+                      const Activation& activation, const WorkspaceLimits& limits) {
   if (!g_dbus_is_name(identifier.c_str())) return {BusAnswer::unreachable, {}};
-  const auto connection = connectToSessionBus();
+  GErrorSlot error;
+  const auto connection = connectToSessionBus(limits.connecting, error);
+  // Whoever is started by its desktop entry would wait for the same bus.
+  if (error.is(G_IO_ERROR, G_IO_ERROR_CANCELLED)) {
+    return {BusAnswer::refused, "the session bus does not answer"};
+  }
   if (!connection) return {BusAnswer::unreachable, {}};
   if (arraySize(urls) > kMaxArray) {
     return {BusAnswer::refused, "the message makes URLs of " + std::to_string(arraySize(urls)) +
@@ -110,10 +149,13 @@ BusAnswer openOverBus(const std::string& identifier, const std::vector<NSURL>& u
   const GObjectPointer<GDBusMessage> call(g_dbus_message_new_method_call(
       identifier.c_str(), objectPath(identifier).c_str(), "org.freedesktop.Application", "Open"));
   g_dbus_message_set_body(call.get(), openParameters(urls, activation));
-  // No time limit: a running application may be busy, and the bus tells when it ends.
+  GErrorSlot failure;
   const GObjectPointer<GDBusMessage> reply(g_dbus_connection_send_message_with_reply_sync(
-      connection.get(), call.get(), G_DBUS_SEND_MESSAGE_FLAGS_NONE, G_MAXINT, nullptr, nullptr,
-      nullptr));
+      connection.get(), call.get(), G_DBUS_SEND_MESSAGE_FLAGS_NONE,
+      static_cast<gint>(limits.answering.count()), nullptr, nullptr, failure.out()));
+  if (failure.is(G_IO_ERROR, G_IO_ERROR_TIMED_OUT)) {
+    return {BusAnswer::refused, "the mail client has not answered yet; its window may still come"};
+  }
   if (!reply) {
     return {BusAnswer::refused,
             "the session bus ended the connection; it may not take messages of " +
@@ -127,8 +169,9 @@ BusAnswer openOverBus(const std::string& identifier, const std::vector<NSURL>& u
 
 }  // namespace
 
-Workspace::Workspace(FailureReport report)
+Workspace::Workspace(FailureReport report, WorkspaceLimits limits)
     : report_(std::move(report)),
+      limits_(limits),
       activation_{takeVariable("XDG_ACTIVATION_TOKEN"), takeVariable("DESKTOP_STARTUP_ID")} {}
 
 bool Workspace::openURLs(const std::vector<NSURL>& urls, std::string_view withAppBundleIdentifier,
@@ -136,7 +179,7 @@ bool Workspace::openURLs(const std::vector<NSURL>& urls, std::string_view withAp
   if (urls.empty()) return false;
   const std::string identifier(withAppBundleIdentifier);
   const Activation activation = takeActivation(options);
-  const BusAnswer answer = openOverBus(identifier, urls, activation);
+  const BusAnswer answer = openOverBus(identifier, urls, activation, limits_);
   std::optional<std::string> failure;
   if (answer.outcome == BusAnswer::refused) failure = answer.reason;
   if (answer.outcome == BusAnswer::unreachable) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <mutex>
 #include <string>
@@ -12,14 +13,22 @@
 
 namespace korvane {
 
+/// How long a workspace waits.
+struct WorkspaceLimits {
+  /// For a session bus to take a connection.
+  std::chrono::milliseconds connecting{5'000};
+  /// For an application to answer. It may open its window all the same, later.
+  std::chrono::milliseconds answering{60'000};
+};
+
 /// Opens URLs with an application of the Linux desktop. An application's identifier is the name of
 /// its desktop entry and its name on the session bus.
 ///
 /// The road is the bus: org.freedesktop.Application.Open on the application's name, which starts
-/// the application where it can be started by name, with all URLs in one call that lasts as long as
-/// the application takes. Where nothing owns the name and nothing can be started by it, or there is
-/// no session bus, the Exec line of the desktop entry is run instead, as a process of its own
-/// without our terminal. An application that was reached and refuses is not tried on another road.
+/// the application where it can be started by name, with all URLs in one call. Where nothing owns
+/// the name and nothing can be started by it, or there is no session bus, the Exec line of the
+/// desktop entry is run instead, as a process of its own without our terminal. An application that
+/// was reached and refuses is not tried on another road.
 ///
 /// In the foreground the application gets the launcher's XDG_ACTIVATION_TOKEN and
 /// DESKTOP_STARTUP_ID, with which the desktop lets it come to the front: as "activation-token" and
@@ -37,7 +46,7 @@ class KORVANE_EXPORT Workspace : public NSWorkspace {
   /// Takes both variables out of the process's environment, which no other thread may use in the
   /// meantime: make it before the first thread is started. They serve for the first opening in the
   /// foreground.
-  explicit Workspace(FailureReport report = {});
+  explicit Workspace(FailureReport report = {}, WorkspaceLimits limits = {});
 
   bool openURLs(const std::vector<NSURL>& urls, std::string_view withAppBundleIdentifier,
                 unsigned options) override;
@@ -45,7 +54,8 @@ class KORVANE_EXPORT Workspace : public NSWorkspace {
  private:
   Activation takeActivation(unsigned options);
 
-  FailureReport report_;
+  const FailureReport report_;
+  const WorkspaceLimits limits_;
   std::mutex mutex_;
   Activation activation_;
 };

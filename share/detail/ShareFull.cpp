@@ -10,7 +10,7 @@ namespace korvane {
 void shareFull(const std::shared_ptr<ExtensionMessage>& message,
                const std::optional<NSError>& error) {
   if (error) {
-    NSLog("[%@] ShareFull %@", "***ERROR***", *error);
+    NSLog("[%@] ShareFull %@", kErrorMark, *error);
     return;
   }
   if (!message) return;
@@ -18,7 +18,7 @@ void shareFull(const std::shared_ptr<ExtensionMessage>& message,
     const auto url = message->queryUrl(commandCompose);
     if (url) ExtensionUtilities::LaunchCommands({*url}, false);
   } catch (const NSException& exception) {
-    NSLog("[%@] ShareFull %@", "***ERROR***", exception);
+    NSLog("[%@] ShareFull %@", kErrorMark, exception);
   }
 }
 

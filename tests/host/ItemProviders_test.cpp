@@ -70,6 +70,13 @@ TEST_F(ItemProviders, WhatWouldRunOrShowSomethingIsNoLink) {
     EXPECT_EQ(make(ShareRequest::Link{url}), nullptr) << url;
     EXPECT_EQ(make(ShareRequest::TypedText{"public.url", url}), nullptr) << url;
   }
+  for (const char* url :
+       {"j&#97;vascript:alert(1)", "javascript&colon;alert(1)", "java&Tab;script:alert(1)",
+        "vbscript&colon;x", "data&colon;text/html,x", "www.a.example", "//a.example/x", "/x", "?x",
+        "#x", "java\tscript:x", "&#106;avascript:x"}) {
+    EXPECT_EQ(make(ShareRequest::Link{url}), nullptr) << url;
+    EXPECT_EQ(make(ShareRequest::TypedText{"public.url", url}), nullptr) << url;
+  }
   for (const char* url : {"korvane://x", "magnet:?xt=1", "mailto:a@b.example", "javascripts:x",
                           "https://a.example/javascript:x", "database:x"}) {
     EXPECT_NE(make(ShareRequest::Link{url}), nullptr) << url;

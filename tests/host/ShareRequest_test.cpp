@@ -88,7 +88,6 @@ TEST(ShareRequest, RefusesWithOneLineThatNamesThePlace) {
       {R"({'items': []})", "no JSON at line 1, byte 2"},
       {R"({"items": [],})", "no JSON at line 1"},
       {"{\"items\": [{\"title\": \"\xFF\"}]}", "no JSON at line 1"},
-      {R"({"items": [{"title": "\ud800"}]})", "no JSON at line 1"},
       {"hello", "no JSON at line 1, byte 1"},
       // Wrong kinds.
       {"[]", "the request must be an object, not a list"},
@@ -105,45 +104,86 @@ TEST(ShareRequest, RefusesWithOneLineThatNamesThePlace) {
       {R"({"items": [{"title": {}}]})", "items[0].title must be a text, not an object"},
       {R"({"items": [{"attachments": "x"}]})", "items[0].attachments must be a list, not a text"},
       {R"({"items": [{"attachments": {}}]})", "items[0].attachments must be a list, not an object"},
-      {R"({"items": [{"attachments": [{"url": "a:b"}, true]}]})",
-       "items[0].attachments[1] must be an object, not a boolean"},
-      {R"({"items": [{"attachments": [{"url": 1.5}]}]})",
-       "items[0].attachments[0].url must be a text, not a number"},
       // Keys.
       {R"({"itmes": []})", "unknown key \"itmes\""},
       {R"({"items": [{"titel": "x"}]})", "unknown key items[0].\"titel\""},
-      {R"({"a": {"b": [1, {"c": null}]}, "items": [{"Title": 1, "attachments": [{"ulr": "x"}]}]})",
-       "unknown keys \"a\", items[0].\"Title\", items[0].attachments[0].\"ulr\""},
-      {R"({"items": [{"attachments": [{"url": "a:b", "title": "x"}]}]})",
-       "unknown key items[0].attachments[0].\"title\""},
+      {R"({"a": {"b": [1, {"c": null}]}, "items": [{"Title": 1, "attachments": [{"url": "x:y"}]}]})",
+       "unknown keys \"a\", items[0].\"Title\""},
       {R"({"items": [{"x\ny": 1}]})", "unknown key items[0].\"x\\ny\""},
       {R"({"items": [], "items": []})", "\"items\" is given twice"},
       {R"({"items": [{"title": "a", "title": "b"}]})", "items[0].\"title\" is given twice"},
       {R"({"items": [{"title": "a", "attachments": [], "title": "b"}]})",
        "items[0].\"title\" is given twice"},
-      {R"({"items": [{"attachments": [{"url": "a:b", "url": "a:c"}]}]})",
-       "items[0].attachments[0].\"url\" is given twice"},
-      // Attachments.
-      {R"({"items": [{"attachments": [{}]}]})", "items[0].attachments[0]: must have exactly one"},
-      {R"({"items": [{"attachments": [{"url": "a:b", "file": "/x"}]}]})", "exactly one"},
-      {R"({"items": [{"attachments": [{"type": "public.url"}]}]})", "exactly one"},
-      {R"({"items": [{"attachments": [{"text": "x"}]}]})", "exactly one"},
-      {R"({"items": [{"attachments": [{"type": "a", "text": "b", "url": "c:d"}]}]})",
-       "exactly one"},
-      {R"({"items": [{"attachments": [{"url": ""}]}]})", "\"url\" is empty"},
-      {R"({"items": [{"attachments": [{"file": ""}]}]})", "\"file\" is empty"},
-      {R"({"items": [{"attachments": [{"image": ""}]}]})", "\"image\" is empty"},
-      {R"({"items": [{"attachments": [{"imageData": ""}]}]})", "\"imageData\" is empty"},
-      {R"({"items": [{"attachments": [{"type": "", "text": "x"}]}]})", "\"type\" is empty"},
-      {R"({"items": [{"attachments": [{"file": "/a\u0000b"}]}]})", "holds a NUL character"},
-      {R"({"items": [{"attachments": [{"imageData": "Zm9"}]}]})", "\"imageData\" is no base64"},
-      {R"({"items": [{"attachments": [{"imageData": " "}]}]})", "\"imageData\" is no base64"},
   };
   for (const Case& c : cases) {
     const std::string said = refusal(c.json);
     EXPECT_THAT(said, HasSubstr(c.says)) << c.json;
     EXPECT_THAT(said, Not(HasSubstr("\n"))) << c.json;
   }
+}
+
+TEST(ShareRequest, AWrongAttachmentIsItsOwnLossAlone) {
+  const std::pair<std::string, std::string> cases[] = {
+      {R"(true)", "it must be an object, not a boolean"},
+      {R"([{"url": "x:y"}, [[]]])", "it must be an object, not a list"},
+      {R"("x:y")", "it must be an object, not a text"},
+      {R"({})", "it must have exactly one of"},
+      {R"({"url": 1.5})", "\"url\" must be a text, not a number"},
+      {R"({"url": {"file": [{"url": "x"}]}})", "\"url\" must be a text, not an object"},
+      {R"({"url": [[], {}], "file": "/x"})", "\"url\" must be a text, not a list"},
+      {R"({"url": null})", "\"url\" must be a text, not null"},
+      {R"({"ulr": "x"})", "unknown key \"ulr\""},
+      {R"({"url": "a:b", "title": {"x": [1]}})", "unknown key \"title\""},
+      {R"({"x\ny\u001b": 1})", "unknown key \"x\\ny\\u001b\""},
+      {R"({"url": "a:b", "url": "a:c"})", "\"url\" is given twice"},
+      {R"({"url": "a:b", "file": "/x"})", "exactly one"},
+      {R"({"type": "public.url"})", "exactly one"},
+      {R"({"text": "x"})", "exactly one"},
+      {R"({"type": "a", "text": "b", "url": "c:d"})", "exactly one"},
+      {R"({"url": ""})", "\"url\" is empty"},
+      {R"({"file": ""})", "\"file\" is empty"},
+      {R"({"image": ""})", "\"image\" is empty"},
+      {R"({"imageData": ""})", "\"imageData\" is empty"},
+      {R"({"type": "", "text": "x"})", "\"type\" is empty"},
+      {R"({"file": "/a\u0000b"})", "holds a NUL character"},
+      {R"({"imageData": "Zm9"})", "\"imageData\" is not base64"},
+      {R"({"imageData": " "})", "\"imageData\" is not base64"},
+  };
+  for (const auto& [attachment, says] : cases) {
+    const ShareRequest request =
+        readShareRequest(R"({"items": [{}, {"attachments": [{"url": "a:b"}, )" + attachment +
+                         R"(, {"file": "/x"}], "title": "T"}]})");
+    ASSERT_THAT(request.items, SizeIs(2)) << attachment;
+    EXPECT_EQ(request.items[1].title, "T");
+    EXPECT_EQ(request.items[1].attachments,
+              (std::vector<ShareRequest::Attachment>{ShareRequest::Link{"a:b"},
+                                                     ShareRequest::File{"/x"}}))
+        << attachment;
+    ASSERT_THAT(request.unread, SizeIs(1)) << attachment;
+    EXPECT_EQ(request.unread[0].item, "items[1].attachments[1]");
+    EXPECT_THAT(request.unread[0].reason, HasSubstr(says));
+    EXPECT_THAT(request.unread[0].reason, Not(HasSubstr("\n")));
+  }
+}
+
+TEST(ShareRequest, HalfASurrogatePairIsAReplacementCharacter) {
+  const std::pair<std::string, std::string> cases[] = {
+      {R"(\ud83d\ude00)", "\xF0\x9F\x98\x80"},
+      {R"(\ud83dx)", "\uFFFDx"},
+      {R"(\ude00)", "\uFFFD"},
+      {R"(\uD83D\uD83D\uDE00)", "\uFFFD\xF0\x9F\x98\x80"},
+      {R"(\ude00\ud83d)", "\uFFFD\uFFFD"},
+      {R"(\\ud83d)", "\\ud83d"},
+      {R"(\ud83d\\ude00)", "\uFFFD\\ude00"},
+      {R"(\ud83d\n)", "\uFFFD\n"},
+  };
+  for (const auto& [json, text] : cases) {
+    EXPECT_EQ(readShareRequest("{\"items\": [{\"title\": \"" + json + "\"}]}").items.at(0).title,
+              text)
+        << json;
+  }
+  EXPECT_EQ(refusal(R"({"items": [{"title": "\ud83d)"), "the JSON text ends too early");
+  EXPECT_THAT(refusal(R"({"items": [{"title": "\ud8zz"}]})"), HasSubstr("no JSON at line 1"));
 }
 
 TEST(ShareRequest, NamesTenUnknownKeysAtMost) {

@@ -6,7 +6,9 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/un.h>
 
 #include <cstdlib>
 #include <iostream>
@@ -228,6 +230,37 @@ TEST_F(WorkspaceTest, ABusThatTakesLessIsReported) {
             "the session bus ended the connection; it may not take messages of 200035 bytes\n");
 }
 
+TEST_F(WorkspaceTest, AnApplicationThatDoesNotAnswerIsNotWaitedForWithoutEnd) {
+  desktop.addService(kId, receiver("--silent"));
+  desktop.startBus();
+  desktop.set("NO_PATIENCE", "1");
+  const Finished finished = open({kUrl});
+  EXPECT_EQ(finished.output, "0");
+  EXPECT_EQ(finished.errors, "the mail client has not answered yet; its window may still come\n");
+}
+
+TEST_F(WorkspaceTest, ABusThatDoesNotAnswerIsNotWaitedForWithoutEnd) {
+  desktop.addEntry(kId, receiver("%U"));
+  const int silent = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  const std::string path = desktop.folder / "silent-bus";
+  path.copy(address.sun_path, sizeof address.sun_path - 1);
+  ASSERT_EQ(::bind(silent, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+  ASSERT_EQ(::listen(silent, 5), 0);
+  desktop.set("DBUS_SESSION_BUS_ADDRESS", "unix:path=" + path);
+  desktop.set("NO_PATIENCE", "1");
+  const Finished finished = open({kUrl});
+  ::close(silent);
+  EXPECT_EQ(finished.output, "0");
+  EXPECT_EQ(finished.errors, "the session bus does not answer\n");
+}
+
+TEST(Workspace, TheLimitsOfWaiting) {
+  EXPECT_EQ(WorkspaceLimits().connecting, std::chrono::seconds(5));
+  EXPECT_EQ(WorkspaceLimits().answering, std::chrono::seconds(60));
+}
+
 // The road of the desktop entry.
 
 TEST_F(WorkspaceTest, AMissingApplicationIsReported) {
@@ -366,7 +399,10 @@ int open(const std::string& identifier, const std::string& options, const char* 
   }
   testing::TestPlatform platform;
   const auto workspace = std::make_shared<Workspace>(
-      [](std::string_view reason) { std::cerr << reason << std::endl; });
+      [](std::string_view reason) { std::cerr << reason << std::endl; },
+      std::getenv("NO_PATIENCE")
+          ? WorkspaceLimits{std::chrono::milliseconds(500), std::chrono::milliseconds(500)}
+          : WorkspaceLimits{});
   platform.services.workspace = workspace;
   const std::string extension = "extension:";
   if (identifier.starts_with(extension)) {

@@ -352,6 +352,27 @@ TEST_F(Share, AFileBeyondTheLimitOfFileSizesIsTold) {
               HasSubstr(large + " is not in the message: File too large\n"));
 }
 
+TEST_F(Share, AnInterruptedShareLeavesNothingHalfAndSaysSo) {
+  installClient(kRegular, " --silent");
+  desktop.startBus();
+  const fs::path staged = desktop.folder / "data/Q7K4M2XW9P.korvane/SharedData/Share";
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+    const testing::Pipe errors;
+    testing::RunningProgram sharing({kShare, file("a.txt", "x")}, desktop.environment, -1,
+                                    errors.write);
+    const_cast<testing::Pipe&>(errors).closeWriting();
+    while (!fs::exists(staged / "a.txt")) std::this_thread::yield();
+    writeFile(staged / ".korvane-0123456789abcdef", "half of a copy");
+    sharing.signal(signal);
+    EXPECT_EQ(errors.readLine(),
+              "korvane-share: not handed over: it was interrupted before the mail client answered");
+    EXPECT_EQ(sharing.wait(), -signal);
+    EXPECT_FALSE(fs::exists(staged / ".korvane-0123456789abcdef"));
+    EXPECT_TRUE(fs::exists(staged / "a.txt"));
+    fs::remove(staged / "a.txt");
+  }
+}
+
 TEST_F(Share, ATitleAloneIsNotHandedOver) {
   const Finished finished = share({"--dry-run", "--title", "T"});
   EXPECT_EQ(finished.status, 1);

@@ -70,6 +70,8 @@ class RunningProgram {
   RunningProgram(const RunningProgram&) = delete;
   RunningProgram& operator=(const RunningProgram&) = delete;
 
+  void signal(int number) const { kill(pid_, number); }
+
   /// Waits for its end. The exit status, or minus the number of the signal that ended it.
   int wait() {
     int status = 0;
