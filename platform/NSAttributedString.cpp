@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "platform/NSException.h"
+#include "text/LinkSchemes.h"
 #include "text/UTF8.h"
 
 namespace korvane {
@@ -210,14 +211,10 @@ std::optional<NSData> NSAttributedString::dataFromRange(std::size_t location, st
 }
 
 bool isLinkForDocuments(std::string_view url) {
-  static constexpr std::array<std::string_view, 6> kSchemes = {"http",   "https", "ftp",
-                                                               "mailto", "tel",   "sms"};
-  const std::string_view scheme = url.substr(0, std::min(url.find(':'), url.size()));
-  if (scheme.size() == url.size()) return false;
-  return std::any_of(kSchemes.begin(), kSchemes.end(), [&](std::string_view allowed) {
-    return std::equal(scheme.begin(), scheme.end(), allowed.begin(), allowed.end(),
-                      [](char a, char b) { return (a >= 'A' && a <= 'Z' ? a + 32 : a) == b; });
-  });
+  const std::size_t colon = url.find(':');
+  if (colon == std::string_view::npos) return false;
+  const LinkScheme* scheme = findLinkScheme(url.substr(0, colon));
+  return scheme != nullptr && scheme->forDocuments;
 }
 
 }  // namespace korvane

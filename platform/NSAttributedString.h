@@ -64,9 +64,11 @@ class KORVANE_EXPORT NSAttributedString {
   std::shared_ptr<const Content> content_;
 };
 
-/// Whether a link is kept in a document that is sent to others: http, https, ftp, mailto, tel and
-/// sms, in any case. Links that run something (javascript:), carry a document (data:), reach into
-/// this machine (file:) or are relative to something the receiver does not have are not.
+/// Whether a link is kept in a document that is sent to others: those of the web, of mail,
+/// telephone, chat, news, calendars, places, shared files and payments, such as https, mailto, tel,
+/// sms, sip, xmpp, matrix, news, webcal, geo, magnet and bitcoin, in any case. Links that run
+/// something (javascript:), carry a document (data:), reach into this machine (file:) or are
+/// relative to something the receiver does not have are not.
 KORVANE_EXPORT bool isLinkForDocuments(std::string_view url);
 
 /// What reading an HTML document gives.

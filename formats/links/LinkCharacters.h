@@ -28,12 +28,12 @@ inline Character characterAt(std::string_view text, std::size_t at) {
 /// The character that ends before a position, which is not 0.
 Character characterBefore(std::string_view text, std::size_t at);
 
-// Legal in a URL (RFC 3986), "%" and the brackets included; braces too, which people write in
-// templates and which come out percent-encoded.
+// Legal in a URL (RFC 3986), "%" and the brackets included; braces and "|" too, which people write
+// in templates and lists and which come out percent-encoded.
 inline constexpr auto asciiLinkCharacters = [] {
   std::array<bool, 128> table{};
   for (std::size_t c = 0; c < table.size(); ++c) table[c] = isAlphanumeric(static_cast<char>(c));
-  for (const char c : std::string_view("-._~:/?#[]@!$&'()*+,;=%{}")) {
+  for (const char c : std::string_view("-._~:/?#[]@!$&'()*+,;=%{|}")) {
     table[static_cast<unsigned char>(c)] = true;
   }
   return table;
@@ -53,6 +53,24 @@ inline bool isHostCharacter(char32_t scalar) {
 inline bool isLinkCharacter(char32_t scalar) {
   return scalar < 0x80 ? asciiLinkCharacters[scalar] : isWideLinkCharacter(scalar);
 }
+/// Whether a character that is neither of the two above stands inside words of some languages, so
+/// that between two letters it is a part of a link: a typographic apostrophe, the katakana middle
+/// dot, the Hebrew geresh, and the joiners that say how letters and emoji are drawn.
+bool isWordJoiner(char32_t scalar);
+/// Whether a host may hold a character although it is no letter: symbols and emoji.
+bool isHostSymbol(char32_t scalar);
+/// Whether a host's labels may be parted by a character as by "." (UTS #46).
+constexpr bool isWideDot(char32_t scalar) {
+  return scalar == 0x3002 || scalar == 0xFF0E || scalar == 0xFF61;
+}
+/// Whether nothing is seen of a character, while it may be part of what a program reads: zero-width
+/// and bidirectional formatting characters, variation selectors.
+bool isInvisible(char32_t scalar);
+/// Whether a symbol is one that people put before a link: arrows, bullets, pointing hands.
+bool isBullet(char32_t scalar);
+/// Whether a link does not end with a character, though it may hold it: dashes and separating dots
+/// of other scripts, as ASCII's punctuation.
+bool isTrailingMark(char32_t scalar);
 /// Whether a character belongs to a script whose words stand right before and behind a link: one
 /// without spaces between words, or with particles behind the words (Korean).
 bool isWrittenWithoutSpaces(char32_t scalar);

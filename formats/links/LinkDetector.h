@@ -12,19 +12,26 @@ namespace korvane {
 /// Finds what a reader of mail expects to be clickable in plain text:
 ///
 /// - "http://", "https://" and "ftp://" with a host, "word://" of any other scheme but scripts,
-///   "file:/", "mailto:" with an address, "tel:" with a number;
-/// - hosts that begin with "www." and bare domains whose ending is a top-level domain of the public
-///   suffix list, which get "http://"; endings that name files far more often ("README.md") count
-///   only with "www.", a port or a path;
+///   "file:/", "mailto:" with an address, and the schemes without "//" that findLinkScheme() knows,
+///   such as "tel:", "sip:", "xmpp:", "geo:" and "magnet:", with what belongs to them;
+/// - hosts that begin with "www.", addresses such as "192.168.1.1:8080/admin", and bare domains
+///   whose ending is a top-level domain of the public suffix list and which are no file name, code
+///   or abbreviation: these get "http://";
 /// - bare mail addresses, which get "mailto:".
 ///
+/// A link is taken whole or not at all: where only a part of what is written could be one, there is
+/// none, since the part would lead elsewhere.
+///
 /// A link ends before "<", ">", '"', white space, control, zero-width and bidirectional formatting
-/// characters and the punctuation of other scripts. Punctuation at its end, and brackets and quotes
-/// without a partner inside the link, stay outside.
+/// characters, the punctuation of other scripts, and ",http://" that begins another one.
+/// Apostrophes, dots and joiners that belong into words of some scripts stay between letters.
+/// Punctuation and dashes at its end, and brackets and quotes without a partner inside the link,
+/// stay outside. Between "<" and ">" or "‹" and "›", all of it is the link, with line breaks in it
+/// left out.
 ///
 /// A link's URL is its characters where these are a valid URL. Otherwise a host of other scripts
-/// is written in Punycode (RFC 3492, UTS #46 nontransitional), and every character that is not
-/// legal in a URL is percent-encoded.
+/// or with symbols is written in Punycode (RFC 3492, UTS #46 nontransitional), and every character
+/// that is not legal in a URL is percent-encoded.
 class KORVANE_EXPORT LinkDetector : public NSDataDetector {
  public:
   std::vector<NSTextCheckingResult> matchesInString(std::string_view text) override;

@@ -45,34 +45,6 @@ bool isTopLevelDomain(std::string_view label) {
                                PSL_TYPE_ICANN | PSL_TYPE_NO_STAR_RULE) == 1;
 }
 
-bool isFileEnding(std::string_view label) {
-  // Left out: endings of countries and services whose addresses people do write without "www."
-  // (pl, mk, so, ai, app).
-  constexpr std::array<std::string_view, 13> endings = {
-      "cab", "cc", "java", "md", "mov", "pm", "properties", "ps", "pub", "py", "rs", "sh", "zip"};
-  return std::find(endings.begin(), endings.end(), lowercase(label)) != endings.end();
-}
-
-bool isNumberLike(std::string_view host) {
-  std::size_t digits = 0;
-  for (const char c : host.substr(0, host.rfind('.'))) {
-    if (c == '.') {
-      digits = 0;
-    } else if (!isDigit(c) || ++digits > 2) {
-      return false;
-    }
-  }
-  return true;
-}
-
-bool isSentenceLike(std::string_view host) {
-  const std::size_t size = host.size();
-  const auto isLower = [](char c) { return c >= 'a' && c <= 'z'; };
-  const auto isUpper = [](char c) { return c >= 'A' && c <= 'Z'; };
-  return size >= 4 && host[size - 3] == '.' && isLower(host[size - 4]) && isUpper(host[size - 2]) &&
-         isLower(host[size - 1]);
-}
-
 bool canBeTopLabel(std::string_view topLabel) {
   return topLabel.size() >= 2 && std::any_of(topLabel.begin(), topLabel.end(), isLetter) &&
          !isDigit(topLabel.front());

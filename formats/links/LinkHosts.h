@@ -12,13 +12,6 @@ namespace korvane::links {
 std::optional<std::string> asciiHost(std::string_view host);
 /// Whether a label, in any case and script, is a top-level domain.
 bool isTopLevelDomain(std::string_view label);
-/// Whether a top-level domain, in any case, is far better known as the ending of file names.
-bool isFileEnding(std::string_view label);
-/// Whether all labels but the last are short numbers: "3.am" and "21.no" are no hosts.
-bool isNumberLike(std::string_view host);
-/// Whether a host of two letters' ending may rather be the end of one sentence and the beginning
-/// of the next, written without a space: "done.It".
-bool isSentenceLike(std::string_view host);
 /// Whether a top label can be one: no number, and not a single letter.
 bool canBeTopLabel(std::string_view topLabel);
 

@@ -1,38 +1,41 @@
 #include "formats/links/LinkScanner.h"
 
 #include <algorithm>
-#include <initializer_list>
+#include <array>
 #include <utility>
 
+#include "formats/links/BareHosts.h"
 #include "formats/links/LinkCharacters.h"
 #include "formats/links/LinkHosts.h"
+#include "formats/links/WordLinks.h"
 
 namespace korvane::links {
 namespace {
 
-constexpr std::size_t maximumScheme = 32;
-constexpr std::size_t maximumLocalPart = 64;  // RFC 5321, 4.5.3.1.1
-constexpr std::size_t maximumBracketedAddress = 48;
-constexpr std::size_t maximumPortDigits = 5;
+constexpr std::size_t kMaxScheme = 32;
+constexpr std::size_t kMaxLocalPart = 64;  // RFC 5321, 4.5.3.1.1
+constexpr std::size_t kMaxRemotePath = 128;
 
-// What may stand in a local part beside letters and digits: in a bare address only what people
-// write there, since the address stands among other text.
-constexpr std::string_view bareLocalPartPunctuation = "._+-%&'~";
-constexpr std::string_view localPartPunctuation = "._+-%&'~!$*=";
-constexpr std::string_view userInfoPunctuation = "-._~!$&*+;=:%";
+// What may stand in the local part behind "mailto:".
+constexpr std::string_view kLocalPartPunctuation = "._+-%&'~!$*=/?#^`{|}";
 
 constexpr bool isSchemeCharacter(char c) {
   return isAlphanumeric(c) || c == '+' || c == '-' || c == '.';
 }
 
-bool isBareLocalPartCharacter(char32_t scalar) {
-  return isHostCharacter(scalar) ||
-         (scalar < 0x80 &&
-          bareLocalPartPunctuation.find(static_cast<char>(scalar)) != std::string_view::npos);
+bool isOneOf(char c, std::string_view characters) {
+  return c != '\0' && characters.find(c) != std::string_view::npos;
 }
 
-bool isOneOf(std::string_view word, std::initializer_list<std::string_view> words) {
-  return std::find(words.begin(), words.end(), word) != words.end();
+bool isSpaceOrTab(char c) { return c == ' ' || c == '\t'; }
+bool isLineBreak(char c) { return c == '\n' || c == '\r'; }
+
+// French elides the last letter of a word before a name: "d'a.example", "qu'a.example".
+bool isElision(std::string_view text, std::size_t apostrophe) {
+  std::size_t begin = apostrophe;
+  while (begin > 0 && apostrophe - begin < 3 && isLetter(text[begin - 1])) --begin;
+  const std::string word = lowercase(text.substr(begin, apostrophe - begin));
+  return word == "qu" || (word.size() == 1 && isOneOf(word[0], "cdjlmnst"));
 }
 
 }  // namespace
@@ -41,14 +44,14 @@ std::vector<NSTextCheckingResult> LinkScanner::links() {
   std::vector<NSTextCheckingResult> found;
   std::size_t at = nextTrigger(0);
   while (at < text_.size()) {
-    std::size_t resume = at + 1;
+    resume_ = at + 1;
     std::optional<Link> link;
     switch (text_[at]) {
       case ':':
         link = atColon(at);
         break;
       case '.':
-        link = atDot(at, resume);
+        link = atDot(at);
         break;
       default:
         link = atAtSign(at);
@@ -59,9 +62,9 @@ std::vector<NSTextCheckingResult> LinkScanner::links() {
         found.push_back({link->begin, link->end - link->begin, std::move(*url)});
       }
       from_ = link->end;
-      resume = std::max(link->end, at + 1);
+      resume_ = std::max(link->end, at + 1);
     }
-    at = nextTrigger(resume);
+    at = nextTrigger(resume_);
   }
   return found;
 }
@@ -73,32 +76,54 @@ std::size_t LinkScanner::nextTrigger(std::size_t from) {
   return at;
 }
 
-bool LinkScanner::isHostCharacterAt(std::size_t at) const {
-  return at < text_.size() && isHostCharacter(characterAt(text_, at).scalar);
+/// Nothing of what stands at `from` becomes a link.
+void LinkScanner::refuse(std::size_t from, LinkNames::Until until) {
+  resume_ = std::max(resume_, names_.refusedEnd(from, until));
+  from_ = std::max(from_, resume_);
 }
 
 // Links with a scheme.
 
 std::optional<LinkScanner::Link> LinkScanner::atColon(std::size_t colon) {
-  const bool slash = charAt(colon + 1) == '/';
-  const bool authority = slash && charAt(colon + 2) == '/';
   const std::optional<std::size_t> begin = schemeBegin(colon);
   if (!begin) return std::nullopt;
-  const std::string scheme = lowercase(slice(*begin, colon));
-  if (isOneOf(scheme, {"http", "https", "ftp"})) {
-    return authority ? webLink(*begin, colon) : std::nullopt;
+  if (!isWhole_) {
+    if (std::optional<Link> link = linkInAngles(*begin, colon)) return link;
   }
-  if (scheme == "mailto" && !slash) return mailtoLink(*begin, colon);
-  if (scheme == "tel" && !slash) return telLink(*begin, colon);
-  if (scheme == "file" && slash) return otherLink(*begin, colon + 1);
-  // Nobody should run a program by clicking a text.
-  if (!authority || isOneOf(scheme, {"javascript", "vbscript", "data"})) return std::nullopt;
-  return otherLink(*begin, colon + 3);
+  return linkOfScheme(*begin, colon);
+}
+
+std::optional<LinkScanner::Link> LinkScanner::linkOfScheme(std::size_t begin, std::size_t colon) {
+  const bool slash = charAt(colon + 1) == '/';
+  const bool authority = slash && charAt(colon + 2) == '/';
+  const LinkScheme* scheme = findLinkScheme(slice(begin, colon));
+  if (scheme == nullptr && !authority) return std::nullopt;  // some word
+
+  std::optional<Link> link;
+  const LinkForm form = scheme == nullptr ? LinkForm::hierarchy : scheme->form;
+  if (form == LinkForm::web) {
+    if (authority) link = webLink(begin, colon);
+  } else if (form == LinkForm::none) {
+    // Nobody should run a program by clicking a text.
+  } else if (authority) {
+    link = otherLink(begin, colon + 3);
+  } else if (form == LinkForm::mail) {
+    if (!slash) link = mailtoLink(begin, colon);
+  } else if (form == LinkForm::hierarchy) {
+    if (slash && scheme->name == "file") link = otherLink(begin, colon + 1);
+  } else {
+    link = wordLink(begin, colon, form);
+  }
+  if (!link) {
+    refuse(colon + 1,
+           form == LinkForm::none ? LinkNames::Until::space : LinkNames::Until::anotherLink);
+  }
+  return link;
 }
 
 std::optional<std::size_t> LinkScanner::schemeBegin(std::size_t colon) {
   std::size_t begin = colon;
-  while (begin > from_ && colon - begin <= maximumScheme && isSchemeCharacter(text_[begin - 1])) {
+  while (begin > from_ && colon - begin <= kMaxScheme && isSchemeCharacter(text_[begin - 1])) {
     --begin;
     ++steps_;
   }
@@ -112,19 +137,15 @@ std::optional<std::size_t> LinkScanner::schemeBegin(std::size_t colon) {
   }
   while (begin < colon && !isLetter(text_[begin])) ++begin;
   const std::size_t length = colon - begin;
-  if (length < 2 || length > maximumScheme) return std::nullopt;
+  if (length < 2 || length > kMaxScheme) return std::nullopt;
   return begin;
 }
 
 std::optional<LinkScanner::Link> LinkScanner::webLink(std::size_t begin, std::size_t colon) {
   const std::size_t authority = colon + 3;
-  std::size_t hostBegin = userInfoEnd(authority);
-  std::optional<Host> host = hostAt(hostBegin, Underscores::allowed);
-  if (!host) host = bracketedAddressAt(hostBegin);
-  if (!host && hostBegin != authority) {
-    hostBegin = authority;
-    host = hostAt(hostBegin, Underscores::allowed);
-  }
+  const std::size_t hostBegin = names_.userInfoEnd(authority);
+  std::optional<LinkNames::Host> host = names_.host(hostBegin, LinkNames::Underscores::allowed);
+  if (!host) host = names_.bracketedAddress(hostBegin);
   if (!host) return std::nullopt;
 
   std::size_t hostEnd = host->end;
@@ -133,7 +154,8 @@ std::optional<LinkScanner::Link> LinkScanner::webLink(std::size_t begin, std::si
                                  (charAt(hostEnd + 1) == ':' && isDigit(charAt(hostEnd + 2))))) {
     ++hostEnd;
   }
-  const std::size_t port = portEnd(hostEnd);
+  const std::size_t port = names_.portEnd(hostEnd);
+  if (!names_.endsCleanly(*host, port)) return std::nullopt;
   const std::size_t end = pathEnd(port, begin);
   Link link{begin, end, std::string(slice(begin, authority))};
   appendEncoded(link.url, slice(authority, hostBegin));
@@ -148,41 +170,53 @@ std::optional<LinkScanner::Link> LinkScanner::mailtoLink(std::size_t begin, std:
   Link link{begin, address, std::string(slice(begin, address))};
   if (charAt(address) != '?') {
     std::size_t at = address;
-    while (at < text_.size() && at - address <= maximumLocalPart && text_[at] != '@' &&
-           (isHostCharacterAt(at) || localPartPunctuation.find(text_[at]) != std::string::npos)) {
+    while (at < text_.size() && at - address <= kMaxLocalPart && text_[at] != '@' &&
+           (names_.isHostCharacterAt(at) || isOneOf(text_[at], kLocalPartPunctuation))) {
       at += characterAt(text_, at).length;
       ++steps_;
     }
     if (at == address || charAt(at) != '@') return std::nullopt;
-    const std::optional<Host> host = hostAt(at + 1, Underscores::allowed);
-    if (!host) return std::nullopt;
+    const std::optional<LinkNames::Host> host =
+        names_.host(at + 1, LinkNames::Underscores::allowed);
+    if (!host || (charAt(host->end) != ',' && !names_.endsCleanly(*host, host->end))) {
+      return std::nullopt;
+    }
     appendEncoded(link.url, slice(address, at));
     link.url += "@" + host->ascii;
     link.end = host->end;
   }
   const std::size_t rest = link.end;
-  if (charAt(rest) == '?' || charAt(rest) == ',') link.end = tail_.end(rest, begin);
+  if (charAt(rest) == '?' || charAt(rest) == ',') link.end = tailEnd(rest, begin);
   if (link.end == address) return std::nullopt;
   appendEncoded(link.url, slice(rest, link.end));
   return link;
 }
 
-std::optional<LinkScanner::Link> LinkScanner::telLink(std::size_t begin, std::size_t colon) {
-  std::size_t digit = colon + 1;
-  if (charAt(digit) == '+') ++digit;
-  if (charAt(digit) == '(') ++digit;
-  if (!isDigit(charAt(digit)) && charAt(digit) != '*') return std::nullopt;
-  return otherLink(begin, colon + 1);
+/// A link without "//": the scheme says what has to follow.
+std::optional<LinkScanner::Link> LinkScanner::wordLink(std::size_t begin, std::size_t colon,
+                                                       LinkForm form) {
+  if (!isASCII(charAt(colon + 1)) || charAt(colon + 1) > ' ') {
+    const std::size_t end = tailEnd(colon + 1, begin);
+    steps_ += end - colon;
+    if (!hasForm(form, slice(colon + 1, end))) return std::nullopt;
+    // "tel:+39 02 1234" would call somebody else.
+    const bool isNumber = form == LinkForm::number || form == LinkForm::numbers;
+    if (isNumber && charAt(end) == ' ' &&
+        (isDigit(charAt(end + 1)) || isOneOf(charAt(end + 1), "(-/"))) {
+      return std::nullopt;
+    }
+    Link link{begin, end, std::string(slice(begin, colon + 1))};
+    appendEncoded(link.url, slice(colon + 1, end));
+    return link;
+  }
+  return std::nullopt;
 }
 
 /// A link that is taken as it is from `restBegin` on, which stands behind the scheme.
 std::optional<LinkScanner::Link> LinkScanner::otherLink(std::size_t begin, std::size_t restBegin) {
   const char first = charAt(restBegin);
-  const bool starts =
-      !isASCII(first) || isAlphanumeric(first) ||
-      (first != '\0' && std::string_view("/[%_~?+(*").find(first) != std::string::npos);
-  if (!starts) return std::nullopt;
-  const std::size_t end = tail_.end(restBegin, begin);
+  if (isASCII(first) && !isAlphanumeric(first) && !isOneOf(first, "/[%_~?+(*")) return std::nullopt;
+  const std::size_t end = tailEnd(restBegin, begin);
   const std::string_view rest = slice(restBegin, end);
   const auto told = std::find_if(rest.begin(), rest.end(),
                                  [](char c) { return isAlphanumeric(c) || !isASCII(c); });
@@ -193,204 +227,154 @@ std::optional<LinkScanner::Link> LinkScanner::otherLink(std::size_t begin, std::
   return link;
 }
 
+/// "<URL>": all that stands between the marks, without the line breaks that mail puts into long
+/// lines and the spaces around them (RFC 3986, appendix C).
+std::optional<LinkScanner::Link> LinkScanner::linkInAngles(std::size_t begin, std::size_t colon) {
+  std::size_t open = begin;
+  if (open >= from_ + 4 && lowercase(slice(open - 4, open)) == "url:") open -= 4;
+  const bool ascii = open > from_ && text_[open - 1] == '<';
+  constexpr std::string_view kOpen = "\u2039";
+  constexpr std::string_view kClose = "\u203A";
+  if (!ascii && (open < from_ + kOpen.size() || slice(open - kOpen.size(), open) != kOpen)) {
+    return std::nullopt;
+  }
+  std::string whole;
+  std::size_t at = begin;
+  while (true) {
+    if (at >= text_.size()) return std::nullopt;
+    ++steps_;
+    const char c = text_[at];
+    if (isSpaceOrTab(c) || isLineBreak(c)) {
+      std::size_t lines = 0;
+      for (; isSpaceOrTab(charAt(at)) || isLineBreak(charAt(at)); ++at) {
+        ++steps_;
+        if (charAt(at) == '\n' || (charAt(at) == '\r' && charAt(at + 1) != '\n')) ++lines;
+      }
+      if (lines != 1) return std::nullopt;
+      continue;
+    }
+    if (ascii ? c == '>' : text_.substr(at).starts_with(kClose)) break;
+    const Character character = characterAt(text_, at);
+    const bool isLegal =
+        character.scalar < 0x80
+            ? c > ' ' && c != 0x7F && !isOneOf(c, "<>\"")
+            : character.scalar != Character::invalid &&
+                  (isLinkCharacter(character.scalar) || isWordJoiner(character.scalar) ||
+                   !isInvisible(character.scalar)) &&
+                  character.scalar >= 0xA1 && slice(at, at + character.length) != kOpen;
+    if (!isLegal) return std::nullopt;
+    whole += slice(at, at + character.length);
+    at += character.length;
+  }
+  LinkScanner inner(whole);
+  inner.isWhole_ = true;
+  std::optional<Link> link = inner.linkOfScheme(0, colon - begin);
+  steps_ += inner.steps();
+  if (!link || link->end != whole.size()) return std::nullopt;
+  return Link{begin, at, std::move(link->url)};
+}
+
 // Links without one.
 
-std::optional<LinkScanner::Link> LinkScanner::atDot(std::size_t dot, std::size_t& resume) {
-  if (dot == from_ || !isHostCharacterAt(dot + 1)) return std::nullopt;
-  const std::size_t begin = labelBegin(dot);
+std::optional<LinkScanner::Link> LinkScanner::atDot(std::size_t dot) {
+  if (dot == from_ || !names_.isHostCharacterAt(dot + 1)) return std::nullopt;
+  const std::size_t begin = names_.labelBegin(dot, from_);
   if (begin == dot) return std::nullopt;
-  const std::size_t nameEnd = hostNameEnd(begin);
-  resume = std::max(nameEnd, dot + 1);
+  const std::size_t nameEnd = names_.hostNameEnd(begin);
+  resume_ = std::max(nameEnd, dot + 1);
 
   // Parts of paths, of addresses and of other names.
   const char before = begin > 0 ? text_[begin - 1] : ' ';
-  if (isAlphanumeric(before) || std::string_view("/\\@~#$%+").find(before) != std::string::npos) {
+  const char beforeThat = begin > 1 ? text_[begin - 2] : ' ';
+  if (isAlphanumeric(before) || isOneOf(before, "/\\@~#$%+^")) return std::nullopt;
+  if (before == '.' && beforeThat != '.') return std::nullopt;
+  if (before == '&' && isAlphanumeric(beforeThat)) return std::nullopt;
+  if (before == '\'' && isAlphanumeric(beforeThat) && !isElision(text_, begin - 1)) {
     return std::nullopt;
   }
-  if (isInLocalPart(nameEnd) || text_.substr(nameEnd).starts_with("://")) return std::nullopt;
-
-  const std::optional<Host> host = hostAt(begin, Underscores::refused);
-  if (!host || host->labels < 2) return std::nullopt;
-  const std::size_t port = portEnd(host->end);
-  const bool www = lowercase(host->ascii.substr(0, 4)) == "www." && host->labels >= 3 &&
-                   canBeTopLabel(host->topLabel);
-  if (!www) {
-    if (!isTopLevelDomain(host->topLabel) || isNumberLike(host->ascii) ||
-        isSentenceLike(host->ascii)) {
-      return std::nullopt;
-    }
-    if (isFileEnding(host->topLabel) && port == host->end && charAt(port) != '/') {
-      return std::nullopt;
-    }
+  if (names_.isCutBefore(begin, from_) || !names_.isFreeOfPrefix(begin, from_)) {
+    refuse(nameEnd, LinkNames::Until::comma);
+    return std::nullopt;
   }
+  if (names_.isInLocalPart(nameEnd) || text_.substr(nameEnd).starts_with("://")) {
+    return std::nullopt;
+  }
+
+  const std::optional<LinkNames::Host> host = names_.host(begin, LinkNames::Underscores::refused);
+  if (!host || host->labels < 2) return std::nullopt;
+  return bareLink(begin, *host);
+}
+
+std::optional<LinkScanner::Link> LinkScanner::bareLink(std::size_t begin,
+                                                       const LinkNames::Host& host) {
+  const std::size_t port = names_.portEnd(host.end);
   const std::size_t end = pathEnd(port, begin);
-  Link link{begin, end, "http://" + host->ascii};
-  link.url += slice(host->end, port);
+  bool isLink = false;
+  if (isIPv4Address(host.ascii)) {
+    // "192.168.1.1" may be a version, "192.168.0.0/24" is a network.
+    const std::string_view path = slice(port, end);
+    isLink = path.starts_with('/') &&
+             (path.size() == 1 || (port != host.end ? isAlphanumeric(path[1]) : isLetter(path[1])));
+  } else if (lowercase(host.ascii.substr(0, 4)) == "www." && host.labels >= 3) {
+    isLink = canBeTopLabel(host.topLabel);
+  } else if (isTopLevelDomain(host.topLabel)) {
+    const char before = begin > 0 ? text_[begin - 1] : ' ';
+    const bool behindArrow = before == '>' && begin > 1 && text_[begin - 2] == '-';
+    isLink = isBareDomain({host.ascii, host.topLabel, port != host.end, text_.substr(port, 256),
+                           behindArrow || before == '*'});
+  }
+  if (!isLink || !names_.endsCleanly(host, port)) return std::nullopt;
+  Link link{begin, end, "http://" + host.ascii};
+  link.url += slice(host.end, port);
   appendEncoded(link.url, slice(port, end));
   return link;
 }
 
 std::optional<LinkScanner::Link> LinkScanner::atAtSign(std::size_t at) {
-  const std::size_t begin = localPartBegin(at);
+  const std::optional<std::size_t> begin = names_.localPartBegin(at, from_);
+  if (begin == at) return std::nullopt;
+  std::optional<LinkNames::Host> host;
   // "@user@a.example" names an account, no mailbox.
-  if (begin == at || text_[at - 1] == '.' || (begin > 0 && text_[begin - 1] == '@')) {
+  if (begin && text_[at - 1] != '.' && (*begin == 0 || text_[*begin - 1] != '@') &&
+      names_.isFreeOfPrefix(*begin, from_)) {
+    host = names_.host(at + 1, LinkNames::Underscores::refused);
+  }
+  // "icon@2x.png" is a picture for fine screens.
+  if (!host || host->labels < 2 || !canBeTopLabel(host->topLabel) ||
+      !names_.endsCleanly(*host, host->end) || charAt(host->end) == '@' ||
+      isRemotePath(host->end) ||
+      (host->labels == 2 && isDigit(host->ascii[0]) &&
+       lowercase(host->ascii.substr(1, 2)) == "x.")) {
+    refuse(at + 1, LinkNames::Until::comma);
     return std::nullopt;
   }
-  const std::optional<Host> host = hostAt(at + 1, Underscores::refused);
-  if (!host || host->labels < 2 || !canBeTopLabel(host->topLabel) || charAt(host->end) == '@') {
-    return std::nullopt;
-  }
-  // "icon@2x.png", a picture for fine screens.
-  if (host->labels == 2 && isDigit(host->ascii[0]) && lowercase(host->ascii.substr(1, 2)) == "x.") {
-    return std::nullopt;
-  }
-  Link link{begin, host->end, "mailto:"};
-  appendEncoded(link.url, slice(begin, at));
+  Link link{*begin, host->end, "mailto:"};
+  appendEncoded(link.url, slice(*begin, at));
   link.url += "@" + host->ascii;
   return link;
 }
 
-// The parts of names.
-
-/// Where the label that ends before `dot` begins; `dot` where there is none.
-std::size_t LinkScanner::labelBegin(std::size_t dot) {
-  std::size_t begin = dot;
-  while (begin > from_) {
-    const Character character = characterBefore(text_, begin);
+/// Whether ":" and a path follow a host, as in "git@a.example:user/repo.git".
+bool LinkScanner::isRemotePath(std::size_t hostEnd) {
+  if (charAt(hostEnd) != ':') return false;
+  for (std::size_t at = hostEnd + 1; at < text_.size() && at - hostEnd < kMaxRemotePath; ++at) {
     ++steps_;
-    if (!isHostCharacter(character.scalar) && character.scalar != '-' && character.scalar != '_') {
-      break;
-    }
-    if (begin < dot && isASCII(text_[begin]) && isWrittenWithoutSpaces(character.scalar)) break;
-    begin -= character.length;
-  }
-  while (begin < dot && text_[begin] == '-') ++begin;  // "-a.example", an item of a list
-  return begin;
-}
-
-/// Where the local part that ends before `at` begins; `at` where there is none.
-std::size_t LinkScanner::localPartBegin(std::size_t at) {
-  std::size_t begin = at;
-  while (begin > from_) {
-    const Character character = characterBefore(text_, begin);
-    ++steps_;
-    if (!isBareLocalPartCharacter(character.scalar)) break;
-    if (begin < at && isASCII(text_[begin]) && isWrittenWithoutSpaces(character.scalar)) break;
-    if (character.scalar == '.' && begin < at && text_[begin] == '.') break;
-    begin -= character.length;
-    if (at - begin > maximumLocalPart) return at;
-  }
-  while (begin < at && isASCII(text_[begin]) && !isAlphanumeric(text_[begin]) &&
-         text_[begin] != '_') {
-    ++begin;
-  }
-  return begin;
-}
-
-/// Whether the local part of a mail address goes on at `at` and ends at its "@":
-/// "joe.name+tag@a.example".
-bool LinkScanner::isInLocalPart(std::size_t at) {
-  std::size_t end = at;
-  while (end < text_.size() && end - at <= maximumLocalPart) {
-    const Character character = characterAt(text_, end);
-    ++steps_;
-    if (character.scalar == '@') return end == at || isHostCharacterAt(end + 1);
-    if (!isBareLocalPartCharacter(character.scalar)) return false;
-    end += character.length;
+    if (text_[at] == '/') return !text_.substr(at).starts_with("//");
+    if (!isAlphanumeric(text_[at]) && !isOneOf(text_[at], "._~-")) return false;
   }
   return false;
 }
 
-/// Where the user information ends, behind its "@"; `begin` where there is none.
-std::size_t LinkScanner::userInfoEnd(std::size_t begin) {
-  std::size_t end = begin;
-  for (std::size_t at = begin; at < text_.size();) {
-    const Character character = characterAt(text_, at);
-    ++steps_;
-    at += character.length;
-    if (character.scalar == '@') {
-      end = at;
-    } else if (!isHostCharacter(character.scalar) &&
-               (character.scalar >= 0x80 || userInfoPunctuation.find(static_cast<char>(
-                                                character.scalar)) == std::string::npos)) {
-      break;
-    }
-  }
-  return end;
-}
+// The ends.
 
-/// Where the labels that begin at `begin` end. A word of a script without spaces that follows a
-/// top-level domain is none of it: "a.com" in Chinese text.
-std::size_t LinkScanner::hostNameEnd(std::size_t begin) {
-  std::size_t label = begin;
-  bool latin = true;  // the label so far
-  std::size_t end = begin;
-  while (end < text_.size()) {
-    const Character character = characterAt(text_, end);
-    ++steps_;
-    if (character.scalar == '.') {
-      if (!isHostCharacterAt(end + 1)) break;
-      label = end + 1;
-      latin = true;
-    } else if (!isHostCharacter(character.scalar) && character.scalar != '-' &&
-               character.scalar != '_') {
-      break;
-    } else if (character.scalar >= 0x80) {
-      if (latin && label > begin && end > label && isWrittenWithoutSpaces(character.scalar) &&
-          isTopLevelDomain(slice(label, end))) {
-        break;
-      }
-      latin = false;
-    }
-    end += character.length;
-  }
-  while (end > begin && text_[end - 1] == '-') --end;
-  return end;
-}
-
-std::optional<LinkScanner::Host> LinkScanner::hostAt(std::size_t begin, Underscores underscores) {
-  if (!isHostCharacterAt(begin)) return std::nullopt;
-  const std::size_t end = hostNameEnd(begin);
-  const std::string_view name = slice(begin, end);
-  if (underscores == Underscores::refused && name.find('_') != std::string_view::npos) {
-    return std::nullopt;
-  }
-  std::optional<std::string> ascii = asciiHost(name);
-  if (!ascii) return std::nullopt;
-  const auto dots = std::count(ascii->begin(), ascii->end(), '.');
-  std::string topLabel = ascii->substr(ascii->rfind('.') + 1);
-  return Host{end, std::move(*ascii), static_cast<std::size_t>(dots) + 1, std::move(topLabel)};
-}
-
-/// An IPv6 address in its brackets.
-std::optional<LinkScanner::Host> LinkScanner::bracketedAddressAt(std::size_t begin) const {
-  if (charAt(begin) != '[') return std::nullopt;
-  const std::string_view window = text_.substr(begin, maximumBracketedAddress);
-  const std::size_t close = window.find(']');
-  if (close == std::string_view::npos) return std::nullopt;
-  const std::string_view address = window.substr(1, close - 1);
-  const bool legal = std::all_of(address.begin(), address.end(),
-                                 [](char c) { return isHexDigit(c) || c == ':' || c == '.'; });
-  if (!legal || std::count(address.begin(), address.end(), ':') < 2) return std::nullopt;
-  return Host{begin + close + 1, std::string(window.substr(0, close + 1)), 1, std::string()};
-}
-
-std::size_t LinkScanner::portEnd(std::size_t hostEnd) const {
-  if (charAt(hostEnd) != ':') return hostEnd;
-  std::size_t end = hostEnd + 1;
-  unsigned port = 0;
-  while (end - hostEnd <= maximumPortDigits && isDigit(charAt(end))) {
-    port = port * 10 + static_cast<unsigned>(text_[end] - '0');
-    ++end;
-  }
-  const bool valid = end > hostEnd + 1 && port <= 65535 && !isDigit(charAt(end));
-  return valid ? end : hostEnd;
+std::size_t LinkScanner::tailEnd(std::size_t from, std::size_t linkBegin) {
+  return isWhole_ ? text_.size() : tail_.end(from, linkBegin);
 }
 
 /// The end of the path, query and fragment that begin at `from`; `from` where there are none.
 std::size_t LinkScanner::pathEnd(std::size_t from, std::size_t linkBegin) {
   const char first = charAt(from);
-  return first == '/' || first == '?' || first == '#' ? tail_.end(from, linkBegin) : from;
+  return first == '/' || first == '?' || first == '#' ? tailEnd(from, linkBegin) : from;
 }
 
 }  // namespace korvane::links

@@ -7,8 +7,10 @@
 #include <string_view>
 #include <vector>
 
+#include "formats/links/LinkNames.h"
 #include "formats/links/LinkTail.h"
 #include "platform/NSDataDetector.h"
+#include "text/LinkSchemes.h"
 
 namespace korvane::links {
 
@@ -17,12 +19,12 @@ namespace korvane::links {
 /// can be long, so that the whole stays linear.
 class LinkScanner {
  public:
-  explicit LinkScanner(std::string_view text) : text_(text), tail_(text) {}
+  explicit LinkScanner(std::string_view text) : text_(text), names_(text), tail_(text) {}
 
   /// The links in order; to be called once.
   std::vector<NSTextCheckingResult> links();
   /// How many characters were looked at.
-  std::uint64_t steps() const { return steps_ + tail_.steps(); }
+  std::uint64_t steps() const { return steps_ + names_.steps() + tail_.steps(); }
 
  private:
   struct Link {
@@ -30,45 +32,38 @@ class LinkScanner {
     std::size_t end;
     std::string url;
   };
-  struct Host {
-    std::size_t end;
-    std::string ascii;
-    std::size_t labels;
-    std::string topLabel;  // of `ascii`
-  };
-  enum class Underscores { refused, allowed };
 
-  // What stands around a trigger, if it is a link. `resume` is where to go on if it is none.
+  // What stands around a trigger, if it is a link. Where it is none, `resume_` is where to go on.
   std::optional<Link> atColon(std::size_t colon);
-  std::optional<Link> atDot(std::size_t dot, std::size_t& resume);
+  std::optional<Link> atDot(std::size_t dot);
   std::optional<Link> atAtSign(std::size_t at);
 
+  std::optional<Link> linkOfScheme(std::size_t begin, std::size_t colon);
   std::optional<Link> webLink(std::size_t begin, std::size_t colon);
   std::optional<Link> mailtoLink(std::size_t begin, std::size_t colon);
-  std::optional<Link> telLink(std::size_t begin, std::size_t colon);
+  std::optional<Link> wordLink(std::size_t begin, std::size_t colon, LinkForm form);
   std::optional<Link> otherLink(std::size_t begin, std::size_t restBegin);
+  std::optional<Link> linkInAngles(std::size_t begin, std::size_t colon);
+  std::optional<Link> bareLink(std::size_t begin, const LinkNames::Host& host);
 
   std::size_t nextTrigger(std::size_t from);
   std::optional<std::size_t> schemeBegin(std::size_t colon);
-  std::size_t labelBegin(std::size_t dot);
-  std::size_t localPartBegin(std::size_t at);
-  bool isInLocalPart(std::size_t at);
-  std::size_t userInfoEnd(std::size_t begin);
-  std::size_t hostNameEnd(std::size_t begin);
-  std::optional<Host> hostAt(std::size_t begin, Underscores underscores);
-  std::optional<Host> bracketedAddressAt(std::size_t begin) const;
-  std::size_t portEnd(std::size_t hostEnd) const;
+  std::size_t tailEnd(std::size_t from, std::size_t linkBegin);
   std::size_t pathEnd(std::size_t from, std::size_t linkBegin);
+  bool isRemotePath(std::size_t hostEnd);
+  void refuse(std::size_t from, LinkNames::Until until);
 
   std::string_view slice(std::size_t begin, std::size_t end) const {
     return text_.substr(begin, end - begin);
   }
   char charAt(std::size_t at) const { return at < text_.size() ? text_[at] : '\0'; }
-  bool isHostCharacterAt(std::size_t at) const;
 
   std::string_view text_;
+  LinkNames names_;
   LinkTail tail_;
-  std::size_t from_ = 0;  // end of the last link
+  bool isWhole_ = false;    // the text is one link, with all that stands at its end
+  std::size_t from_ = 0;    // end of the last link, or of what is none
+  std::size_t resume_ = 0;  // where to go on
   std::uint64_t steps_ = 0;
 };
 

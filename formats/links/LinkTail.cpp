@@ -4,6 +4,7 @@
 #include <array>
 
 #include "formats/links/LinkCharacters.h"
+#include "formats/links/LinkNames.h"
 
 namespace korvane::links {
 namespace {
@@ -18,6 +19,18 @@ constexpr std::size_t closingKind(char c) {
   return c == ')' ? 0 : c == ']' ? 1 : c == '}' ? 2 : noBracket;
 }
 
+bool isWordCharacter(char32_t scalar) { return isHostCharacter(scalar) || isHostSymbol(scalar); }
+
+// Whether a character that no link holds joins the ones beside it to a word that a link may hold.
+bool joinsWord(char32_t before, char32_t joiner, char32_t behind) {
+  if (!isWordJoiner(joiner)) return false;
+  if (joiner == 0xFE0E || joiner == 0xFE0F) return isHostSymbol(before);
+  if (joiner == 0x200D) {
+    return (isWordCharacter(before) || before == 0xFE0F) && isWordCharacter(behind);
+  }
+  return isHostCharacter(before) && isHostCharacter(behind);
+}
+
 }  // namespace
 
 void LinkTail::readRun(std::size_t from) {
@@ -27,11 +40,18 @@ void LinkTail::readRun(std::size_t from) {
   // Indices into brackets_ of those still open. Each kind pairs for itself, so that the pairs
   // inside any later part of the run are the same as if that part were read alone.
   std::array<std::vector<std::size_t>, noBracket> open;
+  char32_t before = ' ';
   while (runEnd_ < text_.size()) {
     const Character character = characterAt(text_, runEnd_);
     ++steps_;
-    if (!isLinkCharacter(character.scalar)) break;
+    if (!isLinkCharacter(character.scalar)) {
+      const std::size_t behind = runEnd_ + character.length;
+      const char32_t next = behind < text_.size() ? characterAt(text_, behind).scalar : U' ';
+      if (character.scalar < 0x80 || !joinsWord(before, character.scalar, next)) break;
+    }
+    before = character.scalar;
     const char c = text_[runEnd_];
+    if (beginsAnotherLink(text_, runEnd_)) break;
     if (const std::size_t kind = openingKind(c); kind != noBracket) {
       // "[/" begins a closing tag of bulletin board markup.
       if (c == '[' && text_.substr(runEnd_ + 1).starts_with('/')) break;
@@ -74,15 +94,15 @@ std::size_t LinkTail::end(std::size_t from, std::size_t linkBegin) {
   auto quotes = std::count(whole.begin(), whole.end(), '\'');
   steps_ += whole.size();
   while (end > from) {
-    const char last = text_[end - 1];
-    const bool punctuation = std::string_view(".,;:!?").find(last) != std::string_view::npos;
-    const bool lonelyQuote = last == '\'' && quotes % 2 != 0;
-    // "*http://a.example/*": emphasis around the link.
-    const bool emphasis = (last == '*' || last == '_' || last == '~') && last == before;
-    if (!punctuation && !lonelyQuote && !emphasis) break;
-    if (last == '\'') --quotes;
-    --end;
+    const Character last = characterBefore(text_, end);
     ++steps_;
+    const bool lonelyQuote = last.scalar == '\'' && quotes % 2 != 0;
+    // "*http://a.example/*": emphasis around the link.
+    const bool emphasis = (last.scalar == '*' || last.scalar == '_' || last.scalar == '~') &&
+                          last.scalar == static_cast<unsigned char>(before);
+    if (!isTrailingMark(last.scalar) && !lonelyQuote && !emphasis) break;
+    if (last.scalar == '\'') --quotes;
+    end -= last.length;
   }
   return end;
 }

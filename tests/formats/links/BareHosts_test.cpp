@@ -1,0 +1,71 @@
+#include "formats/links/BareHosts.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <string_view>
+
+namespace korvane::links {
+namespace {
+
+bool isDomain(std::string_view name, std::string_view rest = "") {
+  return isBareDomain({name, name.substr(name.rfind('.') + 1), false, rest, false});
+}
+
+TEST(BareHosts, EndingsOfAllTheWorld) {
+  for (const std::string_view name :
+       {"a.com", "GitHub.com", "X.org", "OPENCORES.ORG", "de.wikipedia.org", "test.net",
+        "x.y.z.edu", "Xiph.Org", "C.ROOT-SERVERS.NET"}) {
+    EXPECT_TRUE(isDomain(name)) << name;
+  }
+  for (const std::string_view name : {"System.Net", "VB.NET", "README.org", "makefile.com",
+                                      "com.example.net", "org.apache.org", "word.Com"}) {
+    EXPECT_FALSE(isDomain(name)) << name;
+  }
+}
+
+TEST(BareHosts, CountriesAndOthers) {
+  for (const std::string_view name :
+       {"a.de", "gov.uk", "Met.no", "shop.a.co.uk", "a.co.in", "a.org.pl", "uni.ac.at",
+        "a.github.io", "a.netlify.app", "docs.rs", "bit.ly", "web.dev", "a.blog", "stadt.koeln",
+        "xn--e1afmkfd.xn--p1ai"}) {
+    EXPECT_TRUE(isDomain(name)) << name;
+  }
+  for (const std::string_view name : {"setup.py",    "main.rs",          "Makefile.am",
+                                      "config.h.in", "libfoo.so",        "window.open",
+                                      "Date.now",    "com.example.app",  "io.netty.buffer.de",
+                                      "Dr.med",      "Dipl.Ing",         "user.name",
+                                      "this.me",     "config.mak.dev",   "Array.prototype.it",
+                                      "System.it",   "fooBar.io",        "done.It",
+                                      "3.am",        "2.0.dev",          "et.al",
+                                      "object.it",   "multi-user.target"}) {
+    EXPECT_FALSE(isDomain(name)) << name;
+  }
+}
+
+TEST(BareHosts, WhatStandsBehind) {
+  EXPECT_TRUE(isDomain("a.md", "/news"));
+  EXPECT_TRUE(isDomain("a.page", "/x/y.html"));
+  EXPECT_TRUE(isDomain("a.md", "?q=1"));
+  EXPECT_TRUE(isDomain("a.com", "(see below)"));
+  EXPECT_FALSE(isDomain("a.md", "? Yes"));
+  EXPECT_FALSE(isDomain("configure.ac", "/Makefile.am"));
+  EXPECT_FALSE(isDomain("debhelper.in", "/*install*"));
+  EXPECT_FALSE(isDomain("main.rs", ":12:5"));
+  EXPECT_FALSE(isDomain("list.it", "(1)"));
+  EXPECT_FALSE(isDomain("list.it", "[0]"));
+  EXPECT_FALSE(isBareDomain({"list.it", "it", false, "", true}));
+}
+
+TEST(BareHosts, Addresses) {
+  for (const std::string_view host : {"0.0.0.0", "192.168.1.1", "255.255.255.255"}) {
+    EXPECT_TRUE(isIPv4Address(host)) << host;
+  }
+  for (const std::string_view host :
+       {"", "1.2.3", "1.2.3.4.5", "256.1.1.1", "01.2.3.4", "1.2.3.", "a.2.3.4", "1.2.3.1000"}) {
+    EXPECT_FALSE(isIPv4Address(host)) << host;
+  }
+}
+
+}  // namespace
+}  // namespace korvane::links
