@@ -17,7 +17,7 @@ constexpr std::size_t kMaxLocalPart = 64;  // RFC 5321, 4.5.3.1.1
 constexpr std::size_t kMaxRemotePath = 128;
 
 // What may stand in the local part behind "mailto:".
-constexpr std::string_view kLocalPartPunctuation = "._+-%&'~!$*=/?#^`{|}";
+constexpr std::string_view kLocalPartPunctuation = "._+-%&'~!$*=/^`{|}";
 
 constexpr bool isSchemeCharacter(char c) {
   return isAlphanumeric(c) || c == '+' || c == '-' || c == '.';

@@ -18,13 +18,13 @@ bool beginsWord(std::string_view text) {
   return !text.empty() && (isAlphanumeric(text[0]) || !isASCII(text[0]));
 }
 
+// Not an address in brackets, which a URL can hold behind "//" alone.
 // "node@a.example/resource", "a.example:5060;transport=tcp", "+15105550101;user=phone".
 bool isAddress(std::string_view rest) {
   const std::string_view name = rest.substr(0, findFirst(rest, "?/"));
   if (const std::size_t at = name.find('@'); at != std::string_view::npos) {
     const std::string_view host = name.substr(at + 1);
-    return at > 0 && (beginsWord(host) || host.starts_with('[')) &&
-           host.find('@') == std::string_view::npos;
+    return at > 0 && beginsWord(host) && host.find('@') == std::string_view::npos;
   }
   if (name.starts_with('+')) return name.size() > 1 && isDigit(name[1]);
   const std::size_t dot = name.find('.');

@@ -3,10 +3,14 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <map>
 #include <string>
 #include <string_view>
 #include <thread>
 #include <vector>
+
+#include "platform/Value.h"
+#include "support/JsonLines.h"
 
 namespace korvane {
 namespace {
@@ -33,6 +37,21 @@ struct Row {
 
 void check(const std::vector<Row>& rows) {
   for (const Row& row : rows) EXPECT_EQ(shown(row.text), row.links) << row.text;
+}
+
+// Every row names its class, a text and the links of it, as shown() tells them.
+TEST(LinkDetector, Table) {
+  std::map<std::string, int> rowsOf;
+  for (const Value& row : testing::readJsonLines("links.jsonl")) {
+    ++rowsOf[std::string(row.objectForKey("class").text())];
+    const Value text = row.objectForKey("text");
+    std::vector<std::string> links;
+    for (const Value& link : row.objectForKey("links").list()) links.emplace_back(link.text());
+    EXPECT_EQ(shown(text.text()), links) << text.text();
+  }
+  const std::map<std::string, int> expected = {{"angles", 64}, {"bare", 150},     {"ends", 88},
+                                               {"hosts", 99},  {"mailboxes", 74}, {"schemes", 117}};
+  EXPECT_EQ(rowsOf, expected);
 }
 
 TEST(LinkDetector, Schemes) {
