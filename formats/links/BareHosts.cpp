@@ -29,12 +29,11 @@ constexpr Words kWorldEndings = " com org net edu gov mil ";
 // with "www." or a path: most are words ("data.read", "user.name", "multi-user.target") or endings
 // of files ("gcc.info", "build.map", "main.prof").
 constexpr Words kKnownEndings =
-    " academy aero agency amsterdam asia bayern berlin biz blog brussels capetown club cloud codes "
-    "community coop dev digital foundation fyi gay guru hamburg koeln land lol london melbourne "
-    "mobi "
-    "moe money moscow museum ngo ninja nrw nyc ong online paris quebec rocks ruhr saarland scot "
-    "social software solutions swiss sydney tech technology tirol today tokyo travel vegas "
-    "vlaanderen "
+    " academy adult aero agency amsterdam asia bayern berlin biz blog brussels capetown cloud "
+    "club codes community coop dev digital foundation fun fyi gay guru hamburg icu koeln land "
+    "live lol london melbourne mobi moe money monster moscow museum ngo ninja nrw nyc ong "
+    "online paris party porn quebec rocks ruhr saarland scot sexy site social software "
+    "solutions swiss sydney tech technology tirol today tokyo travel tube vegas vip vlaanderen "
     "wales website wien wiki wtf xyz zuerich ";
 
 // Endings of two letters that are known better from something else. What ends with them counts only
@@ -44,7 +43,6 @@ constexpr Words kOtherwiseKnownEndings =
     " ad "   // X resources: XTerm.ad
     " am "   // Automake: Makefile.am
     " as "   // ActionScript; "import numpy.as"
-    " at "   // Autotest: testsuite.at; "list.at"
     " bb "   // BitBake
     " bz "   // archives cut short
     " cc "   // C++
@@ -57,7 +55,6 @@ constexpr Words kOtherwiseKnownEndings =
     " gt "   // "a.gt", greater than
     " id "   // "user.id"
     " in "   // Autoconf: config.h.in
-    " is "   // "inspect.is"
     " la "   // libtool
     " lc "   // locales
     " ls "   // LiveScript
@@ -88,52 +85,51 @@ constexpr Words kOtherwiseKnownEndings =
     " td "   // TableGen
     " tf "   // Terraform
     " tk "   // Tk
-    " to "   // "format.to"
     " tt ";  // templates
 
 // Domains on such endings that stand bare in many texts.
 constexpr Words kWellKnown =
-    " 0x0.st abc.xyz aka.ms allegro.pl amzn.to archive.is archive.ph bit.ly brew.sh bsky.app "
-    "bun.sh "
-    "cal.com crates.io crt.sh deno.land docs.rs esm.sh g.co goo.gl google.ml gopkg.in gov.pl "
-    "interia.pl irc.libera.chat lib.rs libera.chat matrix.to now.sh o2.pl onet.pl ow.ly rustup.rs "
-    "sr.ht t.co t.me time.is transfer.sh turbo.build typst.app w.wiki web.libera.chat wp.pl "
-    "wttr.in "
-    "zoom.us ";
+    " 0x0.st aka.ms allegro.pl archive.ph bit.ly brew.sh bsky.app bun.sh crt.sh docs.rs esm.sh "
+    "gazeta.pl gov.pl gopkg.in interia.pl libera.chat now.sh o2.pl onet.pl ow.ly rustup.rs "
+    "turbo.build transfer.sh tvn24.pl typst.app wp.pl wttr.in ";
 
 // Second-level names below which a country's domains stand, if the public suffix list says so.
 constexpr Words kSecondLevels = " ac co com edu ed go gob gouv gov gv mil ne net or org sch ";
 
-// First words of names that are no host, whatever the ending: documents and their parts.
+// First words of two that are a document's name, whatever the ending; the others only where they
+// stand in capitals.
 constexpr Words kDocuments =
-    " authors changelog changes configure contributing copying copyright history install license "
-    "makefile news notes package-lock readme release-notes todo ";
+    " changelog contributing copying install license makefile readme testsuite todo ";
+constexpr Words kDocumentsInCapitals =
+    " AUTHORS BUGS CHANGES COPYRIGHT FAQ HISTORY NEWS NOTES RELEASE SECURITY THANKS ";
 
 // First words of two that are code, a file or an abbreviation; the endings of all the world aside.
 constexpr Words kCode =
-    " an any app arg args array bar baz builder cfg class client color conf config cookbook core "
-    "ctx data date db default dest dev dir doc document dst el elem element entry env err error et "
-    "ev event example file files fmt foo form fs func gdk gio glib gtk gui head host hw image img "
-    "import in index info inspect io item items java javax json key kotlin lib list log main map "
-    "math mod model module mount msg my name net node np num obj object opt options opts os out "
-    "output page param params parent path pd platform plt position pos pr proc process prop props "
-    "ptr qux raw read ref regex req request res resp response result ret return root row sample "
-    "scala scanners script self server session settings sort spec sql src start state std str "
-    "string struct style super switch sys system table target temp template test tests text that "
-    "this time tmp torch trait tree type types typing user users util utils val value values var "
-    "vec vm vs window win ";
+    " an any app append arg args array atlocal bar baz builder cfg class client cluster color "
+    "conf config cookbook core ctx data date db default dest dev dir dirent doc document dst "
+    "el elem element email entry env err error et ev event example expect file files fmt foo "
+    "form format fs func gc gcc gdk gio glib gtk gui head host html http https hw image img "
+    "import in index info inspect io item items java javax json jump kernel key kotlin lib "
+    "list local log main map math message mod model module mount msg my name net node np num "
+    "obj object opt options opts os out output page paint param params parent path pd platform "
+    "plt pos position pr proc process promise prop props proxy ptr qux raw read ref regex "
+    "remote report reporter req request res resp response result ret return root route row "
+    "sample scala scanners script self server session settings sort spam spec sql src start "
+    "state std str stream string struct style super switch sys system table target temp "
+    "template test tests testsuite text that this time tmp token torch trait tree tx type "
+    "types typing url user users util utils val value values var vec verify vm vs win window "
+    "worker ";
 
 // The same at the beginning of longer names.
 constexpr Words kCodeOfAnyLength =
     " android androidx array document java javax kotlin object process promise scala self std "
-    "string "
-    "sun sys system this typing window ";
+    "string sun sys system this typing window ";
 
 // Labels before the last one that are the first of two endings of a file, or part of code:
 // "config.mak.dev", "sensors.conf.eg", "Array.prototype.at".
 constexpr Words kInnerEndings =
     " bak c cfg conf config cpp css h hpp htm html in ini js json log mak man md min orig po pot "
-    "prototype py rst sh spec tar templates tex tmpl ts txt xml yaml yml ";
+    "path prototype py rst sh spec tar templates tex tmpl ts txt xml yaml yml ";
 
 // Labels with which reversed names begin: "com.example.app".
 constexpr Words kReversedBeginnings =
@@ -224,7 +220,11 @@ bool isBareDomain(const BareHost& host) {
   const auto labels = static_cast<std::size_t>(std::count(name.begin(), name.end(), '.')) + 1;
   const bool world = isAmong(top, kWorldEndings);
 
-  if (isAmong(first, kDocuments) || isReversed(first, top, labels)) return false;
+  if (labels == 2 && (isAmong(first, kDocuments) ||
+                      isAmong(host.name.substr(0, firstDot), kDocumentsInCapitals))) {
+    return false;
+  }
+  if (isReversed(first, top, labels)) return false;
   if (hasOddCapitals(host.name, host.topLabel, world)) return false;
   // "main.rs:12:5", a place in a file.
   const char next = host.rest.empty() ? ' ' : host.rest[0];
@@ -233,7 +233,7 @@ bool isBareDomain(const BareHost& host) {
   if (world) return true;
 
   const bool wellKnown = isAmong(name, kWellKnown);
-  const bool hasPath = next == '/' || ((next == '?' || next == '#') && isAlphanumeric(second));
+  const bool hasPath = next == '/';  // "url.md#class-url" is a place in a file
   if (labels == 2 ? !wellKnown && !hasPath && isAmong(first, kCode)
                   : isAmong(first, kCodeOfAnyLength)) {
     return false;
@@ -253,7 +253,7 @@ bool isBareDomain(const BareHost& host) {
   const std::string_view path = host.rest.substr(1);
   const std::size_t end = std::min(path.find_first_of(" \t\r\n,;:)]}>\"'"), path.size());
   const std::string_view tail = path.substr(0, end);
-  if (next != '/' || tail.empty()) return true;
+  if (tail.empty()) return true;
   if (isASCII(tail[0]) && !isAlphanumeric(tail[0]) && tail[0] != '~' && tail[0] != '@')
     return false;
   const std::size_t slash = tail.rfind('/');

@@ -46,9 +46,11 @@ TEST(BareHosts, CountriesAndOthers) {
 TEST(BareHosts, WhatStandsBehind) {
   EXPECT_TRUE(isDomain("a.md", "/news"));
   EXPECT_TRUE(isDomain("a.page", "/x/y.html"));
-  EXPECT_TRUE(isDomain("a.md", "?q=1"));
   EXPECT_TRUE(isDomain("a.com", "(see below)"));
   EXPECT_FALSE(isDomain("a.md", "? Yes"));
+  EXPECT_FALSE(isDomain("url.md", "#class-url"));
+  EXPECT_TRUE(isDomain("a.de", "#top"));
+  EXPECT_TRUE(isDomain("news.a.com"));
   EXPECT_FALSE(isDomain("configure.ac", "/Makefile.am"));
   EXPECT_FALSE(isDomain("debhelper.in", "/*install*"));
   EXPECT_FALSE(isDomain("main.rs", ":12:5"));
