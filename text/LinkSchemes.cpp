@@ -46,7 +46,6 @@ constexpr std::array kSchemes = {
     LinkScheme{"nntp", group, true},
     LinkScheme{"webcal", address, true},
     LinkScheme{"webcals", address, true},
-    LinkScheme{"feed", address, true},
     LinkScheme{"geo", coordinates, true},
     LinkScheme{"maps", hierarchy, true},
 
@@ -71,7 +70,9 @@ constexpr std::array kSchemes = {
     LinkScheme{"monero", token, true},
     LinkScheme{"openpgp4fpr", token, true},
 
-    // Links here, but not for others: they reach into this machine or log in somewhere.
+    // Links here, but not for others: they reach into this machine, log in somewhere or carry
+    // another link, which may be of any scheme.
+    LinkScheme{"feed", address, false},
     LinkScheme{"file", hierarchy, false},
     LinkScheme{"korvane", hierarchy, false},
     LinkScheme{"git", hierarchy, false},

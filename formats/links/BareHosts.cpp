@@ -27,10 +27,10 @@ constexpr Words kWorldEndings = " com org net edu gov mil ";
 
 // Other endings of more than two letters that people write bare. All that are not here count only
 // with "www." or a path: most are words ("data.read", "user.name", "multi-user.target") or endings
-// of files ("gcc.info", "build.map", "main.prof").
+// of files ("build.map", "main.inc").
 constexpr Words kKnownEndings =
     " academy adult aero agency amsterdam asia bayern berlin biz blog brussels capetown cloud "
-    "club codes community coop dev digital foundation fun fyi gay guru hamburg icu koeln land "
+    "club codes community coop dev digital foundation fun fyi gay guru hamburg icu info koeln land "
     "live lol london melbourne mobi moe money monster moscow museum ngo ninja nrw nyc ong "
     "online paris party porn quebec rocks ruhr saarland scot sexy site social software "
     "solutions swiss sydney tech technology tirol today tokyo travel tube vegas vip vlaanderen "
@@ -105,20 +105,20 @@ constexpr Words kDocumentsInCapitals =
 
 // First words of two that are code, a file or an abbreviation; the endings of all the world aside.
 constexpr Words kCode =
-    " an any app append arg args array atlocal bar baz builder cfg class client cluster color "
-    "conf config cookbook core ctx data date db default dest dev dir dirent doc document dst "
-    "el elem element email entry env err error et ev event example expect file files fmt foo "
-    "form format fs func gc gcc gdk gio glib gtk gui head host html http https hw image img "
-    "import in index info inspect io item items java javax json jump kernel key kotlin lib "
-    "list local log main map math message mod model module mount msg my name net node np num "
-    "obj object opt options opts os out output page paint param params parent path pd platform "
-    "plt pos position pr proc process promise prop props proxy ptr qux raw read ref regex "
-    "remote report reporter req request res resp response result ret return root route row "
-    "sample scala scanners script self server session settings sort spam spec sql src start "
-    "state std str stream string struct style super switch sys system table target temp "
-    "template test tests testsuite text that this time tmp token torch trait tree tx type "
-    "types typing url user users util utils val value values var vec verify vm vs win window "
-    "worker ";
+    " an any app append arg args array as atlocal autoconf bar baz builder cfg class client "
+    "cluster color conf config console cookbook core ctx data date db debug default dest dev "
+    "dir dirent doc document dst edge el elem element emacs email entry env err error et ev "
+    "event example expect file files fmt foo form format fs func gas gc gcc gdb gdk gio glib "
+    "gmp gtk gui head host html http https hw image img import in index info inspect io item "
+    "items java javax json jump kernel key kotlin lib list local log logger logging main make "
+    "map math message mod model module mount mpfr msg my name net node np num obj object opt "
+    "options opts os out output page paint param params parent path pd platform plt pos "
+    "position pr proc process promise prop props proxy ptr qux raw read ref regex remote "
+    "report reporter req request res resp response result ret return root route row sample "
+    "scala scanners script self server session settings sort spam spec sql src start state std "
+    "str stream string struct style super switch sys system table target temp template test "
+    "tests testsuite texinfo text that this time tmp token torch trait tree tx type types "
+    "typing url user users util utils val value values var vec verify vm vs win window worker ";
 
 // The same at the beginning of longer names.
 constexpr Words kCodeOfAnyLength =
@@ -128,7 +128,8 @@ constexpr Words kCodeOfAnyLength =
 // Labels before the last one that are the first of two endings of a file, or part of code:
 // "config.mak.dev", "sensors.conf.eg", "Array.prototype.at".
 constexpr Words kInnerEndings =
-    " bak c cfg conf config cpp css h hpp htm html in ini js json log mak man md min orig po pot "
+    " bak c cfg conf config cpp css h hpp htm html in ini js json log logger mak man md min msg "
+    "orig po pot "
     "path prototype py rst sh spec tar templates tex tmpl ts txt xml yaml yml ";
 
 // Labels with which reversed names begin: "com.example.app".
@@ -232,18 +233,20 @@ bool isBareDomain(const BareHost& host) {
   if (next == ':' && (isDigit(second) || second == ':')) return false;
   if (world) return true;
 
-  const bool wellKnown = isAmong(name, kWellKnown);
+  const std::size_t parent = labels == 2 ? 0 : name.rfind('.', lastDot - 1) + 1;
+  const bool wellKnown = isAmong(std::string_view(name).substr(parent), kWellKnown);
   const bool hasPath = next == '/';  // "url.md#class-url" is a place in a file
   if (labels == 2 ? !wellKnown && !hasPath && isAmong(first, kCode)
                   : isAmong(first, kCodeOfAnyLength)) {
     return false;
   }
   if (labels > 2) {
-    const std::size_t inner = name.rfind('.', lastDot - 1) + 1;
-    if (isAmong(std::string_view(name).substr(inner, lastDot - inner), kInnerEndings)) return false;
+    const std::string_view inner = std::string_view(name).substr(parent, lastDot - parent);
+    if (isAmong(inner, kInnerEndings)) return false;
   }
   // Calls, indices, members of what a pointer points to.
   if (next == '(' || next == '[' || host.behindOperator) return false;
+  if (top == "info" && first.starts_with("lib")) return false;  // the manual of a library
   if (wellKnown || hasSecondLevel(name, lastDot) || isBelowService(name)) return true;
   const bool known = top.size() > 2 ? top.starts_with("xn--") || isAmong(top, kKnownEndings)
                                     : !isAmong(top, kOtherwiseKnownEndings);

@@ -37,7 +37,7 @@ TEST(LinkSchemes, ForDocuments) {
   }
   for (const std::string_view scheme :
        {"javascript", "vbscript", "data", "file", "blob", "view-source", "filesystem", "jar",
-        "korvane", "cid", "ssh", "smb", "ldap", "telnet", "rsync"}) {
+        "korvane", "cid", "ssh", "smb", "ldap", "telnet", "rsync", "feed"}) {
     const LinkScheme* found = findLinkScheme(scheme);
     EXPECT_TRUE(found != nullptr && !found->forDocuments) << scheme;
   }
