@@ -32,6 +32,12 @@ struct KORVANE_EXPORT Bitmap {
 /// What a bitmap is written as.
 enum class NSBitmapImageFileType : int { TIFF = 0, PNG = 4 };
 
+/// How much time a file may take to be written small.
+enum class EncodingEffort : int {
+  thorough,  ///< as small as is reasonable
+  quick,     ///< much is waiting: soon, at most 1.3 times as large
+};
+
 /// Decodes and encodes images; a service of the Platform. Any thread may call.
 class KORVANE_EXPORT ImageCodec {
  public:
@@ -46,7 +52,8 @@ class KORVANE_EXPORT ImageCodec {
                                                std::string* why = nullptr) = 0;
   /// The bitmap as a file of that type. Nothing when the bitmap is empty, and when the codec cannot
   /// write it or does not know the type.
-  virtual std::optional<NSData> encode(const Bitmap& bitmap, NSBitmapImageFileType type) = 0;
+  virtual std::optional<NSData> encode(const Bitmap& bitmap, NSBitmapImageFileType type,
+                                       EncodingEffort effort = EncodingEffort::thorough) = 0;
 };
 
 /// A decoded picture. Immutable, cheap to copy; any thread may use it.

@@ -58,7 +58,7 @@ class NoImages : public ImageCodec {
     if (why != nullptr) *why = "no pictures can be decoded here";
     return nullptr;
   }
-  std::optional<NSData> encode(const Bitmap&, NSBitmapImageFileType) override {
+  std::optional<NSData> encode(const Bitmap&, NSBitmapImageFileType, EncodingEffort) override {
     return std::nullopt;
   }
 };

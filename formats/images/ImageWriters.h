@@ -13,9 +13,6 @@ namespace korvane {
 /// other fields announce.
 bool fitsTogether(const Bitmap& bitmap);
 
-/// The bitmap as PNG (ISO/IEC 15948), nothing for one whose fields do not fit together.
-std::optional<NSData> writePNG(const Bitmap& bitmap);
-
 /// The bitmap as TIFF 6.0, in one uncompressed strip; nothing also for more than 4 GiB.
 std::optional<NSData> writeTIFF(const Bitmap& bitmap);
 

@@ -182,7 +182,7 @@ class SealedBytes {
 const char* reason(DecodeStatus status) {
   switch (status) {
     case DecodeStatus::notAPicture:
-      return "the data is not a picture of a format that can be read here";
+      return "it is not a picture that can be read";
     case DecodeStatus::damaged:
       return "the picture is damaged or incomplete";
     case DecodeStatus::tooLarge:

@@ -4,6 +4,7 @@
 
 #include "formats/images/ImageEnd.h"
 #include "formats/images/ImageWriters.h"
+#include "formats/images/PNGWriter.h"
 
 namespace korvane {
 
@@ -25,12 +26,13 @@ std::shared_ptr<const Bitmap> Images::decode(const NSData& encoded, std::string*
   return nullptr;
 }
 
-std::optional<NSData> Images::encode(const Bitmap& bitmap, NSBitmapImageFileType type) try {
+std::optional<NSData> Images::encode(const Bitmap& bitmap, NSBitmapImageFileType type,
+                                     EncodingEffort effort) try {
   switch (type) {
     case NSBitmapImageFileType::TIFF:
       return writeTIFF(bitmap);
     case NSBitmapImageFileType::PNG:
-      return writePNG(bitmap);
+      return writePNG(bitmap, effort);
   }
   return std::nullopt;
 } catch (const std::bad_alloc&) {

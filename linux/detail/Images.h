@@ -28,7 +28,8 @@ class KORVANE_EXPORT Images : public ImageCodec {
   /// padding between rows. Nothing for a bitmap whose fields do not fit together, when memory runs
   /// out, and for a TIFF of more than 4 GiB. Writing PNG needs about twice the memory of the bitmap
   /// beside it.
-  std::optional<NSData> encode(const Bitmap& bitmap, NSBitmapImageFileType type) override;
+  std::optional<NSData> encode(const Bitmap& bitmap, NSBitmapImageFileType type,
+                               EncodingEffort effort = EncodingEffort::thorough) override;
 
  private:
   ImageDecoder decoder_;

@@ -155,7 +155,7 @@ TEST_F(ImageDecoderTest, WhatItRefusesIsToldInWords) {
   const auto failure = [&](int status) {
     return failureOf(pythonDecoder("put(head(status=" + std::to_string(status) + "))"));
   };
-  EXPECT_EQ(failure(2), "the data is not a picture of a format that can be read here");
+  EXPECT_EQ(failure(2), "it is not a picture that can be read");
   EXPECT_EQ(failure(3), "the picture is damaged or incomplete");
   EXPECT_EQ(failure(4),
             "the picture has more than 133 megapixels, or more than 100 with transparency");

@@ -22,7 +22,7 @@ class RedImages : public ImageCodec {
     if (encoded != NSData{'r', 'e', 'd'}) return nullptr;
     return std::make_shared<Bitmap>(Bitmap{1, 1, 3, 3, {255, 0, 0}});
   }
-  std::optional<NSData> encode(const Bitmap&, NSBitmapImageFileType) override {
+  std::optional<NSData> encode(const Bitmap&, NSBitmapImageFileType, EncodingEffort) override {
     return std::nullopt;
   }
 };

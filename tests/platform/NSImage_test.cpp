@@ -14,7 +14,8 @@ class LetterCodec : public ImageCodec {
     if (encoded.size() != 4) return nullptr;
     return std::make_shared<Bitmap>(Bitmap{1, 1, 3, 3, {encoded.begin() + 1, encoded.end()}});
   }
-  std::optional<NSData> encode(const Bitmap& bitmap, NSBitmapImageFileType type) override {
+  std::optional<NSData> encode(const Bitmap& bitmap, NSBitmapImageFileType type,
+                               EncodingEffort) override {
     if (bitmap.pixels.empty()) return std::nullopt;
     NSData data{static_cast<std::uint8_t>(type == NSBitmapImageFileType::PNG ? 'P' : 'T')};
     data.insert(data.end(), bitmap.pixels.begin(), bitmap.pixels.end());

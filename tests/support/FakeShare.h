@@ -123,7 +123,8 @@ class FakeImages : public ImageCodec {
     }
     return nullptr;
   }
-  std::optional<NSData> encode(const Bitmap& bitmap, NSBitmapImageFileType type) override {
+  std::optional<NSData> encode(const Bitmap& bitmap, NSBitmapImageFileType type,
+                               EncodingEffort) override {
     const std::string_view prefix = type == NSBitmapImageFileType::PNG ? "PNG " : "TIFF ";
     NSData data(prefix.begin(), prefix.end());
     data.insert(data.end(), bitmap.pixels.begin(), bitmap.pixels.end());
