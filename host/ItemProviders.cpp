@@ -75,7 +75,7 @@ class Provider : public NSItemProvider {
     });
   }
   static void inBackground(std::function<void()> job) {
-    dispatch_async(dispatch_get_global_queue(DISPATCH_QUEUE_PRIORITY_DEFAULT, 0), std::move(job));
+    dispatch_async(dispatch_get_global_queue(DISPATCH_QUEUE_PRIORITY_HIGH, 0), std::move(job));
   }
 
  private:
@@ -128,42 +128,35 @@ class RemoteFileProvider : public Provider {
   NSURL url_;
 };
 
-class ImageFileProvider : public Provider {
+/// A picture, made ready with those before and after it.
+class ImageProvider : public Provider {
  public:
-  ImageFileProvider(std::string path, std::shared_ptr<ShareLoads> loads, std::size_t thing)
-      : Provider(kUTTypeImage, std::move(loads), thing), path_(std::move(path)) {}
+  /// `name` stands before the reason in the log where the data cannot be read.
+  ImageProvider(std::string type, PictureLane::Read read, std::string name,
+                std::shared_ptr<ShareLoads> loads, std::size_t thing)
+      : Provider(std::move(type), std::move(loads), thing),
+        read_(std::move(read)),
+        name_(std::move(name)) {}
 
  private:
   void load(LoadHandler handler) override {
-    inBackground([loads = loads(), thing = thing(), path = path_, handler = std::move(handler)] {
-      Value data;
-      try {
-        data = readRegularFile(path);
-      } catch (const std::exception& failure) {
-        fail(*loads, thing, failure.what(), path + ": " + failure.what(), handler);
-        return;
-      }
-      loads->run->deliverStaged(thing, [&] { handler(data, std::nullopt); });
-    });
+    loads()->pictureLane.add(
+        read_, [loads = loads(), thing = thing(), name = name_, handler = std::move(handler)](
+                   PreparedPicture& picture, const std::string& why) {
+          if (!picture.data.isData()) {
+            fail(*loads, thing, why, name + why, handler);
+            return;
+          }
+          loads->run->deliverStaged(thing, [&] {
+            const PreparedScope scope(picture);
+            if (!picture.png && !why.empty()) loads->run->blame(why);
+            handler(picture.data, std::nullopt);
+          });
+        });
   }
 
-  std::string path_;
-};
-
-class ImageDataProvider : public Provider {
- public:
-  ImageDataProvider(std::string type, NSData data, std::shared_ptr<ShareLoads> loads,
-                    std::size_t thing)
-      : Provider(std::move(type), std::move(loads), thing), data_(std::move(data)) {}
-
- private:
-  void load(LoadHandler handler) override {
-    inBackground([run = loads()->run, thing = thing(), data = data_, handler = std::move(handler)] {
-      run->deliverStaged(thing, [&] { handler(data, std::nullopt); });
-    });
-  }
-
-  Value data_;
+  PictureLane::Read read_;
+  std::string name_;
 };
 
 /// What no share takes.
@@ -230,7 +223,8 @@ Made makeForLink(const std::string& text, const Loads& loads) {
 Made makeForImage(std::string type, NSData data, const Loads& loads) {
   const std::size_t thing = loads->run->add(
       std::string("picture ").append(std::to_string(++loads->pictures)), kNoPicture);
-  return std::make_shared<ImageDataProvider>(std::move(type), std::move(data), loads, thing);
+  return std::make_shared<ImageProvider>(
+      std::move(type), [data = Value(std::move(data))] { return data; }, "", loads, thing);
 }
 
 Made make(ShareRequest::File& file, const Loads& loads) {
@@ -240,8 +234,10 @@ Made make(ShareRequest::File& file, const Loads& loads) {
 Made make(ShareRequest::Link& link, const Loads& loads) { return makeForLink(link.url, loads); }
 
 Made make(ShareRequest::ImageFile& image, const Loads& loads) {
-  return std::make_shared<ImageFileProvider>(absolutePath(image.path), loads,
-                                             loads->run->add(image.path, kNoPicture));
+  const std::string path = absolutePath(image.path);
+  return std::make_shared<ImageProvider>(
+      kUTTypeImage, [path] { return Value(readRegularFile(path)); }, path + ": ", loads,
+      loads->run->add(image.path, kNoPicture));
 }
 
 Made make(ShareRequest::ImageData& image, const Loads& loads) {
@@ -266,7 +262,7 @@ void SerialQueue::async(std::function<void()> job) {
     state_->jobs.push_back(std::move(job));
     if (std::exchange(state_->running, true)) return;
   }
-  dispatch_async(dispatch_get_global_queue(DISPATCH_QUEUE_PRIORITY_DEFAULT, 0), [state = state_] {
+  dispatch_async(dispatch_get_global_queue(DISPATCH_QUEUE_PRIORITY_HIGH, 0), [state = state_] {
     std::unique_lock lock(state->mutex);
     while (!state->jobs.empty()) {
       {

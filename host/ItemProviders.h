@@ -8,14 +8,15 @@
 #include <string>
 #include <utility>
 
+#include "host/PictureLane.h"
 #include "host/RunWatch.h"
 #include "host/ShareRequest.h"
 #include "platform/NSExtension.h"
 
 namespace korvane {
 
-/// Runs jobs one after the other, in the order in which they come, on the Platform's queue. Any
-/// thread may call.
+/// Runs jobs one after the other, in the order in which they come, on the Platform's queue of high
+/// priority. Any thread may call.
 class SerialQueue {
  public:
   void async(std::function<void()> job);
@@ -41,6 +42,8 @@ struct ShareLoads {
   const std::function<std::optional<std::string>(const std::string& url)> localPath;
   /// Files are delivered one by one, so that they are attached in the order given.
   SerialQueue files;
+  /// Pictures take time, and keep no file waiting: those have a priority of their own.
+  PictureLane pictureLane;
   /// Pictures that came as data, without a name.
   std::size_t pictures = 0;
 };
@@ -49,10 +52,11 @@ struct ShareLoads {
 /// that something is of a type which no share takes is told at once.
 ///
 /// A link is delivered at once, on the thread that loads it; a file URL when the files before it
-/// have been; an image, and a remote file while its local path is looked up, on the Platform's
-/// queue of default priority, several at a time. A load fails with an error for an image file that
-/// cannot be read or is no regular file, for a file URL that names no file of this machine, and for
-/// a type that the attachment does not conform to.
+/// have been, and a remote file when its local path is known, on the Platform's queue of high
+/// priority; a picture by way of the PictureLane, with its data as item, whether that can be
+/// decoded or not. A load fails with an error for an image file that cannot be read or is no
+/// regular file, for a file URL that names no file of this machine, and for a type that the
+/// attachment does not conform to.
 ///
 /// Null for a link of which no URL can be made, for an address without a scheme (a reader of HTML
 /// may see one in it where a URL has none: "javascript&colon;x"), and for one that would run

@@ -7,6 +7,8 @@
 #include <utility>
 #include <vector>
 
+#include "host/PreparedImages.h"
+
 namespace korvane {
 namespace {
 
@@ -200,6 +202,7 @@ Platform watchedServices(Platform services) {
   services.fileManager = std::make_shared<WatchedFiles>(std::move(services.fileManager));
   services.fileCoordinator =
       std::make_shared<WatchedCoordinator>(std::move(services.fileCoordinator));
+  services.images = std::make_shared<PreparedImages>(std::move(services.images));
   services.log = std::make_shared<WatchedLog>(std::move(services.log));
   return services;
 }

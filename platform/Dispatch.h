@@ -8,7 +8,9 @@
 namespace korvane {
 
 // Priorities of the global queues.
+inline constexpr long DISPATCH_QUEUE_PRIORITY_HIGH = 2;
 inline constexpr long DISPATCH_QUEUE_PRIORITY_DEFAULT = 0;
+inline constexpr long DISPATCH_QUEUE_PRIORITY_LOW = -2;
 inline constexpr long DISPATCH_QUEUE_PRIORITY_BACKGROUND = -32768;
 
 /// Runs jobs on other threads; a service of the Platform. Any thread may call.

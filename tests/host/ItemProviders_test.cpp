@@ -214,5 +214,58 @@ TEST_F(ItemProviders, AFileThatTakesItsTimeHoldsUpNoImage) {
   EXPECT_TRUE(fileSawIt);
 }
 
+// Decodes nothing before it may.
+class HeldImages : public testing::FakeImages {
+ public:
+  void release() {
+    std::lock_guard lock(mutex_);
+    released_ = true;
+    changed_.notify_all();
+  }
+  std::shared_ptr<const Bitmap> decode(const NSData& encoded, std::string* why) override {
+    std::unique_lock lock(mutex_);
+    changed_.wait(lock, [&] { return released_; });
+    return FakeImages::decode(encoded, why);
+  }
+
+ private:
+  std::mutex mutex_;
+  std::condition_variable changed_;
+  bool released_ = false;
+};
+
+TEST_F(ItemProviders, PicturesThatTakeTheirTimeHoldUpNoFile) {
+  const auto images = std::make_shared<HeldImages>();
+  platform.services.images = images;
+  platform.install();
+  std::mutex mutex;
+  std::condition_variable changed;
+  bool fileDone = false;
+  int picturesDone = 0;
+  for (int i = 0; i < 30; ++i) {
+    make(ShareRequest::TypedText{"public.png", "picture a"})
+        ->loadItemForTypeIdentifier(kUTTypeImage, [&](const Value&, const auto&) {
+          std::lock_guard lock(mutex);
+          ++picturesDone;
+        });
+  }
+  const std::string path = folder.file("contract.pdf", "four");
+  localPath = [&](const std::string&) { return path; };
+  make(ShareRequest::Link{"sftp://a.example/contract.pdf"})  // looked up, then a file
+      ->loadItemForTypeIdentifier(kUTTypeURL, [&](const Value&, const auto&) {
+        std::lock_guard lock(mutex);
+        fileDone = true;
+        changed.notify_all();
+      });
+  {
+    std::unique_lock lock(mutex);
+    changed.wait(lock, [&] { return fileDone; });
+    EXPECT_EQ(picturesDone, 0);
+  }
+  images->release();
+  platform.waitUntilIdle();
+  EXPECT_EQ(picturesDone, 30);
+}
+
 }  // namespace
 }  // namespace korvane

@@ -373,6 +373,24 @@ TEST_F(Share, AnInterruptedShareLeavesNothingHalfAndSaysSo) {
   }
 }
 
+// A picture that cannot be decoded takes nothing with it: no other picture, no file.
+TEST_F(Share, BadPicturesAreTheirOwnLossAlone) {
+  const std::string bomb = KORVANE_TEST_DATA "/images/bomb.png";
+  const std::string broken = file("broken.jpg", "\xFF\xD8\xFF\xE0 no more of it");
+  const std::string good = picture("good.png");
+  const std::string contract = file("contract.pdf", "four");
+  const Finished finished = share({"--dry-run", "--image", bomb, "--image", good, "--image", broken,
+                                   contract, "--image", good});
+  EXPECT_EQ(finished.status, 0);
+  EXPECT_THAT(attachments(finished.output),
+              ::testing::UnorderedElementsAre("image.png", "image_1.png", "contract.pdf"));
+  EXPECT_EQ(finished.errors,
+            "korvane-share: " + bomb +
+                " is not in the message: the picture has more than 133 megapixels, or more than "
+                "100 with transparency\nkorvane-share: " +
+                broken + " is not in the message: the picture is incomplete\n");
+}
+
 TEST_F(Share, ATitleAloneIsNotHandedOver) {
   const Finished finished = share({"--dry-run", "--title", "T"});
   EXPECT_EQ(finished.status, 1);
