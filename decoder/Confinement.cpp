@@ -9,6 +9,7 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>
@@ -38,8 +39,12 @@ void require(bool done) {
   if (!done) _exit(EXIT_FAILURE);
 }
 
+// A bound that is lower already stays.
 void limit(__rlimit_resource resource, rlim_t bound) {
-  const rlimit both{bound, bound};
+  rlimit both{};
+  require(getrlimit(resource, &both) == 0);
+  both.rlim_max = std::min(both.rlim_max, bound);
+  both.rlim_cur = std::min(both.rlim_cur, both.rlim_max);
   require(setrlimit(resource, &both) == 0);
 }
 

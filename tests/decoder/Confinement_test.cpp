@@ -98,6 +98,18 @@ TEST_F(Confinement, LimitsAreSetBeforeAnythingElse) {
   EXPECT_EQ(exited(status), 0);
 }
 
+TEST_F(Confinement, LowerLimitsStay) {
+  EXPECT_EQ(exited(endOf([] {
+              const rlimit low{1000, 2000};
+              setrlimit(RLIMIT_FSIZE, &low);
+              limitProcess();
+              rlimit now{};
+              getrlimit(RLIMIT_FSIZE, &now);
+              return now.rlim_cur == 1000 && now.rlim_max == 2000 ? 0 : 1;
+            })),
+            0);
+}
+
 TEST_F(Confinement, FilesAreReadWhereSystemAndFontsAre) {
   if (!hasLandlock()) GTEST_SKIP() << "this kernel has no Landlock";
   const std::string secret = home / "secret";
