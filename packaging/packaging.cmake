@@ -66,3 +66,14 @@ install(FILES ${CMAKE_BINARY_DIR}/share/korvane/Info.plist
   DESTINATION ${CMAKE_INSTALL_DATADIR}/korvane)
 install(FILES packaging/korvane-share.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 install(FILES LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR})
+
+# korvane-compose is a package of its own, which gives way to the mail client itself:
+# cmake --install BUILD --component compose
+configure_file(packaging/compose/korvane-compose.service.in
+  ${CMAKE_BINARY_DIR}/share/${KORVANE_COMPOSE_EDITION}.service @ONLY)
+install(TARGETS korvane-compose COMPONENT compose EXCLUDE_FROM_ALL)
+install(FILES packaging/compose/korvane-compose.desktop
+  DESTINATION ${CMAKE_INSTALL_DATADIR}/applications RENAME ${KORVANE_COMPOSE_EDITION}.desktop
+  COMPONENT compose EXCLUDE_FROM_ALL)
+install(FILES ${CMAKE_BINARY_DIR}/share/${KORVANE_COMPOSE_EDITION}.service
+  DESTINATION ${CMAKE_INSTALL_DATADIR}/dbus-1/services COMPONENT compose EXCLUDE_FROM_ALL)

@@ -9,8 +9,9 @@
 
 #include "linux/detail/FileDescriptor.h"
 #include "linux/detail/FileTree.h"
+#include "platform/Export.h"
 
-// Copying by descriptors. Internal to the file services of this folder.
+// Copying by descriptors, for the file services of this folder and for compose/.
 namespace korvane {
 
 /// An item opened to be copied.
@@ -28,7 +29,7 @@ OpenedItem openItem(int folder, const std::string& name, const std::string& path
 /// Copies what a file holds; holes stay holes. A file whose size or time is another one afterwards
 /// is copied again, three times at most; then it fails with EBUSY. One that grows meanwhile is
 /// copied up to the size it had. Throws FileFailure.
-void copyContent(OpenedItem& source, int target, const std::string& path);
+KORVANE_EXPORT void copyContent(OpenedItem& source, int target, const std::string& path);
 
 /// How a folder is copied.
 struct FolderCopyRules {

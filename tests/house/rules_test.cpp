@@ -96,9 +96,11 @@ const std::map<std::string, std::set<std::string>> kArrows = {
     {"decoder", {"text", "platform", "formats"}},
     {"entry", {}},  // runs the program and links nothing of it
     {"host", {"text", "platform", "formats", "urlutils", "model", "extension", "share", "linux"}},
+    {"compose",
+     {"text", "platform", "formats", "urlutils", "model", "extension", "share", "linux", "host"}},
     {"programs",
      {"text", "platform", "formats", "urlutils", "model", "extension", "share", "linux", "decoder",
-      "host"}},
+      "host", "compose"}},
 };
 
 // The rooms whose libraries are installed: the headers of the folder itself are public.

@@ -1,0 +1,128 @@
+#include "compose/ComposeMain.h"
+
+#include <cstdlib>
+#include <optional>
+#include <string>
+#include <utility>
+
+#include "compose/ComposeService.h"
+#include "compose/Composition.h"
+#include "compose/Telling.h"
+#include "host/InputData.h"
+#include "host/InputError.h"
+#include "host/JSONWriter.h"
+#include "host/Program.h"
+#include "linux/LinuxPlatform.h"
+#include "platform/NSString.h"
+#include "platform/Platform.h"
+
+namespace korvane {
+namespace {
+
+struct Options {
+  std::string client;
+  std::optional<std::string> url;
+  bool dryRun = false;
+  bool service = false;
+};
+
+std::string readStandardInput() {
+  const NSData input = readInput("-");
+  return stringByTrimmingWhitespaceAndNewlines(
+      {reinterpret_cast<const char*>(input.data()), input.size()});
+}
+
+/// Takes a variable of the launcher's, which is of use once.
+std::optional<std::string> takeVariable(const char* name) {
+  const char* value = std::getenv(name);
+  if (!value || !*value) return std::nullopt;
+  std::string text = value;
+  ::unsetenv(name);
+  return text;
+}
+
+std::string json(const Composition& composition, const ClientCommand& command) {
+  return outputOf([&](Output& output) {
+    JSONWriter line(output);
+    line.beginObject().key("client").text(composition.client().id).key("command").beginList();
+    for (const std::string& argument : command.arguments) line.text(argument);
+    line.endList().key("message").textOrNull(command.message).key("leftOut").beginList();
+    for (const LeftOut& leftOut : composition.leftOut()) {
+      line.beginObject().key("item").text(leftOut.item).key("reason").text(leftOut.reason);
+      line.endObject();
+    }
+    line.endList().endObject();
+    output << "\n";
+  });
+}
+
+int compose(const Options& options, const Activation& activation) try {
+  const std::string text = *options.url == "-" ? readStandardInput() : *options.url;
+  const auto url = NSURL::URLWithString(text);
+  if (!url) throw InputError("this is not a URL");
+  Composition composition(
+      mailClientFor(options.client.empty() ? std::nullopt : std::optional(options.client)), url);
+  const ClientCommand& command = composition.prepare();
+  if (!options.dryRun) composition.open(activation);
+  tellAbout(composition);
+  if (options.dryRun) writeOut(json(composition, command));
+  return kDone;
+} catch (const ComposeError& error) {
+  if (error.kind() == ComposeError::Kind::notCompose) throw InputError(error.what());
+  tellFailure(error);
+  return kFailed;
+}
+
+}  // namespace
+
+int ComposeMain(int argc, char* argv[]) {
+  Options options;
+  const CommandLine line{
+      .program = "korvane-compose",
+      .usage = {"[--client ID] [--dry-run] URL", "[--client ID] --service"},
+      .before = R"(Opens a compose window of the mail client that is installed, with the message of
+a command URL (korvane://compose?...). With "-", the URL is read from standard
+input.
+
+)",
+      .options =
+          {
+              {"--client", "ID", "the mail client with this desktop entry, not the default one",
+               once("--client", options.client)},
+              {"--dry-run", "", "do everything but the opening, and print one line of JSON",
+               flag(options.dryRun)},
+              {"--service", "", "answer on the session bus in the mail client's place",
+               flag(options.service)},
+          },
+      .after = R"(
+Exit status: 0; 1 when there is no compose window; 2 for wrong usage or a URL
+that is not a message.
+)",
+      .takeOther =
+          [&](std::string given) {
+            if (options.url) throw InputError("more than one URL is given");
+            options.url = std::move(given);
+          },
+      .check =
+          [&] {
+            if (options.service && options.url) throw InputError("--service takes no URL");
+            if (options.service && options.dryRun) {
+              throw InputError("--service and --dry-run exclude each other");
+            }
+            if (!options.service && !options.url) throw InputError("no URL is given");
+          },
+  };
+  return runProgram(line, argc, argv, [&] {
+    // Before the platform takes them for launches of its own.
+    const Activation activation{takeVariable("XDG_ACTIVATION_TOKEN"),
+                                takeVariable("DESKTOP_STARTUP_ID")};
+    LinuxOptions services;
+    services.bundleIdentifier = KORVANE_COMPOSE_EDITION;
+    Platform::install(linuxPlatform(services));
+    if (!options.service) return compose(options, activation);
+    return runComposeService(KORVANE_COMPOSE_EDITION,
+                             options.client.empty() ? std::nullopt : std::optional(options.client));
+  });
+}
+
+}  // namespace korvane

@@ -1,0 +1,66 @@
+#include "compose/StartedProgram.h"
+
+#include <gio/gio.h>
+#include <unistd.h>
+
+#include <memory>
+
+#include "compose/MailtoURL.h"
+#include "linux/detail/GLibPointer.h"
+
+namespace korvane {
+namespace {
+
+constexpr int kFileManagerTimeout = 10'000;
+
+struct Free {
+  void operator()(char** texts) const { g_strfreev(texts); }
+};
+
+}  // namespace
+
+std::optional<std::string> startProgram(const std::vector<std::string>& command,
+                                        const Activation& activation) {
+  std::vector<char*> arguments;
+  for (const std::string& argument : command) {
+    arguments.push_back(const_cast<char*>(argument.c_str()));
+  }
+  arguments.push_back(nullptr);
+  std::unique_ptr<char*, Free> environment(g_get_environ());
+  const auto pass = [&](const char* name, const std::optional<std::string>& value) {
+    char** const before = environment.release();
+    environment.reset(value ? g_environ_setenv(before, name, value->c_str(), TRUE)
+                            : g_environ_unsetenv(before, name));
+  };
+  pass("XDG_ACTIVATION_TOKEN", activation.token);
+  pass("DESKTOP_STARTUP_ID", activation.startupId);
+
+  const auto flags = static_cast<GSpawnFlags>(G_SPAWN_SEARCH_PATH | G_SPAWN_STDOUT_TO_DEV_NULL |
+                                              G_SPAWN_STDERR_TO_DEV_NULL);
+  const auto leaveTerminal = [](gpointer) { setsid(); };
+  GErrorSlot error;
+  if (g_spawn_async(g_get_home_dir(), arguments.data(), environment.get(), flags, leaveTerminal,
+                    nullptr, nullptr, error.out())) {
+    return std::nullopt;
+  }
+  return error.message();
+}
+
+bool showInFileManager(const std::string& path, const Activation& activation) {
+  const GObjectPointer<GDBusConnection> bus(g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, nullptr));
+  if (bus) {
+    // One file: with several, some file managers open a window for each.
+    const std::string uri = fileURI(path);
+    const char* const uris[] = {uri.c_str(), nullptr};
+    const GPointer<GVariant> answer(g_dbus_connection_call_sync(
+        bus.get(), "org.freedesktop.FileManager1", "/org/freedesktop/FileManager1",
+        "org.freedesktop.FileManager1", "ShowItems",
+        g_variant_new("(^ass)", uris, activation.startupId.value_or("").c_str()), nullptr,
+        G_DBUS_CALL_FLAGS_NONE, kFileManagerTimeout, nullptr, nullptr));
+    if (answer) return true;
+  }
+  const std::string folder = fileURI(path.substr(0, path.rfind('/')));
+  return g_app_info_launch_default_for_uri(folder.c_str(), nullptr, nullptr);
+}
+
+}  // namespace korvane
