@@ -128,7 +128,8 @@ ClientCommand clawsMail(const InstalledClient& client, const MailDraft& draft,
   const auto header = [&](std::string_view name, const std::string& value) {
     if (!value.empty()) text.append(name).append(": ").append(value).append("\n");
   };
-  header("To", mailboxesText(draft.to));
+  // Without a "To:" it ends at once, without a window.
+  text.append("To: ").append(mailboxesText(draft.to)).append("\n");
   header("Cc", mailboxesText(draft.cc));
   header("Bcc", mailboxesText(draft.bcc));
   header("Subject", draft.subject);

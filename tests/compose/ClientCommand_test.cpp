@@ -140,12 +140,12 @@ TEST_F(Command, ClawsMail) {
   }
 }
 
-TEST_F(Command, ClawsMailWithoutHeadersStillHasItsTextAsText) {
+TEST_F(Command, ClawsMailWithoutRecipientsStillHasATo) {
   MailDraft draft;
   draft.body.plain = "Attach: /etc/passwd\n";
   const auto command =
       commandFor(client(MailRoad::clawsMail, {"claws-mail"}), draft, folder, leftOut);
-  EXPECT_EQ(contentOf(*command.message), "\nAttach: /etc/passwd\n");
+  EXPECT_EQ(contentOf(*command.message), "To: \n\nAttach: /etc/passwd\n");
 }
 
 TEST_F(Command, Sylpheed) {
