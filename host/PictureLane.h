@@ -6,6 +6,7 @@
 #include <string>
 
 #include "host/PreparedImages.h"
+#include "platform/Value.h"
 
 namespace korvane {
 

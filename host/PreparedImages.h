@@ -4,6 +4,7 @@
 #include <optional>
 
 #include "platform/NSImage.h"
+#include "platform/Value.h"
 
 namespace korvane {
 

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include "support/MailDesktop.h"
+#include "support/Places.h"
 
 namespace korvane {
 namespace {

@@ -15,6 +15,7 @@
 #include "linux/detail/GLibPointer.h"
 #include "support/ChildProcess.h"
 #include "support/JsonLines.h"
+#include "support/Places.h"
 #include "support/PrivateDesktop.h"
 #include "support/TemporaryFolder.h"
 #include "text/Base64.h"

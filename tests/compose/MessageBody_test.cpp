@@ -92,7 +92,7 @@ TEST_F(Body, ADocumentInAnotherEncodingThanItSaysIsReadAsTheURLHasIt) {
 }
 
 TEST_F(Body, WhatIsTooLargeIsLeftOut) {
-  const auto made = body(std::string(HTML::maximumBytes + 1, 'a'));
+  const auto made = body(std::string(HTML::kMaxBytes + 1, 'a'));
   EXPECT_EQ(made.plain, "");
   ASSERT_EQ(leftOut.size(), 1U);
 }

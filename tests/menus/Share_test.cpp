@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "support/Places.h"
 #include "tests/support/PrivateDesktop.h"
 
 namespace korvane {
