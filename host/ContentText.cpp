@@ -3,8 +3,11 @@
 #include <algorithm>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "host/InputData.h"
+#include "platform/NSDataDetector.h"
+#include "platform/Platform.h"
 
 namespace korvane {
 namespace {
@@ -16,9 +19,25 @@ std::string documentOf(const NSAttributedString& text) {
   return html ? std::string(html->begin(), html->end()) : std::string();
 }
 
+// A text with its addresses as links.
+NSAttributedString linked(std::string_view text) {
+  std::vector<NSAttributedString::Run> runs;
+  std::size_t end = 0;
+  for (NSTextCheckingResult& link : Platform::current()->links->matchesInString(text)) {
+    if (link.location > end) {
+      runs.push_back({std::string(text.substr(end, link.location - end)), {}});
+    }
+    end = link.location + link.length;
+    runs.push_back(
+        {std::string(text.substr(link.location, link.length)), {.link = std::move(link.url)}});
+  }
+  if (end < text.size()) runs.push_back({std::string(text.substr(end)), {}});
+  return NSAttributedString(std::move(runs));
+}
+
 NSAttributedString plain(const std::string& bytes) {
   // NUL characters, which make it no text, are dropped by whoever shows it.
-  return NSAttributedString(decodeText(bytes).value_or(bytes));
+  return linked(decodeText(bytes).value_or(bytes));
 }
 
 NSAttributedString styled(const Content& piece) {
@@ -79,9 +98,9 @@ std::optional<NSAttributedString> contentText(const std::vector<Content>& pieces
       append(document, documentOf(part));
     }
   }
-  if (!anyHTML) return NSAttributedString(text);
+  if (!anyHTML) return linked(text);
   auto whole = NSAttributedString::initWithHTML(NSData(document.begin(), document.end()));
-  return whole ? *whole : NSAttributedString(text);
+  return whole ? *whole : linked(text);
 }
 
 }  // namespace korvane

@@ -9,8 +9,9 @@
 namespace korvane {
 
 /// One styled text that holds all pieces in their order, each on lines of its own: plain text as it
-/// stands, HTML with its style. HTML that cannot be read as such counts as plain text, so nothing
-/// is lost. Absent without a piece that has anything in it. Uses the Platform's HTML reader.
+/// stands, with the links that the Platform's detector finds in it, HTML with its style. HTML that
+/// cannot be read as such counts as plain text, so nothing is lost. Absent without a piece that has
+/// anything in it. Uses the Platform's HTML reader too.
 std::optional<NSAttributedString> contentText(const std::vector<ShareRequest::Content>& pieces);
 
 }  // namespace korvane

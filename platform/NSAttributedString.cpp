@@ -25,12 +25,21 @@ bool isNoncharacter(char32_t code) {
   return (code & 0xFFFE) == 0xFFFE || (code >= 0xFDD0 && code <= 0xFDEF);
 }
 
+// A paragraph takes its direction from its own text.
+constexpr std::string_view kParagraphBegin = "<div dir=\"auto\">";
+constexpr std::string_view kParagraphEnd = "</div>";
+
 // Writes the characters of a text as HTML, one after the other.
 class CharacterWriter {
  public:
   CharacterWriter(std::string_view text, std::string& out) : text_(text), out_(out) {}
 
   std::size_t position() const { return position_; }
+
+  // Whether the last paragraph, which ends with an empty line, is complete and another one begins.
+  bool isBetweenParagraphs() const {
+    return afterEmptyLine_ && lineStart_ && !isLineBreak(characterHere().code);
+  }
 
   // Writes the next character; a line break of two bytes counts as one.
   void writeNext() {
@@ -41,16 +50,16 @@ class CharacterWriter {
     if (isLineBreak(code)) {
       if (code == '\r' && position_ < text_.size() && text_[position_] == '\n') ++position_;
       out_ += "<br>\n";
+      afterEmptyLine_ = emptyLine_;
+      emptyLine_ = true;
       lineStart_ = true;
       afterSpace_ = false;
       return;
     }
     if (code == ' ') return writeSpace();
-    if (code == '\t') {
-      for (int i = 0; i < 4; ++i) writeSpace();
-      return;
-    }
+    if (code == '\t') return writeTabs();
     if (isControl(code)) return;  // illegal in HTML, and nothing to see
+    emptyLine_ = false;
     lineStart_ = false;
     afterSpace_ = false;
     switch (code) {
@@ -89,13 +98,27 @@ class CharacterWriter {
     afterSpace_ = !vanishes;
   }
 
+  // Tabs stay what they are, where a style keeps them: they reach to the same places in every line,
+  // whatever the font, and are tabs again when the text is copied.
+  void writeTabs() {
+    out_ += "<span style=\"white-space:pre\">\t";
+    for (; position_ < text_.size() && text_[position_] == '\t'; ++position_) out_ += '\t';
+    out_ += "</span>";
+    lineStart_ = false;
+    afterSpace_ = true;
+  }
+
   // What is not UTF-8 gives U+FFFD for each byte sequence that breaks off, as browsers do.
-  UTF8Character characterHere() const { return firstUTF8Character(text_.substr(position_)); }
+  UTF8Character characterHere() const {
+    return position_ < text_.size() ? firstUTF8Character(text_.substr(position_)) : UTF8Character{};
+  }
 
   std::string_view text_;
   std::string& out_;
   std::size_t position_ = 0;
-  bool lineStart_ = true;
+  bool lineStart_ = true;        // nothing of the line is written yet
+  bool emptyLine_ = true;        // nothing of it but spaces
+  bool afterEmptyLine_ = false;  // the line before was such a one
   bool afterSpace_ = false;
 };
 
@@ -152,15 +175,30 @@ NSData document(std::string_view text, std::size_t location, std::size_t length,
   std::string out = "<!DOCTYPE html>\n<html>\n<head><meta charset=\"utf-8\"></head>\n<body>";
   out.reserve(out.size() + length + length / 8 + 64);
   CharacterWriter writer(text.substr(location, length), out);
+  const auto beginParagraph = [&] {
+    out += kParagraphEnd;
+    out += kParagraphBegin;
+  };
+  if (length > 0) out += kParagraphBegin;
   std::size_t runEnd = 0;
   for (const Run& run : runs) {
     runEnd += run.text.size();
     const std::size_t end = std::min(runEnd, location + length);
     if (location + writer.position() >= end) continue;
+    if (writer.isBetweenParagraphs()) beginParagraph();
     openTags(run.attributes, out);
-    while (location + writer.position() < end) writer.writeNext();
+    writer.writeNext();
+    while (location + writer.position() < end) {
+      if (writer.isBetweenParagraphs()) {
+        closeTags(run.attributes, out);
+        beginParagraph();
+        openTags(run.attributes, out);
+      }
+      writer.writeNext();
+    }
     closeTags(run.attributes, out);
   }
+  if (length > 0) out += kParagraphEnd;
   out += "</body>\n</html>\n";
   return {out.begin(), out.end()};
 }

@@ -50,8 +50,9 @@ class KORVANE_EXPORT NSAttributedString {
   /// NSException (NSRangeException) for a range outside the text. Nothing when it cannot be
   /// converted.
   ///
-  /// HTML: a complete document in UTF-8, the same for the same text. Every line break becomes
-  /// `<br>`, spaces that HTML would swallow become no-break spaces, a tab four spaces. Bold,
+  /// HTML: a complete document in UTF-8, the same for the same text. Each paragraph, which an empty
+  /// line ends, is a block that takes its direction from its own text. Every line break becomes
+  /// `<br>`, spaces that HTML would swallow become no-break spaces, tabs stay and line up. Bold,
   /// italic, underline, colour and links (those of isLinkForDocuments(); the text of others stays)
   /// become elements. Control characters are left out; what is not UTF-8, also a character that the
   /// range cuts, becomes U+FFFD. The whole range of a text that came as HTML gives that document as

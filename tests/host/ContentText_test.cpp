@@ -7,6 +7,7 @@
 namespace korvane {
 namespace {
 
+using ::testing::AllOf;
 using ::testing::HasSubstr;
 using ::testing::Not;
 using Content = ShareRequest::Content;
@@ -40,6 +41,30 @@ TEST_F(ContentText, OnePieceIsThatText) {
 
 TEST_F(ContentText, PlainPiecesStandOnLinesOfTheirOwn) {
   EXPECT_EQ(contentText({text("a"), text("b\n"), text("c")})->string(), "a\nb\nc");
+}
+
+TEST_F(ContentText, AddressesInPlainTextAreLinks) {
+  const std::string document =
+      documentOf(*contentText({text("See https://a.example/?x=1&y, www.b.example or joe@c.com.")}));
+  EXPECT_THAT(document, HasSubstr("See <a href=\"https://a.example/?x=1&amp;y\">"
+                                  "https://a.example/?x=1&amp;y</a>, "
+                                  "<a href=\"http://www.b.example\">www.b.example</a> or "
+                                  "<a href=\"mailto:joe@c.com\">joe@c.com</a>."));
+  for (const char* other :
+       {"file:///etc/passwd", "javascript:alert(1)", "setup.py", "ssh://a.com"}) {
+    EXPECT_THAT(documentOf(*contentText({text(other)})), Not(HasSubstr("<a "))) << other;
+  }
+  EXPECT_THAT(documentOf(*contentText({text("www.a.com"), text("www.b.com")})),
+              HasSubstr("<a href=\"http://www.a.com\">www.a.com</a><br>\n"
+                        "<a href=\"http://www.b.com\">www.b.com</a>"));
+}
+
+TEST_F(ContentText, ParagraphsAndTabsOfPlainTextStayInHTML) {
+  const auto styled = contentText({text("a\tb\n\n\xD7\x90"), html("<b>c</b>")});
+  EXPECT_THAT(styled->string(), AllOf(HasSubstr("a\tb\n"), HasSubstr("\xD7\x90\n")));
+  const std::string document = documentOf(*styled);
+  EXPECT_THAT(document, HasSubstr("<div dir=\"auto\">\xD7\x90"));
+  EXPECT_THAT(document, HasSubstr("a<span style=\"white-space:pre\">\t</span>b"));
 }
 
 TEST_F(ContentText, TextAndHTMLKeepTheirOrderAndStyle) {

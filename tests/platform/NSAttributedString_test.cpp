@@ -20,8 +20,9 @@ std::string html(const NSAttributedString& text, std::size_t location, std::size
 std::string html(const NSAttributedString& text) { return html(text, 0, text.length()); }
 
 std::string document(std::string_view body) {
-  return "<!DOCTYPE html>\n<html>\n<head><meta charset=\"utf-8\"></head>\n<body>" +
-         std::string(body) + "</body>\n</html>\n";
+  std::string text = "<!DOCTYPE html>\n<html>\n<head><meta charset=\"utf-8\"></head>\n<body>";
+  if (!body.empty()) text.append("<div dir=\"auto\">").append(body).append("</div>");
+  return text + "</body>\n</html>\n";
 }
 
 TEST(NSAttributedString, PlainTextBecomesADocument) {
@@ -31,12 +32,19 @@ TEST(NSAttributedString, PlainTextBecomesADocument) {
       {"<b>&amp;\"'</b>", "&lt;b&gt;&amp;amp;&quot;'&lt;/b&gt;"},
       {"one\ntwo", "one<br>\ntwo"},
       {"one\r\ntwo\rthree", "one<br>\ntwo<br>\nthree"},
-      {"a\n\nb\n", "a<br>\n<br>\nb<br>\n"},
+      {"a\n\nb\n", "a<br>\n<br>\n</div><div dir=\"auto\">b<br>\n"},
+      {"a\n \nb", "a<br>\n&nbsp;<br>\n</div><div dir=\"auto\">b"},
+      {"\n\na", "<br>\n<br>\n</div><div dir=\"auto\">a"},
+      {"a\n\n\n", "a<br>\n<br>\n<br>\n"},
+      {"a\n\n\n  b", "a<br>\n<br>\n<br>\n</div><div dir=\"auto\">&nbsp; b"},
       {"a\u2028b\u2029c\u0085d\vе\ff", "a<br>\nb<br>\nc<br>\nd<br>\nе<br>\nf"},
       {"a  b   c", "a &nbsp;b &nbsp; c"},
       {" a ", "&nbsp;a&nbsp;"},
       {"a \n  b", "a&nbsp;<br>\n&nbsp; b"},
-      {"a\tb", "a &nbsp; &nbsp;b"},
+      {"a\tb", "a<span style=\"white-space:pre\">\t</span>b"},
+      {"\t\t a \t",
+       "<span style=\"white-space:pre\">\t\t</span>&nbsp;a "
+       "<span style=\"white-space:pre\">\t</span>"},
       {"\u00A0", "&nbsp;"},
       {std::string("a\0b\x01\x1B\x7F\u0080c", 9), "abc"},
       {"Grüße 你好 🦊", "Grüße 你好 🦊"},
@@ -93,6 +101,14 @@ TEST(NSAttributedString, SpacesAndBreaksCountAcrossRuns) {
   EXPECT_EQ(html(text), document("a <b>&nbsp;b<br>\n</b>c&nbsp;<br>\nd"));
 }
 
+TEST(NSAttributedString, StylesDoNotReachAcrossParagraphs) {
+  const NSAttributedString text(std::vector<NSAttributedString::Run>{
+      {"a", {.bold = true}}, {"\n\nb\n\n", {.italic = true}}, {"c", {.underline = true}}});
+  EXPECT_EQ(html(text),
+            document("<b>a</b><i><br>\n<br>\n</i></div><div dir=\"auto\"><i>b<br>\n<br>\n"
+                     "</i></div><div dir=\"auto\"><u>c</u>"));
+}
+
 TEST(NSAttributedString, APartBecomesADocumentOfItsOwn) {
   const NSAttributedString text(std::vector<NSAttributedString::Run>{
       {"one ", {}}, {"two", {.bold = true}}, {" three", {.italic = true}}});
@@ -145,8 +161,8 @@ TEST(NSAttributedString, WithoutAReaderThereIsNoTextOfHTML) {
   EXPECT_FALSE(NSAttributedString::initWithHTML({'x'}));
 }
 
-// Whatever the bytes are, the document is UTF-8, has as many tags as the text has line breaks, and
-// is the same again.
+// Whatever the bytes are, the document is UTF-8, has no other tags than those of lines, tabs and
+// paragraphs, and is the same again.
 TEST(NSAttributedString, AnyBytesBecomeADocument) {
   std::mt19937 random(1);
   for (int round = 0; round < 5'000; ++round) {
@@ -160,7 +176,10 @@ TEST(NSAttributedString, AnyBytesBecomeADocument) {
     ASSERT_EQ(result, html(NSAttributedString(bytes)));
     const std::string body = result.substr(document("").find("</body>"));
     for (std::size_t at = body.find('<'); at < body.rfind("</body>"); at = body.find('<', at + 1)) {
-      ASSERT_EQ(body.substr(at, 4), "<br>") << body;
+      const std::string tag = body.substr(at, body.find('>', at) + 1 - at);
+      ASSERT_TRUE(tag == "<br>" || tag == "<div dir=\"auto\">" || tag == "</div>" ||
+                  tag == "<span style=\"white-space:pre\">" || tag == "</span>")
+          << body;
     }
     ASSERT_EQ(body.find_first_of(std::string("\0\x01\x1B\x7F", 4)), body.npos);
   }
