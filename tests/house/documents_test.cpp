@@ -83,4 +83,32 @@ TEST(Documents, LinksLeadToFiles) {
   EXPECT_GE(links, 5);
 }
 
+// The page that leads through the code names only what is there.
+TEST(Documents, NamesOfThePageOfOneShareAreInTheSources) {
+  std::string sources;
+  for (const char* room : {"programs", "host", "share", "extension", "model", "linux", "platform",
+                           "formats", "entry"}) {
+    for (const auto& entry : fs::recursive_directory_iterator(kRoot / room)) {
+      if (entry.is_regular_file()) sources += contents(entry.path()) + '\n';
+    }
+  }
+  static const std::regex code("`([^`\\n]+)`");
+  static const std::regex name(R"([A-Za-z]\w+)");
+  const std::string text = contents(kRoot / "docs/share.md");
+  int names = 0;
+  for (std::sregex_iterator at(text.begin(), text.end(), code), end; at != end; ++at) {
+    const std::string word = (*at)[1];
+    if (word.find('/') != std::string::npos && word.find(' ') == std::string::npos &&
+        word.find(':') == std::string::npos) {
+      EXPECT_TRUE(fs::exists(kRoot / word)) << word;
+    } else if (std::regex_match(word, name)) {
+      EXPECT_TRUE(std::regex_search(sources, std::regex("\\b" + word + "\\b"))) << word;
+    } else {
+      continue;
+    }
+    ++names;
+  }
+  EXPECT_GE(names, 30);
+}
+
 }  // namespace
