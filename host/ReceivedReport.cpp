@@ -8,6 +8,7 @@
 #include <sstream>
 #include <string_view>
 
+#include "formats/Signatures.h"
 #include "host/JSONWriter.h"
 #include "host/MessageReport.h"
 #include "linux/detail/GLibPointer.h"
@@ -24,14 +25,8 @@ std::string contentType(const std::string& path) {
   file.read(start.data(), start.size());
   const std::string bytes(start.data(), static_cast<std::size_t>(file.gcount()));
   // Known without a database of types, which a small system does not have.
-  const std::pair<std::string_view, const char*> known[] = {
-      {"\x89PNG\r\n\x1a\n", "image/png"}, {"\xff\xd8\xff", "image/jpeg"},
-      {"%PDF-", "application/pdf"},       {"GIF8", "image/gif"},
-      {"PK\x03\x04", "application/zip"},
-  };
-  for (const auto& [magic, type] : known) {
-    if (bytes.starts_with(magic)) return type;
-  }
+  const DataFormat format = formatBySignature(bytes);
+  if (format != DataFormat::unknown) return std::string(mimeType(format));
   const GPointer<char> guess(g_content_type_guess(
       path.c_str(), reinterpret_cast<const guchar*>(bytes.data()), bytes.size(), nullptr));
   return guess ? guess.get() : "application/octet-stream";

@@ -5,6 +5,8 @@
 #include <cstring>
 #include <string_view>
 
+#include "formats/Signatures.h"
+
 namespace korvane {
 namespace {
 
@@ -100,14 +102,22 @@ bool isICOCutOff(const File& file) {
 }  // namespace
 
 bool isCutOff(const NSData& encoded) {
-  using namespace std::string_view_literals;
   const File file(encoded);
-  if (file.has(0, "\x89PNG\r\n\x1A\n"sv)) return isPNGCutOff(file);
-  if (file.has(0, "\xFF\xD8\xFF"sv)) return isJPEGCutOff(file);
-  if (file.has(0, "RIFF"sv) && file.has(8, "WEBP"sv)) return isWebPCutOff(file);
-  if (file.has(0, "BM"sv)) return isBMPCutOff(file);
-  if (file.has(0, "\0\0\1\0"sv) || file.has(0, "\0\0\2\0"sv)) return isICOCutOff(file);
-  return false;
+  switch (formatBySignature({reinterpret_cast<const char*>(encoded.data()), encoded.size()})) {
+    case DataFormat::png:
+      return isPNGCutOff(file);
+    case DataFormat::jpeg:
+      return isJPEGCutOff(file);
+    case DataFormat::webp:
+      return isWebPCutOff(file);
+    case DataFormat::bmp:
+      return isBMPCutOff(file);
+    case DataFormat::ico:
+    case DataFormat::cursor:
+      return isICOCutOff(file);
+    default:
+      return false;
+  }
 }
 
 }  // namespace korvane

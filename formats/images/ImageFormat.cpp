@@ -3,72 +3,58 @@
 #include <algorithm>
 #include <array>
 
+#include "formats/Signatures.h"
+
 namespace korvane {
 namespace {
 
 using namespace std::string_view_literals;
 
-struct Signature {
-  std::size_t at;
-  std::string_view bytes;
-  std::string_view format;
-};
-
-constexpr std::array kSignatures{
-    Signature{0, "\x89PNG\r\n\x1A\n"sv, "png"},
-    Signature{0, "\xFF\xD8\xFF"sv, "jpeg"},
-    Signature{0, "GIF87a"sv, "gif"},
-    Signature{0, "GIF89a"sv, "gif"},
-    Signature{0, "II*\0"sv, "tiff"},
-    Signature{0, "MM\0*"sv, "tiff"},
-    Signature{0, "BM"sv, "bmp"},
-    Signature{0, "\0\0\1\0"sv, "ico"},
-    Signature{0, "\0\0\2\0"sv, "ico"},
-    Signature{8, "WEBP"sv, "webp"},
-    Signature{8, "ACON"sv, "ani"},
-    Signature{0, "icns"sv, "icns"},
-    Signature{0, "8BPS\0\1"sv, "psd"},
-    Signature{0, "/* XPM */"sv, "xpm"},
-    Signature{0, "\x1F\x8B"sv, "svg"},  // compressed with gzip
-    Signature{0, "\0\0\0\x0CJXL \r\n\x87\n"sv, "jxl"},
-    Signature{0, "\xFF\x0A"sv, "jxl"},
-    Signature{0, "\0\0\0\x0CjP  \r\n"sv, "jp2"},
-    Signature{4, "ftypavif"sv, "avif"},
-    Signature{4, "ftypavis"sv, "avif"},
-    Signature{4, "ftyphei"sv, "heif"},
-    Signature{4, "ftyphev"sv, "heif"},
-    Signature{4, "ftypmif1"sv, "heif"},
-    Signature{4, "ftypmsf1"sv, "heif"},
-};
+std::string_view nameOf(DataFormat format) {
+  switch (format) {
+    case DataFormat::png:
+      return "png";
+    case DataFormat::jpeg:
+      return "jpeg";
+    case DataFormat::gif:
+      return "gif";
+    case DataFormat::webp:
+      return "webp";
+    case DataFormat::tiff:
+      return "tiff";
+    case DataFormat::bmp:
+      return "bmp";
+    case DataFormat::ico:
+    case DataFormat::cursor:
+      return "ico";
+    case DataFormat::animatedCursor:
+      return "ani";
+    case DataFormat::icns:
+      return "icns";
+    case DataFormat::heif:
+      return "heif";
+    case DataFormat::avif:
+      return "avif";
+    case DataFormat::jpegXL:
+      return "jxl";
+    case DataFormat::jpeg2000:
+      return "jp2";
+    case DataFormat::psd:
+      return "psd";
+    case DataFormat::xpm:
+      return "xpm";
+    case DataFormat::portableMap:
+      return "pnm";
+    case DataFormat::svg:
+      return "svg";
+    default:
+      return {};
+  }
+}
 
 bool isPortableMap(std::string_view data) {
   return data.size() > 3 && data[0] == 'P' && data[1] >= '1' && data[1] <= '6' &&
          " \t\r\n"sv.find(data[2]) != std::string_view::npos;
-}
-
-// Whether a text begins with the element "svg", after white space, the XML declaration, comments
-// and a document type. Only what those begin with is looked for in an internal subset.
-bool isDrawing(std::string_view text) {
-  if (text.starts_with("\xEF\xBB\xBF")) text.remove_prefix(3);
-  for (;;) {
-    text.remove_prefix(std::min(text.find_first_not_of(" \t\r\n"sv), text.size()));
-    std::string_view end;
-    if (text.starts_with("<!--")) {
-      end = "-->"sv;
-    } else if (text.starts_with("<?")) {
-      end = "?>"sv;
-    } else if (text.starts_with("<!DOCTYPE")) {
-      return text.substr(9, text.find_first_of("[>", 9) - 9).find("svg") != std::string_view::npos;
-    } else {
-      break;
-    }
-    const std::size_t at = text.find(end);
-    if (at == std::string_view::npos) return false;
-    text.remove_prefix(at + end.size());
-  }
-  if (!text.starts_with('<')) return false;
-  const std::string_view name = text.substr(1, text.find_first_of(" \t\r\n/>"sv) - 1);
-  return name == "svg" || name.ends_with(":svg");
 }
 
 // Targa has no signature at its beginning: newer files have one at their end, of older ones only
@@ -92,18 +78,12 @@ std::string_view imageFormat(const NSData& encoded) {
   constexpr std::size_t kLookedAt = 1024;
   const std::string_view whole(reinterpret_cast<const char*>(encoded.data()), encoded.size());
   const std::string_view data = whole.substr(0, kLookedAt);
-  for (const Signature& signature : kSignatures) {
-    if (data.size() < signature.at || !data.substr(signature.at).starts_with(signature.bytes)) {
-      continue;
-    }
-    const bool inRIFF = signature.format == "webp" || signature.format == "ani";
-    if (inRIFF && !data.starts_with("RIFF")) continue;
-    // A Targa can begin with the same four bytes, but not with a number of icons after them.
-    if (signature.format == "ico" && data.substr(4).starts_with("\0\0"sv)) continue;
-    return signature.format;
-  }
+  if (const auto name = nameOf(formatBySignature(data)); !name.empty()) return name;
+  // What could be something else too, if it were not given as a picture.
+  if (data.starts_with("BM")) return "bmp";
+  if (data.starts_with("\x1F\x8B")) return "svg";  // compressed with gzip
   if (isPortableMap(data)) return "pnm";
-  if (isDrawing(data)) return "svg";
+  if (formatByFirstTag(data) == DataFormat::svg) return "svg";
   if (isTarga(data, whole)) return "tga";
   return {};
 }
