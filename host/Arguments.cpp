@@ -14,6 +14,9 @@ void check(const Arguments& given) {
   if (!given.request.empty() && (!given.things.empty() || given.title)) {
     throw InputError("--request cannot be combined with items, --title, --text, --html or --image");
   }
+  if (given.clipboard && (!given.things.empty() || given.title || !given.request.empty())) {
+    throw InputError("--clipboard cannot be combined with anything else to share");
+  }
   if (given.json && given.dryRun) throw InputError("--json cannot be combined with --dry-run");
   if (std::ranges::count_if(given.things, [](const Arguments::Thing& thing) {
         return thing.kind != Kind::text && thing.value == "-";
@@ -55,6 +58,10 @@ CommandLine shareCommandLine(Arguments& arguments) {
               {"--request", "FILE",
                "a share request in JSON (\"-\": standard input), for several\ninput items",
                once("--request", arguments.request)},
+              {"--clipboard", "",
+               "what the clipboard holds: files, styled text with the page it\n"
+               "comes from, a picture or a text",
+               flag(arguments.clipboard)},
               {"--identifier", "ID",
                "run as the extension with this bundle identifier (default:\n"
                "that of the installed info dictionary)",

@@ -29,6 +29,8 @@ struct Arguments {
   /// A file that holds a request, or "-"; empty without one. Then there are neither things nor a
   /// title.
   std::string request;
+  /// What the clipboard holds is shared. Then there is nothing else.
+  bool clipboard = false;
   /// The bundle identifier to run under; empty: that of the installed info dictionary.
   std::string identifier;
   bool dryRun = false;

@@ -2,8 +2,10 @@
 
 #include <sys/stat.h>
 
+#include <stdexcept>
 #include <utility>
 
+#include "host/ClipboardRequest.h"
 #include "host/InputData.h"
 #include "host/InputError.h"
 #include "host/URLText.h"
@@ -74,6 +76,12 @@ void addThing(ShareRequest::Item& item, const Arguments::Thing& thing) {
 }  // namespace
 
 ShareRequest requestFromArguments(const Arguments& arguments) {
+  if (arguments.clipboard) {
+    std::string reason;
+    const auto clipboard = Clipboard::ofSession(reason);
+    if (!clipboard) throw std::runtime_error(reason);
+    return requestFromClipboard(*clipboard);
+  }
   if (!arguments.request.empty()) {
     try {
       return readShareRequest(bytesOf(readInput(arguments.request)));

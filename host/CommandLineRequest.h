@@ -14,7 +14,8 @@ namespace korvane {
 /// begins with a scheme; a path. Texts that are not UTF-8 are taken as Windows-1252.
 ///
 /// What cannot be read does not stop the rest: it is among the request's `unread`. Only an
-/// unreadable --request throws InputError.
+/// unreadable --request throws InputError, and a clipboard that cannot be shared
+/// std::runtime_error.
 ShareRequest requestFromArguments(const Arguments& arguments);
 
 }  // namespace korvane

@@ -59,6 +59,16 @@ TEST(Arguments, OptionsStandAnywhereAndTakeTheirArgumentEitherWay) {
   EXPECT_TRUE(parseArguments({"--verbose", "-v"}).verbose);
 }
 
+TEST(Arguments, TheClipboardStandsAlone) {
+  EXPECT_TRUE(parseArguments({"--clipboard"}).clipboard);
+  EXPECT_FALSE(parseArguments({}).clipboard);
+  for (const Words& words :
+       {Words{"--clipboard", "a.pdf"}, Words{"--text", "x", "--clipboard"},
+        Words{"--clipboard", "--title", "T"}, Words{"--request", "-", "--clipboard"}}) {
+    EXPECT_THROW(parseArguments(words), InputError) << words[0];
+  }
+}
+
 TEST(Arguments, NothingAfterTwoDashesIsAnOption) {
   EXPECT_THAT(parseArguments({"-v", "--", "--title", "-x", "--", "-"}).things,
               ElementsAre(Thing{Kind::item, "--title"}, Thing{Kind::item, "-x"},
