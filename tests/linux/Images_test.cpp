@@ -4,6 +4,7 @@
 #include <sys/resource.h>
 
 #include <array>
+#include <chrono>
 #include <cstring>
 #include <fstream>
 #include <iterator>
@@ -26,6 +27,9 @@ NSData file(const std::string& name) {
 }
 
 NSData bytes(std::string_view text) { return {text.begin(), text.end()}; }
+
+// A test may have to wait for its processor longer than a person would for a picture.
+Images patientImages() { return Images(ImageDecoder{.patience = std::chrono::minutes(5)}); }
 
 using Pixel = std::array<int, 4>;
 
@@ -105,7 +109,7 @@ TEST(Images, EveryFormatGivesThePixelsOfItsPicture) {
     cases.push_back({"corners-" + std::to_string(orientation) + ".jpg", red, green, blue, white});
   }
   for (const Case& one : cases) {
-    const auto bitmap = Images().decode(file(one.name));
+    const auto bitmap = patientImages().decode(file(one.name));
     ASSERT_TRUE(bitmap) << one.name;
     ASSERT_EQ(bitmap->width, 48U) << one.name;
     ASSERT_EQ(bitmap->height, 32U) << one.name;
@@ -127,7 +131,7 @@ TEST(Images, WhatIsNoImageIsRefusedWithoutAWord) {
         NSData(1000, 0), bytes("\x89PNG\r\n\x1A\n"), bytes("\xFF\xD8\xFF"), bytes("GIF89a"),
         bytes("BM"), bytes("RIFF\xFF\xFF\xFF\xFFWEBP"), bytes("II*"), bytes("<svg"),
         bytes("<svg xmlns='http://www.w3.org/2000/svg'>")}) {
-    EXPECT_FALSE(Images().decode(data)) << std::string(data.begin(), data.end());
+    EXPECT_FALSE(patientImages().decode(data)) << std::string(data.begin(), data.end());
   }
   EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
 }
@@ -177,7 +181,7 @@ TEST(Images, BombsAreRefusedBeforeTheyAreDecoded) {
   for (const char* name : {"bomb.png", "bomb.jpg", "bomb-progressive.jpg", "bomb.gif",
                            "bomb-frame.gif", "bomb.bmp", "bomb.tiff", "bomb-20000.tiff",
                            "bomb.webp", "bomb.ppm", "bomb.tga", "bomb.xpm", "bomb.xbm"}) {
-    EXPECT_FALSE(Images().decode(file(name))) << name;
+    EXPECT_FALSE(patientImages().decode(file(name))) << name;
   }
   EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
 }
@@ -187,12 +191,12 @@ TEST(Images, WhatUnpacksToMuchMoreCostsLittle) {
   const NSData texts = repeated(file("bomb-text.png"), bytes("zTXt"), 4, 12, 300);
   ASSERT_GT(texts.size(), 2'000'000U);
   std::string why;
-  const auto bitmap = Images().decode(texts, &why);
+  const auto bitmap = patientImages().decode(texts, &why);
   ASSERT_TRUE(bitmap) << why;
   EXPECT_EQ(bitmap->width, 48U);
 
   // The picture inside is left out, or the whole is refused.
-  const auto drawing = Images().decode(file("bomb-embedded.svg"), &why);
+  const auto drawing = patientImages().decode(file("bomb-embedded.svg"), &why);
   if (drawing) EXPECT_EQ(drawing->width, 48U);
 
   NSData scans = file("bomb-scans.jpg");
@@ -213,13 +217,13 @@ TEST(Images, WhatUnpacksToMuchMoreCostsLittle) {
 
 TEST(Images, OfManyFramesOneIsDecoded) {
   const MemoryLimit limit(std::size_t{1} << 30);
-  const auto bitmap = Images().decode(file("bomb-frames.gif"));
+  const auto bitmap = patientImages().decode(file("bomb-frames.gif"));
   ASSERT_TRUE(bitmap);
   EXPECT_EQ(bitmap->width, 5000U);
 }
 
 TEST(Images, DrawingsAreDrawnNoLargerThanUseful) {
-  const auto bitmap = Images().decode(file("large.svg"));
+  const auto bitmap = patientImages().decode(file("large.svg"));
   ASSERT_TRUE(bitmap);
   EXPECT_EQ(bitmap->width, 4096U);
   EXPECT_EQ(bitmap->height, 2048U);
@@ -227,12 +231,12 @@ TEST(Images, DrawingsAreDrawnNoLargerThanUseful) {
 }
 
 TEST(Images, DrawingsReachNothingOutside) {
-  const auto bitmap = Images().decode(file("links.svg"));
+  const auto bitmap = patientImages().decode(file("links.svg"));
   ASSERT_TRUE(bitmap);
   for (std::uint32_t x = 0; x < 48; x += 6) {
     EXPECT_EQ(pixel(*bitmap, x, 4), (Pixel{255, 255, 255, 255}));
   }
-  const auto text = Images().decode(file("entity.svg"));
+  const auto text = patientImages().decode(file("entity.svg"));
   if (text) {  // refused, or without the file's text
     for (const auto sample : text->pixels) ASSERT_EQ(sample, 0);
   }
@@ -246,7 +250,7 @@ TEST(Images, CutOffFilesAreRefused) {
     const std::size_t end = name == "corners.svg" ? whole.size() - 1 : whole.size();
     for (std::size_t size = 0; size < end; size += size < 40 ? 1 : 1 + end / 40) {
       const NSData part(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(size));
-      EXPECT_FALSE(Images().decode(part)) << name << ' ' << size;
+      EXPECT_FALSE(patientImages().decode(part)) << name << ' ' << size;
     }
   }
   EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
@@ -256,13 +260,13 @@ TEST(Images, WhatFollowsAnImageDoesNotMatter) {
   for (const char* name : {"corners.png", "corners-6.jpg", "corners.webp", "corners.bmp"}) {
     NSData data = file(name);
     data.insert(data.end(), 100, 0);
-    EXPECT_TRUE(Images().decode(data)) << name;
+    EXPECT_TRUE(patientImages().decode(data)) << name;
   }
 }
 
 TEST(Images, DamagedFilesGiveAPictureOrNothing) {
   std::mt19937 random(30);
-  Images images;
+  Images images = patientImages();
   for (const std::string& name : kSamples) {
     const NSData whole = file(name);
     for (int round = 0; round < 20; ++round) {
@@ -284,7 +288,7 @@ TEST(Images, DamagedFilesGiveAPictureOrNothing) {
 
 TEST(Images, PNGKeepsEveryPixel) {
   std::mt19937 random(31);
-  Images images;
+  Images images = patientImages();
   for (std::uint32_t channels : {3U, 4U}) {
     for (const auto& [width, height] : std::vector<std::pair<std::uint32_t, std::uint32_t>>{
              {1, 1}, {1, 7}, {7, 1}, {2, 3}, {5, 5}, {16, 16}, {33, 17}, {255, 3}, {101, 67}}) {
@@ -306,8 +310,8 @@ TEST(Images, PNGKeepsEveryPixel) {
 
 TEST(Images, OpaqueIsWrittenWithoutAlpha) {
   const Bitmap opaque{2, 1, 4, 8, {1, 2, 3, 255, 4, 5, 6, 255}};
-  const auto decoded =
-      Images().decode(Images().encode(opaque, NSBitmapImageFileType::PNG).value_or(NSData{}));
+  const auto decoded = patientImages().decode(
+      patientImages().encode(opaque, NSBitmapImageFileType::PNG).value_or(NSData{}));
   ASSERT_TRUE(decoded);
   EXPECT_EQ(*decoded, (Bitmap{2, 1, 3, 6, {1, 2, 3, 4, 5, 6}}));
 }
@@ -315,7 +319,7 @@ TEST(Images, OpaqueIsWrittenWithoutAlpha) {
 TEST(Images, PaddingBetweenRowsIsNotWritten) {
   const Bitmap padded{1, 2, 3, 5, {1, 2, 3, 9, 9, 4, 5, 6}};  // nor needed after the last
   const Bitmap tight{1, 2, 3, 3, {1, 2, 3, 4, 5, 6}};
-  Images images;
+  Images images = patientImages();
   EXPECT_EQ(images.encode(padded, NSBitmapImageFileType::PNG),
             images.encode(tight, NSBitmapImageFileType::PNG));
   EXPECT_EQ(images.encode(padded, NSBitmapImageFileType::TIFF),
@@ -326,7 +330,7 @@ TEST(Images, PaddingBetweenRowsIsNotWritten) {
 
 TEST(Images, TIFFKeepsEveryPixel) {
   std::mt19937 random(32);
-  Images images;
+  Images images = patientImages();
   for (std::uint32_t channels : {3U, 4U}) {
     for (const auto& [width, height] : std::vector<std::pair<std::uint32_t, std::uint32_t>>{
              {1, 1}, {1, 9}, {9, 1}, {13, 11}, {64, 65}}) {
@@ -342,7 +346,7 @@ TEST(Images, TIFFKeepsEveryPixel) {
 
 // Another reader of TIFF sees the same: a changed file is not known as an own one.
 TEST(Images, TIFFIsReadByOthers) {
-  Images images;
+  Images images = patientImages();
   const Bitmap bitmap = testing::paintLandscape(40, 30);
   NSData tiff = images.encode(bitmap, NSBitmapImageFileType::TIFF).value_or(NSData{});
   tiff.push_back(0);
@@ -363,7 +367,7 @@ TEST(Images, TIFFIsReadByOthers) {
 }
 
 TEST(Images, BitmapsThatDoNotFitTogetherAreNotWritten) {
-  Images images;
+  Images images = patientImages();
   for (const Bitmap& bitmap :
        {Bitmap{}, Bitmap{1, 1, 3, 3, {}}, Bitmap{0, 1, 3, 3, {1, 2, 3}},
         Bitmap{1, 0, 3, 3, {1, 2, 3}}, Bitmap{1, 1, 2, 2, {1, 2}},
@@ -376,13 +380,14 @@ TEST(Images, BitmapsThatDoNotFitTogetherAreNotWritten) {
 }
 
 TEST(Images, ATypeThatNobodyKnowsIsNotWritten) {
-  EXPECT_FALSE(Images().encode({1, 1, 3, 3, {1, 2, 3}}, static_cast<NSBitmapImageFileType>(1)));
+  EXPECT_FALSE(
+      patientImages().encode({1, 1, 3, 3, {1, 2, 3}}, static_cast<NSBitmapImageFileType>(1)));
 }
 
 TEST(Images, ThreadsDecodeAndEncodeSideBySide) {
   std::vector<NSData> files;
   for (const std::string& name : kSamples) files.push_back(file(name));
-  Images images;
+  Images images = patientImages();
   std::vector<std::shared_ptr<const Bitmap>> expected;
   for (const NSData& data : files) expected.push_back(images.decode(data));
   std::vector<std::thread> threads;
@@ -402,7 +407,7 @@ TEST(Images, ThreadsDecodeAndEncodeSideBySide) {
 
 TEST(Images, TheSamplePhotoIsUpright) {
   std::ifstream in(KORVANE_SOURCE_DIR "/packaging/samples/photo.jpg", std::ios::binary);
-  const auto photo = Images().decode({std::istreambuf_iterator<char>(in), {}});
+  const auto photo = patientImages().decode({std::istreambuf_iterator<char>(in), {}});
   ASSERT_TRUE(photo);
   EXPECT_GT(photo->width, photo->height);
 }

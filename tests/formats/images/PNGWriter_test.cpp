@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cstring>
 #include <random>
 #include <string>
@@ -24,7 +25,8 @@ Bitmap randomBitmap(std::uint32_t width, std::uint32_t height, std::uint32_t cha
 
 Bitmap decoded(const std::optional<NSData>& png) {
   std::string why;
-  const auto bitmap = Images().decode(png.value_or(NSData{}), &why);
+  const auto bitmap = Images(ImageDecoder{.patience = std::chrono::minutes(5)})
+                          .decode(png.value_or(NSData{}), &why);
   EXPECT_TRUE(bitmap) << why;
   return bitmap ? *bitmap : Bitmap{};
 }
