@@ -5,7 +5,6 @@
 namespace korvane {
 namespace {
 
-constexpr std::string_view kApplicationGroup = "Q7K4M2XW9P.korvane";
 constexpr std::string_view kBetaPrefix = "it.drelk.korvane.beta";
 
 }  // namespace

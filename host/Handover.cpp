@@ -26,9 +26,11 @@ ShareOutcome handOver(const std::shared_ptr<RunWatch>& run, const ShareOptions& 
   if (launch && launch->accepted) {
     outcome.status = ShareOutcome::Status::opened;
   } else {
-    outcome.reason = !launch                   ? "no address could be made of the message"
-                     : launch->failure.empty() ? "the application could not be opened"
-                                               : launch->failure;
+    outcome.reason = run->failure();
+    if (outcome.reason.empty()) {
+      outcome.reason = launch ? "the application could not be opened"
+                              : "no address could be made of the message";
+    }
     for (std::string& name : run->namesDelivered()) {
       outcome.missing.push_back({std::move(name), outcome.reason});
     }

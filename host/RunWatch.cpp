@@ -181,7 +181,7 @@ bool RunWatch::open(const std::vector<NSURL>& urls, std::string_view application
 
 void RunWatch::launchFailed(std::string_view reason) {
   std::lock_guard lock(mutex_);
-  if (launch_) launch_->failure = reason;
+  failure_ = reason;
 }
 
 void RunWatch::waitForBackground() {
@@ -197,6 +197,11 @@ bool RunWatch::isBusy() const {
 std::optional<RunWatch::Launch> RunWatch::launch() const {
   std::lock_guard lock(mutex_);
   return launch_;
+}
+
+std::string RunWatch::failure() const {
+  std::lock_guard lock(mutex_);
+  return failure_;
 }
 
 std::vector<std::string> RunWatch::namesDelivered() const {

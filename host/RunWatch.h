@@ -82,6 +82,7 @@ class RunWatch : public std::enable_shared_from_this<RunWatch> {
   /// any more.
   bool open(const std::vector<NSURL>& urls, std::string_view application, unsigned options,
             NSWorkspace& workspace);
+  /// Why nothing was opened.
   void launchFailed(std::string_view reason);
 
   // What became of it.
@@ -89,14 +90,15 @@ class RunWatch : public std::enable_shared_from_this<RunWatch> {
   void waitForBackground();
   /// Whether jobs still run.
   bool isBusy() const;
-  /// The application that was asked for, whether it took the request, and why not.
+  /// The application that was asked for, and whether it took the request.
   struct Launch {
     std::string application;
     bool accepted = false;
-    std::string failure;
   };
   /// Absent where nothing was asked to be opened.
   std::optional<Launch> launch() const;
+  /// Why nothing was opened, where that is known; empty otherwise.
+  std::string failure() const;
   /// What is not in the message: first what was on its way, in the order given. What is still on
   /// its way counts as too late.
   std::vector<MissingThing> missing() const;
@@ -126,6 +128,7 @@ class RunWatch : public std::enable_shared_from_this<RunWatch> {
   std::vector<Thing> things_;
   std::vector<MissingThing> others_;
   std::optional<Launch> launch_;
+  std::string failure_;
   std::size_t jobs_ = 0;
   std::size_t backgroundJobs_ = 0;
   std::size_t committing_ = 0;  // deliveries between their commit and their end

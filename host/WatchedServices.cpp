@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <memory>
+#include <new>
 #include <optional>
 #include <string>
 #include <utility>
@@ -28,7 +29,12 @@ class WatchedQueue : public DispatchQueue {
     queue_->async(priority, [ending, job = std::move(job)]() mutable {
       const RunScope scope(ending->run, ending->isBackground);
       const std::function<void()> running = std::move(job);  // gone before it counts as ended
-      running();
+      try {
+        running();
+      } catch (const std::bad_alloc&) {
+        if (ending->isBackground) ending->run->launchFailed("there is not enough memory");
+        throw;
+      }
     });
   }
 

@@ -16,6 +16,9 @@ namespace korvane {
 
 class NSFileManager;
 
+/// The application group of the mail client and its extensions, which share a container.
+inline constexpr const char* kApplicationGroup = "Q7K4M2XW9P.korvane";
+
 /// Has a say in the operations of a file manager.
 class KORVANE_EXPORT NSFileManagerDelegate {
  public:

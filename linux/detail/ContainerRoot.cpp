@@ -7,6 +7,8 @@
 #include <filesystem>
 #include <system_error>
 
+#include "platform/NSFileManager.h"
+
 namespace korvane {
 namespace {
 

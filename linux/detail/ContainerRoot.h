@@ -9,9 +9,6 @@
 
 namespace korvane {
 
-/// The application group whose programs share the container.
-inline constexpr const char* kApplicationGroup = "Q7K4M2XW9P.korvane";
-
 /// The components of a path, without empty ones and "."; ".." takes away the one before it.
 std::vector<std::string> pathComponents(std::string_view path);
 

@@ -1,5 +1,8 @@
 #include "share/detail/ShareFull.h"
 
+#include <utility>
+#include <vector>
+
 #include "extension/ConstVars.h"
 #include "extension/ExtensionUtilities.h"
 #include "platform/NSException.h"
@@ -15,8 +18,11 @@ void shareFull(const std::shared_ptr<ExtensionMessage>& message,
   }
   if (!message) return;
   try {
-    const auto url = message->queryUrl(commandCompose);
-    if (url) ExtensionUtilities::LaunchCommands({*url}, false);
+    auto url = message->queryUrl(commandCompose);
+    if (!url) return;
+    std::vector<NSURL> urls;
+    urls.push_back(*std::move(url));  // of up to 64 MiB
+    ExtensionUtilities::LaunchCommands(urls, false);
   } catch (const NSException& exception) {
     NSLog("[%@] ShareFull %@", kErrorMark, exception);
   }

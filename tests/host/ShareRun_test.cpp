@@ -74,6 +74,7 @@ TEST_F(ShareRun, EndsAlsoWhenTheJobIsEndedByAnException) {
   platform.services.workspace = std::make_shared<NoMemory>();
   const ShareOutcome outcome = run({});
   EXPECT_EQ(outcome.status, ShareOutcome::Status::notOpened);
+  EXPECT_EQ(outcome.reason, "there is not enough memory");
 }
 
 TEST_F(ShareRun, HandsOverWhatWasShared) {

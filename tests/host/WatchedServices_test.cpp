@@ -91,7 +91,7 @@ TEST_F(WatchedServices, TheDesktopsReasonReachesTheRun) {
   const RunScope scope(run);
   EXPECT_FALSE(NSWorkspace::sharedWorkspace()->openURLs(
       {NSURL::URLWithString("korvane://x").value()}, "no.such.application", 0));
-  EXPECT_THAT(run->launch()->failure, HasSubstr("no.such.application"));
+  EXPECT_THAT(run->failure(), HasSubstr("no.such.application"));
 }
 
 }  // namespace
