@@ -46,8 +46,8 @@ class KORVANE_EXPORT ExtensionUtilities {
 
   // The staging folder: GroupDataPath / service. Any thread; each operation returns when its file
   // work is done, and coordinates it with every other process. Where the coordination fails,
-  // nothing is done but one log line written: without a container, and for a service that names no
-  // folder of its own inside the data folder ("", "..", "a//b").
+  // nothing is done but one log line written: without a container, in one whose path is not UTF-8,
+  // and for a service that names no folder of its own inside the data folder ("", "..", "a//b").
 
   /// Empties the staging folder: removes it and creates it again. A failed removal, as on the very
   /// first share, is logged twice, as "shareInit delete" and as "shareInit create".

@@ -18,8 +18,10 @@ namespace {
 /// NSCocoaErrorDomain's code for a file that could not be written, for no known reason.
 constexpr long kFileWriteUnknownError = 512;
 
-/// The staging folder of a service; absent without a container. A service that is not a name of its
-/// own has none either: with "" or ".." the folder emptied would be the mail client's.
+/// The staging folder of a service; absent without a container, and where its path is not UTF-8:
+/// the paths in it travel as text, so that nobody would find what lies there. A service that is not
+/// a name of its own has none either: with "" or ".." the folder emptied would be the mail
+/// client's.
 std::optional<NSURL> stagingFolder(std::string_view service) {
   std::string framed = "/";
   framed.append(service).append("/");
@@ -27,7 +29,7 @@ std::optional<NSURL> stagingFolder(std::string_view service) {
     if (framed.find(part) != std::string::npos) return std::nullopt;
   }
   const std::optional<NSURL> data = ExtensionUtilities::GroupDataPath();
-  if (!data) return std::nullopt;
+  if (!data || !isUTF8(data->fileSystemRepresentation())) return std::nullopt;
   return data->URLByAppendingPathComponent(service);
 }
 

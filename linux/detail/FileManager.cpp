@@ -89,7 +89,7 @@ bool FileManager::removeItemAtURL(const NSURL& url, std::optional<NSError>& erro
   return attempt(error, [&] {
     const FilePlace place = locate(options_.container, pathOf(url));
     if (place.name == "." || place.name == "..") throw FileFailure{EINVAL, place.path};
-    removeEntry(place.folder.get(), place.name, place.path);
+    removeEntryAtOnce(place);
   });
 }
 

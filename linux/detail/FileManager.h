@@ -36,7 +36,9 @@ struct KORVANE_EXPORT FileManagerOptions {
 ///   folder and gets its own name when it is complete. A process that is killed in between leaves
 ///   that file. Nothing is forced onto the disk: "atomic" holds for other processes, not for a
 ///   power cut.
-/// - Removing stops at the first failure.
+/// - A folder that is removed is gone for everybody else in one step: it gets such a name first. A
+///   process that is killed leaves that folder, and removing that fails stops at the first failure
+///   and gives what is left its name again.
 class KORVANE_EXPORT FileManager : public NSFileManager {
  public:
   explicit FileManager(FileManagerOptions options = {});

@@ -3,11 +3,14 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <stdio.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 
 #include <cerrno>
 #include <cstdint>
+#include <filesystem>
 #include <memory>
+#include <system_error>
 #include <vector>
 
 #include "linux/detail/UnfinishedNames.h"
@@ -113,7 +116,7 @@ void removeFolder(int parent, const std::string& topName, const std::string& top
       throw FileFailure{errno, path};
     }
     levels.pop_back();
-    path.resize(path.size() - name.size() - 1);
+    if (!levels.empty()) path.resize(path.size() - name.size() - 1);
     current = std::move(above);
   }
 }
@@ -166,6 +169,47 @@ void removeEntry(int folder, const std::string& name, const std::string& path) {
     removeFolder(folder, name, path);
   } else if (::unlinkat(folder, name.c_str(), 0) != 0) {
     throw FileFailure{errno, path};
+  }
+}
+
+HeldFolder::HeldFolder(int folder, const std::string& name)
+    : descriptor_(::openat(folder, name.c_str(), kOpenFolder)) {
+  if (descriptor_) (void)::flock(descriptor_.get(), LOCK_EX | LOCK_NB);
+}
+
+void removeEntryAtOnce(const FilePlace& place) {
+  const int folder = place.folder.get();
+  struct stat status = {};
+  const HeldFolder held(folder, place.name);
+  const std::string aside = unfinishedName();
+  // Some file systems and some folders, those on which another one is mounted, do not let go.
+  if (::fstatat(folder, place.name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0 ||
+      !S_ISDIR(status.st_mode) ||
+      ::renameat2(folder, place.name.c_str(), folder, aside.c_str(), RENAME_NOREPLACE) != 0) {
+    removeEntry(folder, place.name, place.path);
+    return;
+  }
+  try {
+    removeEntry(folder, aside, place.path);
+  } catch (...) {
+    (void)renameWithoutReplacing(folder, aside, place.name);
+    throw;
+  }
+}
+
+void removeAbandonedFolders(const std::string& folder) {
+  const FileDescriptor opened(::open(folder.c_str(), kOpenFolder));
+  std::error_code error;
+  for (std::filesystem::directory_iterator entry(folder, error), end; opened && entry != end;
+       entry.increment(error)) {
+    const std::string name = entry->path().filename();
+    if (error || !isUnfinishedName(name)) continue;
+    const FileDescriptor abandoned(::openat(opened.get(), name.c_str(), kOpenFolder));
+    if (!abandoned || ::flock(abandoned.get(), LOCK_EX | LOCK_NB) != 0) continue;
+    try {
+      removeEntry(opened.get(), name, entry->path());
+    } catch (const FileFailure&) {  // NOLINT(bugprone-empty-catch): the next share tries again
+    }
   }
 }
 

@@ -41,6 +41,25 @@ void makePrivate(int file, const std::string& path);
 /// costs no descriptors. Throws FileFailure.
 void removeEntry(int folder, const std::string& name, const std::string& path);
 
+/// The same in one step for everybody else: a folder gets an unfinished name first. Where it cannot
+/// be removed, what is left of it has its own name again. Throws FileFailure.
+void removeEntryAtOnce(const FilePlace& place);
+
+/// A folder of an unfinished name, as long as this lives: others know by it that it is not left
+/// over from somebody who was killed.
+class HeldFolder {
+ public:
+  /// Holds a folder that is there. Failing is no harm.
+  HeldFolder(int folder, const std::string& name);
+
+ private:
+  FileDescriptor descriptor_;
+};
+
+/// Removes from a folder, as far as that is possible, the folders of unfinished names that nobody
+/// holds.
+void removeAbandonedFolders(const std::string& folder);
+
 /// A file or folder that gets its name only when it is complete: it is made under a name of its
 /// own, and removed if it never becomes complete.
 class UnfinishedEntry {

@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sched.h>
+#include <sys/mount.h>
 #include <sys/stat.h>
 
 #include <atomic>
@@ -230,6 +232,33 @@ TEST_F(FileManagerTest, RemovesAFolderWithAllItHoldsAndNoLinksTarget) {
   EXPECT_EQ(contentOf(kept), "kept");
 }
 
+TEST_F(FileManagerTest, AFolderIsGoneForEverybodyElseInOneStep) {
+  for (int i = 0; i < 2000; ++i) folder.file("top/gone/" + std::to_string(i), "x");
+  std::atomic<bool> started = false;
+  std::atomic<bool> stop = false;
+  std::atomic<bool> seenHalf = false;
+  std::thread watcher([&] {
+    while (!stop) {
+      std::error_code ignored;
+      // One look at the folder under its name: all of it, or nothing.
+      const auto last = fs::status(folder.path("top/gone/1999"), ignored).type();
+      const auto first = fs::status(folder.path("top/gone/0"), ignored).type();
+      const auto top = fs::status(folder.path("top/gone"), ignored).type();
+      if (top == fs::file_type::directory &&
+          (first == fs::file_type::not_found || last == fs::file_type::not_found)) {
+        seenHalf = true;
+      }
+      started = true;
+    }
+  });
+  while (!started) std::this_thread::yield();
+  EXPECT_TRUE(files.removeItemAtURL(fileURL(folder.path("top/gone")), error));
+  stop = true;
+  watcher.join();
+  EXPECT_FALSE(seenHalf);
+  EXPECT_EQ(entriesIn(folder.path("top")), 0U);
+}
+
 TEST_F(FileManagerTest, RemovingNothingIsAnError) {
   EXPECT_FALSE(files.removeItemAtURL(fileURL(folder.path("missing")), error));
   ASSERT_TRUE(error);
@@ -292,6 +321,31 @@ TEST_F(FileManagerTest, ReportsWhatItMayNotRemove) {
             }),
             0);
   fs::permissions(folder.path("closed"), fs::perms::owner_all);
+}
+
+TEST_F(FileManagerTest, WhatIsLeftOfAFolderKeepsItsName) {
+  // A mount inside cannot be removed.
+  constexpr int kNoMount = 3;
+  folder.file("top/gone/a/file", "x");
+  folder.file("top/gone/b/file", "x");
+  const int status = inChild([&] {
+    if (::unshare(CLONE_NEWNS) != 0 ||
+        ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) ||
+        ::mount("tmpfs", folder.path("top/gone/b").c_str(), "tmpfs", 0, "size=1m") != 0) {
+      ::_exit(kNoMount);
+    }
+    if (files.removeItemAtURL(fileURL(folder.path("top/gone")), error) || error->code != EBUSY ||
+        !error->localizedDescription.starts_with(folder.path("top/gone/b: "))) {
+      return false;
+    }
+    if (entriesIn(folder.path("top")) != 1 || !fs::exists(folder.path("top/gone/b"))) return false;
+    // The folder itself: it is emptied as far as that goes.
+    std::ofstream(folder.path("top/gone/b/file")) << "x";
+    return !files.removeItemAtURL(fileURL(folder.path("top/gone/b")), error) &&
+           error->code == EBUSY && fs::is_empty(folder.path("top/gone/b"));
+  });
+  if (status == kNoMount) GTEST_SKIP() << "this user cannot mount a disk";
+  EXPECT_EQ(status, 0);
 }
 
 // Creating.

@@ -177,6 +177,15 @@ TEST_F(StagingTest, WithoutAContainerEverythingFailsWithItsLine) {
                                    StartsWith("[***ERROR***] Error shareDatas Error Domain=")));
 }
 
+TEST_F(StagingTest, InAContainerWhosePathIsNotUTF8NothingIsStaged) {
+  useContainer(folder.path("caf\xE9/C"));
+  ExtensionUtilities::ShareInit("Share");
+  EXPECT_THAT(ExtensionUtilities::ShareFiles("Share", {folder.file("a")}), IsEmpty());
+  EXPECT_THAT(ExtensionUtilities::ShareDatas("Share", {bytes("x")}), IsEmpty());
+  EXPECT_EQ(lines().size(), 3U);
+  EXPECT_FALSE(fs::exists(folder.path("caf\xE9")));
+}
+
 TEST_F(StagingTest, AServiceWithoutANameOfItsOwnTouchesNothing) {
   const std::string kept = folder.file("data/Q7K4M2XW9P.korvane/SharedData/Accounts.plist", "kept");
   for (const char* service : {"", ".", "..", "/", "../..", "Share/..", "Share/../.."}) {
