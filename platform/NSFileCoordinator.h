@@ -22,12 +22,13 @@ class KORVANE_EXPORT NSFileCoordinator {
   static std::shared_ptr<NSFileCoordinator> coordinator();
 
   /// Runs `accessor` once, on the calling thread, while no other coordinated access to the item, to
-  /// anything inside it or to a folder that holds it runs in any process that coordinates; waits as
-  /// long as that takes. The access ends when the accessor returns or throws, or when the process
-  /// ends, however it ends. `accessor` gets the URL to use.
+  /// anything inside it or to a folder that holds it runs in any process that coordinates; waits
+  /// for that, though not for ever. The access ends when the accessor returns or throws, or when
+  /// the process ends, however it ends. `accessor` gets the URL to use.
   ///
-  /// When coordination itself fails (an absent URL, no room for locks, an access inside a
-  /// conflicting one of the same thread) the accessor does not run, and `error` tells why.
+  /// When coordination itself fails (an absent URL, no room for locks, another access that does not
+  /// end, an access inside a conflicting one of the same thread) the accessor does not run, and
+  /// `error` tells why.
   virtual void coordinateWritingItemAtURL(const std::optional<NSURL>& url,
                                           NSFileCoordinatorWritingOptions options,
                                           std::optional<NSError>& error,

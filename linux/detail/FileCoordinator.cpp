@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <condition_variable>
 #include <cstdint>
 #include <list>
@@ -13,6 +14,7 @@
 
 #include "linux/detail/FileDescriptor.h"
 #include "linux/detail/FileTree.h"
+#include "platform/Clock.h"
 
 namespace korvane {
 namespace {
@@ -65,15 +67,39 @@ off_t lockByte(const std::string& name) {
   return static_cast<off_t>(hash & 0x7fffffffffffffff);
 }
 
+FileFailure lockedTooLong(const std::string& item) {
+  return {ETIMEDOUT, item.empty() ? "the container" : item, "another program keeps it locked"};
+}
+
+/// What is left of the time that an access may wait for its locks. The kernel's own wait has no
+/// end, so one looks again and again, more seldom each time.
+class Patience {
+ public:
+  explicit Patience(double seconds) : left_(seconds) {}
+  void wait(const std::string& item) {
+    if (left_ <= 0) throw lockedTooLong(item);
+    sleepForTimeInterval(pause_);
+    left_ -= pause_;
+    pause_ = std::min(pause_ * 2, kLongestPause);
+  }
+
+ private:
+  static constexpr double kLongestPause = 0.02;
+  double left_;
+  double pause_ = 0.001;
+};
+
 void lockOneByte(const FileDescriptor& file, const std::string& name, short type,
-                 const std::string& path) {
+                 const std::string& path, Patience& patience) {
   struct flock lock = {};
   lock.l_type = type;
   lock.l_whence = SEEK_SET;
   lock.l_start = lockByte(name);
   lock.l_len = 1;
-  while (::fcntl(file.get(), F_OFD_SETLKW, &lock) != 0) {
-    if (errno != EINTR) throw FileFailure{errno, path};
+  while (::fcntl(file.get(), F_OFD_SETLK, &lock) != 0) {
+    if (errno == EINTR) continue;
+    if (errno != EAGAIN && errno != EACCES) throw FileFailure{errno, path};
+    patience.wait(name);
   }
 }
 
@@ -108,11 +134,13 @@ bool isStillAt(const std::string& path, const FileDescriptor& file) {
 }
 
 /// Waits for all the locks; they hold until the result is closed.
-FileDescriptor lock(const std::string& path, const LockNames& names) {
+FileDescriptor lock(const std::string& path, const LockNames& names, double longestWait) {
+  Patience patience(longestWait);
   for (int attempt = 0; attempt < kMaximumReplacements; ++attempt) {
     FileDescriptor file = openLockFile(path);
-    for (const std::string& name : names.shared) lockOneByte(file, name, F_RDLCK, path);
-    for (const std::string& name : names.exclusive) lockOneByte(file, name, F_WRLCK, path);
+    for (const std::string& name : names.shared) lockOneByte(file, name, F_RDLCK, path, patience);
+    for (const std::string& name : names.exclusive)
+      lockOneByte(file, name, F_WRLCK, path, patience);
     // Locks on a file that is no longer the lock file exclude nobody.
     if (isStillAt(path, file)) return file;
   }
@@ -139,8 +167,8 @@ struct FileCoordinator::Queue {
 /// One access, from its asking to its end.
 class FileCoordinator::Access {
  public:
-  Access(Queue& queue, const std::string& lockFile, const LockNames& names)
-      : queue_(queue), lockFile_(lockFile) {
+  Access(Queue& queue, const std::string& lockFile, const LockNames& names, double longestWait)
+      : queue_(queue), lockFile_(lockFile), longestWait_(longestWait) {
     for (const Held& held : heldByThread) {
       if (*held.lockFile == lockFile && conflict(*held.names, names)) {
         throw FileFailure{EDEADLK, names.exclusive.front()};
@@ -149,10 +177,14 @@ class FileCoordinator::Access {
     heldByThread.reserve(heldByThread.size() + 1);
     std::unique_lock guard(queue_.mutex);
     self_ = queue_.accesses.insert(queue_.accesses.end(), &names);
-    queue_.changed.wait(guard, [&] {
+    const auto isFirst = [&] {
       return std::none_of(queue_.accesses.begin(), self_,
                           [&](const LockNames* earlier) { return conflict(*earlier, names); });
-    });
+    };
+    if (queue_.changed.wait_for(guard, std::chrono::duration<double>(longestWait), isFirst)) return;
+    queue_.accesses.erase(self_);
+    queue_.changed.notify_all();  // somebody may have waited for this one
+    throw lockedTooLong(names.exclusive.front());
   }
   ~Access() {
     if (file_) heldByThread.pop_back();
@@ -167,19 +199,22 @@ class FileCoordinator::Access {
   Access& operator=(const Access&) = delete;
 
   void begin() {
-    file_ = lock(lockFile_, **self_);
+    file_ = lock(lockFile_, **self_, longestWait_);
     heldByThread.push_back({&lockFile_, *self_});
   }
 
  private:
   Queue& queue_;
   const std::string& lockFile_;
+  const double longestWait_;
   std::list<const LockNames*>::iterator self_;
   FileDescriptor file_;
 };
 
-FileCoordinator::FileCoordinator(ContainerRoot container)
-    : container_(std::move(container)), queue_(std::make_unique<Queue>()) {}
+FileCoordinator::FileCoordinator(ContainerRoot container, double longestWait)
+    : container_(std::move(container)),
+      longestWait_(longestWait),
+      queue_(std::make_unique<Queue>()) {}
 
 FileCoordinator::~FileCoordinator() = default;
 
@@ -199,7 +234,7 @@ void FileCoordinator::coordinateWritingItemAtURL(
   const LockNames names = lockNames(container_, path);
   std::optional<Access> access;
   try {
-    access.emplace(*queue_, lockFile, names);
+    access.emplace(*queue_, lockFile, names, longestWait_);
     access->begin();
   } catch (const FileFailure& failure) {
     error = failure.error();

@@ -14,13 +14,20 @@ namespace korvane {
 /// - Accesses of the threads of one process run in the order in which they were asked for. Between
 ///   processes there is no order, but no access waits for an unrelated one.
 /// - A thread may coordinate another, unrelated item inside an accessor; callers that do so in
-///   opposite orders can wait for one another for ever. A related item is refused with EDEADLK.
+///   opposite orders wait for one another until their time is over. A related item is refused with
+///   EDEADLK.
+/// - An access that does not get its locks within `longestWait` seconds fails with ETIMEDOUT.
+/// Between
+///   processes the time is that of the Platform's clock.
 /// - An absent URL, one that is no file URL and a process without a container give EINVAL.
 /// - A process that forks inside an accessor, without an exec, shares the access with its child: it
 ///   ends when both are through with it. A program that is executed does not get it.
 class KORVANE_EXPORT FileCoordinator : public NSFileCoordinator {
  public:
-  explicit FileCoordinator(ContainerRoot container = ContainerRoot());
+  static constexpr double kLongestWait = 10;
+
+  explicit FileCoordinator(ContainerRoot container = ContainerRoot(),
+                           double longestWait = kLongestWait);
   ~FileCoordinator() override;
 
   void coordinateWritingItemAtURL(const std::optional<NSURL>& url,
@@ -33,6 +40,7 @@ class KORVANE_EXPORT FileCoordinator : public NSFileCoordinator {
   struct Queue;
 
   ContainerRoot container_;
+  double longestWait_;
   std::unique_ptr<Queue> queue_;
 };
 

@@ -7,12 +7,14 @@
 
 #include <atomic>
 #include <iostream>
+#include <numeric>
 #include <stdexcept>
 #include <thread>
 
 #include "support/ChildProcess.h"
 #include "support/Places.h"
 #include "support/TemporaryFolder.h"
+#include "support/TestPlatform.h"
 
 namespace korvane {
 namespace {
@@ -281,6 +283,54 @@ TEST_F(FileCoordinatorTest, ProcessesCountTogether) {
   }
   for (auto& process : processes) EXPECT_EQ(process->wait(), 0);
   EXPECT_EQ(contentOf(file), "600");
+}
+
+TEST_F(FileCoordinatorTest, AnotherProcessThatDoesNotEndIsGivenUpAfterTenSeconds) {
+  ChildProcess holder(holding(item("SharedData/Share")));
+  ASSERT_EQ(holder.readLine(), "asking");
+  ASSERT_EQ(holder.readLine(), "held");
+  const testing::TestPlatform platform;
+  const auto slept = [&] {
+    const auto sleeps = platform.clock->sleeps();
+    return std::accumulate(sleeps.begin(), sleeps.end(), 0.0);
+  };
+  for (const char* name : {"SharedData/Share", "SharedData", "", "SharedData/Share/a"}) {
+    const double before = slept();
+    bool ran = false;
+    const auto error = access(item(name), [&] { ran = true; });
+    ASSERT_TRUE(error) << name;
+    EXPECT_EQ(error->code, ETIMEDOUT) << error->description();
+    EXPECT_FALSE(ran);
+    EXPECT_NEAR(slept() - before, 10, 0.1) << name;
+  }
+  const double before = slept();
+  EXPECT_FALSE(access(item("Contacts")));
+  EXPECT_EQ(slept(), before);
+  // What it held on to is free again, and the thread holds nothing.
+  holder.kill();
+  EXPECT_FALSE(access(item("SharedData/Share")));
+  EXPECT_FALSE(access(item("")));
+}
+
+TEST_F(FileCoordinatorTest, AnotherThreadThatDoesNotEndIsGivenUpToo) {
+  FileCoordinator impatient(ContainerRoot(root), 0.05);
+  std::optional<NSError> error;
+  std::optional<NSError> second;
+  bool ran = false;
+  const NSURL url = NSURL::fileURLWithPath(item("a"));
+  impatient.coordinateWritingItemAtURL(url, kForDeleting, error, [&](const NSURL&) {
+    std::thread([&] {
+      impatient.coordinateWritingItemAtURL(url, kForDeleting, second,
+                                           [&](const NSURL&) { ran = true; });
+    }).join();
+  });
+  EXPECT_FALSE(error);
+  ASSERT_TRUE(second);
+  EXPECT_EQ(second->code, ETIMEDOUT);
+  EXPECT_EQ(second->localizedDescription, "a: another program keeps it locked");
+  EXPECT_FALSE(ran);
+  impatient.coordinateWritingItemAtURL(url, kForDeleting, error, [&](const NSURL&) { ran = true; });
+  EXPECT_TRUE(ran);
 }
 
 TEST_F(FileCoordinatorTest, AKilledProcessLeavesNoLock) {
