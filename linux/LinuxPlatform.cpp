@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <optional>
+#include <utility>
 
 #include "formats/html/HTML.h"
 #include "formats/links/LinkDetector.h"
@@ -10,6 +11,7 @@
 #include "linux/detail/FileCoordinator.h"
 #include "linux/detail/FileManager.h"
 #include "linux/detail/Images.h"
+#include "linux/detail/LowPriority.h"
 #include "linux/detail/MainBundle.h"
 #include "linux/detail/PropertyLists.h"
 #include "linux/detail/SystemLog.h"
@@ -21,6 +23,7 @@ Platform linuxPlatform(const LinuxOptions& options) {
   Platform services;  // brings the system's clock and a thread pool
   const ContainerRoot container =
       options.container.empty() ? ContainerRoot() : ContainerRoot(std::optional(options.container));
+  services.queue = std::make_shared<LowPriorityQueue>(std::move(services.queue));
   services.bundle = std::make_shared<MainBundle>(options.bundleIdentifier);
   services.fileManager = std::make_shared<FileManager>(FileManagerOptions{.container = container});
   services.fileCoordinator = std::make_shared<FileCoordinator>(container);
