@@ -5,14 +5,60 @@
 #include "extension/ConstVars.h"
 #include "extension/ExtensionUtilities.h"
 #include "linux/detail/ShareTurn.h"
+#include "linux/detail/TakenAside.h"
 #include "linux/detail/UnfinishedNames.h"
+#include "linux/detail/Workspace.h"
+#include "platform/NSFileCoordinator.h"
 #include "platform/NSFileManager.h"
 
 namespace korvane {
+namespace {
+
+/// Absent without a container.
+std::optional<NSURL> stagingFolder() {
+  const auto data = ExtensionUtilities::GroupDataPath();
+  if (!data) return std::nullopt;
+  return data->URLByAppendingPathComponent(kShareService);
+}
+
+std::string pathOf(const std::optional<NSURL>& url) {
+  std::string path = url ? url->fileSystemRepresentation() : "";
+  while (path.ends_with('/')) path.pop_back();
+  return path;
+}
+
+/// Moves what is to be shared and lies in the staging folder out of it.
+void takeAside(const std::shared_ptr<RunWatch>& run, const NSURL& staging) {
+  if (run->files().empty()) return;
+  // Loads that outlast the run may still ask where their file lies.
+  const auto aside = std::make_shared<TakenAside>(pathOf(staging));
+  std::optional<NSError> ignored;  // the emptying, which comes next, tells
+  NSFileCoordinator::coordinator()->coordinateWritingItemAtURL(
+      staging, NSFileCoordinatorWritingOptions::forDeleting, ignored,
+      [&](const NSURL&) { aside->take(run->files()); });
+  run->setPlaces([aside](const std::string& path) { return aside->placeOf(path); });
+}
+
+}  // namespace
 
 ShareOutcome handOver(const std::shared_ptr<RunWatch>& run, const ShareOptions& options,
                       const std::function<void()>& work) {
-  const ShareTurn turn(options.container);
+  const auto staging = stagingFolder();
+  ShareTurn turn(options.container, pathOf(staging), options.hooks.tell);
+  if (turn.refusal()) {
+    run->giveUp(*turn.refusal());
+    return {.reason = *turn.refusal(), .missing = run->missing()};
+  }
+  run->setOpeningHooks({[&] { return turn.noteHandOver(); },
+                        [&](bool accepted, std::string_view failure) {
+                          // A client that has not answered yet may still come for the files.
+                          if (accepted || failure == kNotAnsweredYet) {
+                            turn.noteHandOver();
+                          } else {
+                            turn.forgetHandOver();
+                          }
+                        }});
+  if (turn.isOurs() && staging) takeAside(run, *staging);
   {
     const RunScope scope(run);
     work();
@@ -40,15 +86,14 @@ ShareOutcome handOver(const std::shared_ptr<RunWatch>& run, const ShareOptions& 
 }
 
 void removeUnfinishedAttachments() {
-  const auto data = ExtensionUtilities::GroupDataPath();
-  if (!data) return;
-  const NSURL staging = data->URLByAppendingPathComponent(kShareService);
+  const auto staging = stagingFolder();
+  if (!staging) return;
   const auto files = NSFileManager::defaultManager();
   for (const std::string& name :
-       files->contentsOfDirectoryAtPath(staging.fileSystemRepresentation())) {
+       files->contentsOfDirectoryAtPath(staging->fileSystemRepresentation())) {
     if (!isUnfinishedName(name)) continue;
     std::optional<NSError> ignored;  // its load may have been quicker
-    files->removeItemAtURL(staging.URLByAppendingPathComponent(name), ignored);
+    files->removeItemAtURL(staging->URLByAppendingPathComponent(name), ignored);
   }
 }
 

@@ -102,7 +102,7 @@ class FileProvider : public Provider {
 
  private:
   void load(LoadHandler handler) override {
-    deliverFile(loads(), thing(), path_, std::move(handler));
+    deliverFile(loads(), thing(), loads()->run->placeOf(path_), std::move(handler));
   }
 
   std::string path_;
@@ -191,7 +191,7 @@ Made makeForFile(const std::string& path, const std::string& name, const Loads& 
   std::string absolute = absolutePath(path);
   const char* presumed =
       absolute == "/" ? "the root folder has no name of its own" : "it could not be copied";
-  const std::size_t thing = loads->run->add(name, presumed);
+  const std::size_t thing = loads->run->addFile(name, presumed, absolute);
   return std::make_shared<FileProvider>(std::move(absolute), loads, thing);
 }
 
@@ -236,8 +236,8 @@ Made make(ShareRequest::Link& link, const Loads& loads) { return makeForLink(lin
 Made make(ShareRequest::ImageFile& image, const Loads& loads) {
   const std::string path = absolutePath(image.path);
   return std::make_shared<ImageProvider>(
-      kUTTypeImage, [path] { return Value(readRegularFile(path)); }, path + ": ", loads,
-      loads->run->add(image.path, kNoPicture));
+      kUTTypeImage, [run = loads->run, path] { return Value(readRegularFile(run->placeOf(path))); },
+      path + ": ", loads, loads->run->addFile(image.path, kNoPicture, path));
 }
 
 Made make(ShareRequest::ImageData& image, const Loads& loads) {

@@ -5,9 +5,11 @@
 
 #include <charconv>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -16,6 +18,8 @@
 #include "host/Program.h"
 #include "host/ReceivedReport.h"
 #include "linux/detail/GLibPointer.h"
+#include "model/ExtensionMessage.h"
+#include "platform/NSURL.h"
 
 namespace korvane {
 namespace {
@@ -34,7 +38,27 @@ struct Options {
   bool silent = false;
 };
 
+/// Reads a byte of each file that a URL attaches: the next share leaves them alone until then.
+void takeAttachments(const std::string& text) {
+  namespace fs = std::filesystem;
+  const auto url = NSURL::URLWithString(text);
+  if (!url) return;
+  for (const Value& attachment :
+       ExtensionMessage::ExtensionMessageWithUrl(*url)->attachments().value_or(List())) {
+    std::error_code error;
+    const fs::path path = attachment.description();
+    std::vector<fs::path> files{path};
+    if (fs::is_directory(path, error)) {
+      for (const auto& entry : fs::recursive_directory_iterator(path, error)) {
+        files.push_back(entry.path());
+      }
+    }
+    for (const fs::path& file : files) std::ifstream(file, std::ios::binary).get();
+  }
+}
+
 bool write(const ReceivedRequest& request, const Options& options) {
+  for (const std::string& url : request.urls) takeAttachments(url);
   const std::string text =
       options.json ? receivedJSON(request) : receivedText(request, options.name);
   if (options.output.empty()) {

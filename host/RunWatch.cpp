@@ -30,6 +30,20 @@ std::size_t RunWatch::add(std::string name, std::string presumed) {
   return things_.size() - 1;
 }
 
+std::size_t RunWatch::addFile(std::string name, std::string presumed, const std::string& path) {
+  files_.push_back(path);
+  return add(std::move(name), std::move(presumed));
+}
+
+void RunWatch::giveUp(const std::string& reason) {
+  std::lock_guard lock(mutex_);
+  closed_ = true;
+  for (Thing& thing : things_) {
+    thing.state = State::missing;
+    thing.reason = reason;
+  }
+}
+
 void RunWatch::miss(std::string item, std::string reason) {
   std::lock_guard lock(mutex_);
   others_.push_back({std::move(item), std::move(reason)});
@@ -171,8 +185,12 @@ bool RunWatch::open(const std::vector<NSURL>& urls, std::string_view application
   bool accepted = true;
   if (hooks_.dryRun) {
     hooks_.dryRun(urls, application, options);
+  } else if (const auto reason = opening_.before ? opening_.before() : std::nullopt) {
+    launchFailed(*reason);
+    accepted = false;
   } else {
     accepted = workspace.openURLs(urls, application, options);
+    if (opening_.after) opening_.after(accepted, launch()->failure);
   }
   std::lock_guard lock(mutex_);
   launch_->accepted = accepted;

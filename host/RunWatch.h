@@ -46,10 +46,31 @@ class RunWatch : public std::enable_shared_from_this<RunWatch> {
   /// A thing that is on its way from now on; `name` is what people know it by, `presumed` why it is
   /// missing where its delivery fails and nobody says why. Gives its number.
   std::size_t add(std::string name, std::string presumed);
+  /// The same for a thing that is a file, with its absolute path.
+  std::size_t addFile(std::string name, std::string presumed, const std::string& path);
   /// Something, or a part of something, is not in the message. Beside what add() counts.
   void miss(std::string item, std::string reason);
   /// The same, told at once.
   void missNow(std::string item, std::string reason);
+
+  // What belongs to the staging folder, set before anything is delivered.
+
+  /// The paths of the things that are files.
+  const std::vector<std::string>& files() const { return files_; }
+  /// Files were moved: `places` gives the path where one lies now.
+  void setPlaces(std::function<std::string(const std::string& path)> places) {
+    places_ = std::move(places);
+  }
+  std::string placeOf(const std::string& path) const { return places_ ? places_(path) : path; }
+  /// What an opening has around it. `before` gives a reason where nothing may be opened; `after`
+  /// gets whether the URLs were accepted, and why they were not.
+  struct OpeningHooks {
+    std::function<std::optional<std::string>()> before;
+    std::function<void(bool accepted, std::string_view failure)> after;
+  };
+  void setOpeningHooks(OpeningHooks hooks) { opening_ = std::move(hooks); }
+  /// The run may not begin: everything is missing for this reason.
+  void giveUp(const std::string& reason);
 
   // The delivery of a thing, by whoever loads it.
 
@@ -123,6 +144,9 @@ class RunWatch : public std::enable_shared_from_this<RunWatch> {
   void run(Delivery& delivery, const std::function<void()>& handler);
 
   const RunHooks hooks_;
+  std::vector<std::string> files_;
+  std::function<std::string(const std::string& path)> places_;
+  OpeningHooks opening_;
   mutable std::mutex mutex_;
   std::condition_variable changed_;
   std::vector<Thing> things_;

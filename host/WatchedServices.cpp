@@ -1,6 +1,8 @@
 #include "host/WatchedServices.h"
 
+#include <algorithm>
 #include <cerrno>
+#include <iterator>
 #include <memory>
 #include <new>
 #include <optional>
@@ -96,14 +98,22 @@ std::string reasonOf(const std::optional<NSError>& error, std::string_view path)
   return std::string(text);
 }
 
+/// Whether the next entry of a folder would fail the same way.
+bool isEverybodys(const NSError& error) {
+  static constexpr int kCodes[] = {ENOSPC, EDQUOT, EROFS, ENOMEM, EMFILE, ENFILE};
+  return error.domain == NSPOSIXErrorDomain &&
+         std::ranges::find(kCodes, error.code) != std::end(kCodes);
+}
+
 /// One entry of a folder that cannot be copied is left out and noted; the rest is attached.
 class LeavingOut : public NSFileManagerDelegate {
  public:
   bool fileManager(NSFileManager&, const NSError& shouldProceedAfterError,
                    std::string_view copyingItemAtPath, std::string_view) override {
     const auto run = RunScope::current();
-    return run && run->leaveOut(std::string(copyingItemAtPath),
-                                reasonOf(shouldProceedAfterError, copyingItemAtPath));
+    return run && !isEverybodys(shouldProceedAfterError) &&
+           run->leaveOut(std::string(copyingItemAtPath),
+                         reasonOf(shouldProceedAfterError, copyingItemAtPath));
   }
 };
 

@@ -36,8 +36,8 @@ class KORVANE_EXPORT ShareTurn {
   ///
   /// Without a container, and where its path is not UTF-8, nothing can be staged, so that nothing
   /// needs a turn: the share may begin at once.
-  explicit ShareTurn(const std::optional<std::string>& container, const std::string& folder = {},
-                     const std::function<void(const std::string& line)>& tell = {});
+  ShareTurn(const std::optional<std::string>& container, const std::string& folder,
+            const std::function<void(const std::string& line)>& tell = {});
   ~ShareTurn();
   ShareTurn(const ShareTurn&) = delete;
   ShareTurn& operator=(const ShareTurn&) = delete;

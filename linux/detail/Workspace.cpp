@@ -154,7 +154,7 @@ BusAnswer openOverBus(const std::string& identifier, const std::vector<NSURL>& u
       connection.get(), call.get(), G_DBUS_SEND_MESSAGE_FLAGS_NONE,
       static_cast<gint>(limits.answering.count()), nullptr, nullptr, failure.out()));
   if (failure.is(G_IO_ERROR, G_IO_ERROR_TIMED_OUT)) {
-    return {BusAnswer::refused, "the mail client has not answered yet; its window may still come"};
+    return {BusAnswer::refused, kNotAnsweredYet};
   }
   if (!reply) {
     return {BusAnswer::refused,

@@ -21,6 +21,11 @@ struct WorkspaceLimits {
   std::chrono::milliseconds answering{60'000};
 };
 
+/// Why an opening failed whose application was reached and has not answered: it may still do what
+/// it was asked to.
+inline constexpr const char* kNotAnsweredYet =
+    "the mail client has not answered yet; its window may still come";
+
 /// Opens URLs with an application of the Linux desktop. An application's identifier is the name of
 /// its desktop entry and its name on the session bus.
 ///

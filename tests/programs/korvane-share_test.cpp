@@ -238,6 +238,79 @@ TEST_F(Share, AnEntryWithoutAServiceIsRun) {
   EXPECT_EQ(message(line)->subject(), Value("T"));
 }
 
+TEST_F(Share, AClientThatIsRunHasThePriorityOfWhoShares) {
+  const std::string out = received(kRegular);
+  const std::string script = file(
+      "client", "#!/bin/sh\n{ cut -d' ' -f19 /proc/self/stat; ionice -p $$; } > " + out + "\n");
+  fs::permissions(script, fs::perms::owner_all);
+  desktop.addEntry(kRegular, script + " %U");
+  // What it is without a share.
+  ASSERT_EQ(desktop.run({script}).status, 0);
+  const std::string normal = readFile(out);
+  ASSERT_THAT(normal, Not(IsEmpty()));
+  fs::remove(out);
+  ASSERT_EQ(mkfifo(out.c_str(), 0600), 0);  // can be waited on
+  std::string shared;
+  std::thread reader([&] { shared = readFile(out); });
+  EXPECT_EQ(share({file("a.txt", "a"), "--image", picture("photo.png")}).status, 0);
+  reader.join();
+  EXPECT_EQ(shared, normal);
+}
+
+TEST_F(Share, WithoutATurnNothingBegins) {
+  const fs::path lock = desktop.folder / "data/Q7K4M2XW9P.korvane.share";
+  const fs::path staged = desktop.folder / "data/Q7K4M2XW9P.korvane/SharedData/Share/old";
+  fs::create_directories(staged.parent_path());
+  writeFile(staged, "old");
+  const auto expectRefusal = [&](const std::string& why) {
+    const Finished finished = share({"--dry-run", "https://a.example/", file("a.txt", "a")});
+    EXPECT_EQ(finished.status, 1);
+    EXPECT_EQ(finished.errors, "korvane-share: not handed over: the lock file of shares, " +
+                                   lock.string() + ", is " + why + ", and only " +
+                                   (why == "a symbolic link" ? "a regular file" : "one") +
+                                   " will do\n");
+    EXPECT_EQ(finished.output, "");
+    EXPECT_EQ(readFile(staged), "old");
+    fs::remove(lock);
+  };
+  fs::create_symlink(file("target", ""), lock);
+  expectRefusal("a symbolic link");
+  ASSERT_EQ(mkfifo(lock.c_str(), 0600), 0);
+  expectRefusal("not a regular file");
+  fs::create_directory(lock);
+  expectRefusal("not a regular file");
+}
+
+TEST_F(Share, WhereNothingCanBeStagedLinksAndTextsAreShared) {
+  desktop.set("XDG_DATA_HOME", (desktop.folder / "caf\xE9").string());
+  const Finished finished =
+      share({"--dry-run", "https://a.example/", "--text", "hello", file("a.txt", "a")});
+  EXPECT_EQ(finished.status, 0);
+  EXPECT_THAT(body(finished.output), AllOf(HasSubstr("hello"), HasSubstr("https://a.example/")));
+  EXPECT_THAT(attachments(finished.output), IsEmpty());
+  EXPECT_THAT(finished.errors, AllOf(HasSubstr("a.txt is not in the message: "), EndsWith("\n")));
+  EXPECT_FALSE(fs::exists(desktop.folder / "caf\xE9"));
+}
+
+TEST_F(Share, WhatIsLeftOutOfAFolderIsTold) {
+  file("album/photo", "photo");
+  const std::string secret = file("secret", "secret");
+  fs::create_symlink("../secret", things / "album/link");
+  fs::create_symlink("photo", things / "album/again");
+  const Finished finished = share({"--dry-run", things / "album"});
+  EXPECT_EQ(finished.status, 0);
+  EXPECT_EQ(finished.errors, "korvane-share: " + (things / "album/link").string() +
+                                 " is not in the message: a link that leads out of the folder is "
+                                 "not followed\n");
+  ASSERT_THAT(attachments(finished.output), ElementsAre("album"));
+  const fs::path staged = desktop.folder / "data/Q7K4M2XW9P.korvane/SharedData/Share/album";
+  EXPECT_EQ(readFile(staged / "again"), "photo");
+  EXPECT_FALSE(fs::exists(staged / "link"));
+  // What was staged can be shared once more.
+  EXPECT_THAT(attachments(share({"--dry-run", staged / "photo", staged}).output),
+              ElementsAre("photo", "album"));
+}
+
 TEST_F(Share, WhatCannotBeStagedDoesNotStopTheRest) {
   const std::string good = file("good.txt", "good");
   const std::string noImage = file("no-image.png", "this is no image");
