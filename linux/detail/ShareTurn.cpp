@@ -41,11 +41,13 @@ bool isRecent(double time, double now, double kept) {
   return std::abs(now - time) < kept;
 }
 
-/// Lines of "TIME FOLDER". What is not one is ignored; the last time of a folder counts.
-Notes readNotes(int file) {
+/// Lines of "TIME FOLDER". What is not one is ignored; the last time of a folder counts. Absent,
+/// with errno set, where the file cannot be read.
+std::optional<Notes> readNotes(int file) {
   std::string text(kMaxNotes, '\0');
   const ssize_t size = ::pread(file, text.data(), text.size(), 0);
-  text.resize(size > 0 ? static_cast<std::size_t>(size) : 0);
+  if (size < 0) return std::nullopt;
+  text.resize(static_cast<std::size_t>(size));
   Notes notes;
   for (std::string_view rest = text; rest.find('\n') != std::string_view::npos;) {
     const std::string_view line = rest.substr(0, rest.find('\n'));
@@ -84,11 +86,16 @@ std::string unusable(const std::string& path, const std::string& why) {
 
 std::string systemText(int code) { return NSError::withErrno(code).localizedDescription; }
 
-bool isStillAt(const std::string& path, int file) {
+/// Whether the lock file is the one that is open; absent, with errno set, where that cannot be
+/// told.
+std::optional<bool> isStillAt(const std::string& path, int file) {
   struct stat byPath = {};
   struct stat byFile = {};
-  return ::lstat(path.c_str(), &byPath) == 0 && ::fstat(file, &byFile) == 0 &&
-         byPath.st_dev == byFile.st_dev && byPath.st_ino == byFile.st_ino;
+  if (::fstat(file, &byFile) != 0) return std::nullopt;
+  if (::lstat(path.c_str(), &byPath) != 0) {
+    return errno == ENOENT ? std::optional(false) : std::nullopt;
+  }
+  return byPath.st_dev == byFile.st_dev && byPath.st_ino == byFile.st_ino;
 }
 
 /// Opens the lock file, or gives the reason why that cannot be.
@@ -153,12 +160,17 @@ void ShareTurn::begin(const std::function<void(const std::string& line)>& tell) 
         refusal_ = unusable(path_, "cannot be locked: " + systemText(errno));
         return;
       }
-      if (isLocked && !isStillAt(path_, file_.get())) {
+      const auto isSame = isLocked ? isStillAt(path_, file_.get()) : std::optional(true);
+      if (!isSame) {
+        refusal_ = unusable(path_, "cannot be looked at: " + systemText(errno));
+        return;
+      }
+      if (!*isSame) {
         file_ = FileDescriptor();  // somebody removed it; a lock on it excludes nobody
         isLocked = false;
       }
     }
-    if (isLocked && mayEmpty()) return;
+    if (isLocked && (mayEmpty() || refusal_)) return;
     if (waited >= kLongestWait) {
       refusal_ = kNotTaken;
       return;
@@ -172,10 +184,14 @@ void ShareTurn::begin(const std::function<void(const std::string& line)>& tell) 
 }
 
 bool ShareTurn::mayEmpty() {
-  const Notes notes = readNotes(file_.get());
-  const auto noted = notes.find(name_);
+  const auto notes = readNotes(file_.get());
+  if (!notes) {
+    refusal_ = unusable(path_, "cannot be read: " + systemText(errno));
+    return false;
+  }
+  const auto noted = notes->find(name_);
   const double now = NSDate::date().timeIntervalSince1970;
-  if (noted == notes.end() || !isRecent(noted->second, now, kKept)) return true;
+  if (noted == notes->end() || !isRecent(noted->second, now, kKept)) return true;
   if (!holdsUnreadFiles(folder_)) return true;
   if (isRecent(noted->second, now, kKeptUnseen)) return false;
   if (!isReadingNoted_) isReadingNoted_ = keepsAccessTimes(folder_);
@@ -183,13 +199,13 @@ bool ShareTurn::mayEmpty() {
 }
 
 int ShareTurn::note(const std::optional<double>& time) {
-  Notes notes = readNotes(file_.get());
-  const Notes before = notes;
+  const auto before = readNotes(file_.get());
+  Notes notes = before.value_or(Notes());
   const double now = NSDate::date().timeIntervalSince1970;
   notes.erase(name_);
   std::erase_if(notes, [&](const auto& other) { return !isRecent(other.second, now, kKept); });
   if (time) notes[name_] = *time;
-  return notes == before ? 0 : writeNotes(file_.get(), notes);
+  return before && notes == *before ? 0 : writeNotes(file_.get(), notes);
 }
 
 std::optional<std::string> ShareTurn::noteHandOver() {
