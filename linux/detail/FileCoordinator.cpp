@@ -4,17 +4,20 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
 #include <list>
+#include <memory>
 #include <mutex>
+#include <system_error>
+#include <thread>
 #include <utility>
 
 #include "linux/detail/FileDescriptor.h"
 #include "linux/detail/FileTree.h"
-#include "platform/Clock.h"
 
 namespace korvane {
 namespace {
@@ -71,36 +74,59 @@ FileFailure lockedTooLong(const std::string& item) {
   return {ETIMEDOUT, item.empty() ? "the container" : item, "another program keeps it locked"};
 }
 
-/// What is left of the time that an access may wait for its locks. The kernel's own wait has no
-/// end, so one looks again and again, more seldom each time.
-class Patience {
- public:
-  explicit Patience(double seconds) : left_(seconds) {}
-  void wait(const std::string& item) {
-    if (left_ <= 0) throw lockedTooLong(item);
-    sleepForTimeInterval(pause_);
-    left_ -= pause_;
-    pause_ = std::min(pause_ * 2, kLongestPause);
+using SteadyClock = std::chrono::steady_clock;
+
+/// Sets the lock; gives an errno value, 0 for success.
+int setLock(int file, int command, struct flock lock) {
+  while (::fcntl(file, command, &lock) != 0) {
+    if (errno != EINTR) return errno;
   }
+  return 0;
+}
 
- private:
-  static constexpr double kLongestPause = 0.02;
-  double left_;
-  double pause_ = 0.001;
-};
+/// Waits for a lock. The kernel's own wait has no end but keeps one's place among those who wait,
+/// which looking again and again does not; so it is a thread of its own that waits there. One that
+/// is given up ends when the lock comes, which then belongs to nobody any more: the file is closed.
+int waitForLock(const std::shared_ptr<FileDescriptor>& file, const struct flock& lock,
+                SteadyClock::time_point deadline) {
+  struct Answer {
+    std::mutex mutex;
+    std::condition_variable came;
+    std::optional<int> code;
+  };
+  const auto answer = std::make_shared<Answer>();
+  try {
+    std::thread([file, lock, answer] {
+      const int code = setLock(file->get(), F_OFD_SETLKW, lock);
+      const std::lock_guard guard(answer->mutex);
+      answer->code = code;
+      answer->came.notify_all();
+    }).detach();
+  } catch (const std::system_error&) {
+    return EAGAIN;
+  }
+  std::unique_lock guard(answer->mutex);
+  if (answer->came.wait_until(guard, deadline, [&] { return answer->code.has_value(); })) {
+    return *answer->code;
+  }
+  struct flock all = {};
+  all.l_type = F_UNLCK;
+  all.l_whence = SEEK_SET;
+  (void)setLock(file->get(), F_OFD_SETLK, all);  // what was locked before
+  return ETIMEDOUT;
+}
 
-void lockOneByte(const FileDescriptor& file, const std::string& name, short type,
-                 const std::string& path, Patience& patience) {
+void lockOneByte(const std::shared_ptr<FileDescriptor>& file, const std::string& name, short type,
+                 const std::string& path, SteadyClock::time_point deadline) {
   struct flock lock = {};
   lock.l_type = type;
   lock.l_whence = SEEK_SET;
   lock.l_start = lockByte(name);
   lock.l_len = 1;
-  while (::fcntl(file.get(), F_OFD_SETLK, &lock) != 0) {
-    if (errno == EINTR) continue;
-    if (errno != EAGAIN && errno != EACCES) throw FileFailure{errno, path};
-    patience.wait(name);
-  }
+  int code = setLock(file->get(), F_OFD_SETLK, lock);
+  if (code == EAGAIN || code == EACCES) code = waitForLock(file, lock, deadline);
+  if (code == ETIMEDOUT) throw lockedTooLong(name);
+  if (code != 0) throw FileFailure{code, path};
 }
 
 void createFolders(const std::string& path) {
@@ -134,15 +160,15 @@ bool isStillAt(const std::string& path, const FileDescriptor& file) {
 }
 
 /// Waits for all the locks; they hold until the result is closed.
-FileDescriptor lock(const std::string& path, const LockNames& names, double longestWait) {
-  Patience patience(longestWait);
+std::shared_ptr<FileDescriptor> lock(const std::string& path, const LockNames& names,
+                                     SteadyClock::time_point deadline) {
   for (int attempt = 0; attempt < kMaximumReplacements; ++attempt) {
-    FileDescriptor file = openLockFile(path);
-    for (const std::string& name : names.shared) lockOneByte(file, name, F_RDLCK, path, patience);
+    const auto file = std::make_shared<FileDescriptor>(openLockFile(path));
+    for (const std::string& name : names.shared) lockOneByte(file, name, F_RDLCK, path, deadline);
     for (const std::string& name : names.exclusive)
-      lockOneByte(file, name, F_WRLCK, path, patience);
+      lockOneByte(file, name, F_WRLCK, path, deadline);
     // Locks on a file that is no longer the lock file exclude nobody.
-    if (isStillAt(path, file)) return file;
+    if (isStillAt(path, *file)) return file;
   }
   throw FileFailure{EAGAIN, path, "the lock file is being replaced over and over"};
 }
@@ -168,7 +194,10 @@ struct FileCoordinator::Queue {
 class FileCoordinator::Access {
  public:
   Access(Queue& queue, const std::string& lockFile, const LockNames& names, double longestWait)
-      : queue_(queue), lockFile_(lockFile), longestWait_(longestWait) {
+      : queue_(queue),
+        lockFile_(lockFile),
+        deadline_(SteadyClock::now() + std::chrono::duration_cast<SteadyClock::duration>(
+                                           std::chrono::duration<double>(longestWait))) {
     for (const Held& held : heldByThread) {
       if (*held.lockFile == lockFile && conflict(*held.names, names)) {
         throw FileFailure{EDEADLK, names.exclusive.front()};
@@ -181,14 +210,14 @@ class FileCoordinator::Access {
       return std::none_of(queue_.accesses.begin(), self_,
                           [&](const LockNames* earlier) { return conflict(*earlier, names); });
     };
-    if (queue_.changed.wait_for(guard, std::chrono::duration<double>(longestWait), isFirst)) return;
+    if (queue_.changed.wait_until(guard, deadline_, isFirst)) return;
     queue_.accesses.erase(self_);
     queue_.changed.notify_all();  // somebody may have waited for this one
     throw lockedTooLong(names.exclusive.front());
   }
   ~Access() {
     if (file_) heldByThread.pop_back();
-    file_ = FileDescriptor();  // the kernel's locks go first, so that the next need not wait
+    file_ = nullptr;  // the kernel's locks go first, so that the next need not wait
     {
       std::lock_guard guard(queue_.mutex);
       queue_.accesses.erase(self_);
@@ -199,16 +228,16 @@ class FileCoordinator::Access {
   Access& operator=(const Access&) = delete;
 
   void begin() {
-    file_ = lock(lockFile_, **self_, longestWait_);
+    file_ = lock(lockFile_, **self_, deadline_);
     heldByThread.push_back({&lockFile_, *self_});
   }
 
  private:
   Queue& queue_;
   const std::string& lockFile_;
-  const double longestWait_;
+  const SteadyClock::time_point deadline_;
   std::list<const LockNames*>::iterator self_;
-  FileDescriptor file_;
+  std::shared_ptr<FileDescriptor> file_;
 };
 
 FileCoordinator::FileCoordinator(ContainerRoot container, double longestWait)

@@ -220,6 +220,8 @@ TEST_F(HandoverOnDisk, AStagingFolderThatIsLockedForTooLongIsTold) {
   struct flock all = {};
   all.l_type = F_WRLCK;
   std::filesystem::create_directories(container);
+  platform.services.fileCoordinator =
+      std::make_shared<FileCoordinator>(ContainerRoot(container), 0.05);
   const FileDescriptor file(::open((container + ".lock").c_str(), O_RDWR | O_CREAT, 0600));
   ASSERT_EQ(::fcntl(file.get(), F_OFD_SETLK, &all), 0);
   const ShareOutcome outcome = share({folder.file("first", "1")});
