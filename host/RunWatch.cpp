@@ -190,7 +190,7 @@ bool RunWatch::open(const std::vector<NSURL>& urls, std::string_view application
     accepted = false;
   } else {
     accepted = workspace.openURLs(urls, application, options);
-    if (opening_.after) opening_.after(accepted, launch()->failure);
+    if (opening_.after) opening_.after(accepted, failure());
   }
   std::lock_guard lock(mutex_);
   launch_->accepted = accepted;

@@ -25,6 +25,7 @@
 #include "linux/detail/Images.h"
 #include "linux/detail/UnfinishedNames.h"
 #include "support/Pictures.h"
+#include "support/Places.h"
 #include "support/PrivateDesktop.h"
 
 namespace korvane::testing {

@@ -7,6 +7,8 @@
 #include <cerrno>
 #include <cstring>
 
+#include "support/Places.h"
+
 using namespace korvane::testing;
 
 int main(int argc, char** argv) {
