@@ -20,7 +20,7 @@ constexpr std::string_view kPicture = "\uFFFC";
 /// Reads a text of a command URL as what it is, UTF-8, whatever a document in it says of itself.
 std::optional<HTMLText> read(std::string_view html) {
   const std::string text = std::string(kByteOrderMark).append(html);
-  return Platform::current()->html->read(NSData(text.begin(), text.end()));
+  return Platform::current()->html->read(NSData(text.begin(), text.end()), {});
 }
 
 /// Where one of the tags begins.

@@ -80,7 +80,7 @@ CommandLine shareCommandLine(Arguments& arguments) {
 A file that exists is shared as a file, whatever its name looks like.
 
 A request:
-  {"items": [{"title": "…", "text": "…", "html": "…", "attachments": [
+  {"items": [{"title": "…", "text": "…", "html": "…", "baseUrl": "…", "attachments": [
     {"url": "https://…"}, {"file": "/path"}, {"image": "/path"},
     {"imageData": "base64"}, {"type": "public.plain-text", "text": "…"}]}]}
 

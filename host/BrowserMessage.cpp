@@ -129,7 +129,9 @@ ShareRequest requestOfBrowserMessage(std::string_view json) {
   const auto given = [&](Key key) { return fields[key] && !fields[key]->empty(); };
   if (given(kTitle)) item.title = std::move(fields[kTitle]);
   if (given(kHtml)) {
-    item.contents.push_back({Kind::html, std::move(*fields[kHtml])});
+    const bool isOfPage = given(kUrl) && isWebAddress(*fields[kUrl]);
+    item.contents.push_back(
+        {Kind::html, std::move(*fields[kHtml]), isOfPage ? *fields[kUrl] : std::string()});
   } else if (given(kText)) {
     item.contents.push_back({Kind::text, std::move(*fields[kText])});
   }

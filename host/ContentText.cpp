@@ -43,7 +43,7 @@ NSAttributedString plain(const std::string& bytes) {
 NSAttributedString styled(const Content& piece) {
   if (piece.kind == Content::Kind::html) {
     const NSData data(piece.bytes.begin(), piece.bytes.end());
-    if (auto text = NSAttributedString::initWithHTML(data)) return *text;
+    if (auto text = NSAttributedString::initWithHTML(data, piece.baseUrl)) return *text;
   }
   return plain(piece.bytes);
 }

@@ -8,6 +8,7 @@
 
 #include "host/InputError.h"
 #include "host/JSONWriter.h"
+#include "text/ASCII.h"
 #include "text/Base64.h"
 
 namespace korvane {
@@ -24,6 +25,12 @@ std::string inQuotes(const std::string& text) {
   std::string shown = text.substr(0, kShown);
   if (text.size() > kShown) shown += "...";
   return jsonString(shown);
+}
+
+bool isWebPage(std::string_view url) {
+  const std::string start = lowercase(url.substr(0, 8));
+  return (start.starts_with("http://") && url.size() > 7) ||
+         (start == "https://" && url.size() > 8);
 }
 
 // Takes the events of the JSON reader and builds the request on the way, so that nothing but the
@@ -53,7 +60,10 @@ class RequestBuilder final : public nlohmann::json_sax<Json> {
       if (key_ == "title") {
         item().title = std::move(value);
       } else {
-        (key_ == "text" ? text_ : html_) = std::move(value);
+        if (key_ == "baseUrl" && !isWebPage(value)) {
+          throw InputError(place() + "baseUrl must be an http or https URL");
+        }
+        (key_ == "text" ? text_ : key_ == "html" ? html_ : baseUrl_) = std::move(value);
       }
     } else {
       fields_[fieldIndex(key_)] = std::move(value);
@@ -73,6 +83,7 @@ class RequestBuilder final : public nlohmann::json_sax<Json> {
         request_.items.emplace_back();
         text_.reset();
         html_.reset();
+        baseUrl_.reset();
         at_ = Place::item;
         return true;
       case Place::attachments:
@@ -178,7 +189,8 @@ class RequestBuilder final : public nlohmann::json_sax<Json> {
       case Place::root:
         return name == "items";
       case Place::item:
-        return name == "title" || name == "text" || name == "html" || name == "attachments";
+        return name == "title" || name == "text" || name == "html" || name == "baseUrl" ||
+               name == "attachments";
       default:
         return fieldIndex(name) < kFields.size();
     }
@@ -270,7 +282,9 @@ class RequestBuilder final : public nlohmann::json_sax<Json> {
   void finishItem() {
     using Kind = ShareRequest::Content::Kind;
     if (text_) item().contents.push_back({Kind::text, std::move(*text_)});
-    if (html_) item().contents.push_back({Kind::html, std::move(*html_)});
+    if (html_) {
+      item().contents.push_back({Kind::html, std::move(*html_), baseUrl_.value_or("")});
+    }
     at_ = Place::items;
   }
 
@@ -326,10 +340,10 @@ class RequestBuilder final : public nlohmann::json_sax<Json> {
   std::string_view json_;
   ShareRequest request_;
   Place at_ = Place::start;
-  std::string key_;                         // the key whose value comes next
-  std::vector<std::string> keys_;           // the keys of the object at hand
-  std::vector<std::string> itemKeys_;       // those of its item, while an attachment is read
-  std::optional<std::string> text_, html_;  // of the item at hand
+  std::string key_;                    // the key whose value comes next
+  std::vector<std::string> keys_;      // the keys of the object at hand
+  std::vector<std::string> itemKeys_;  // those of its item, while an attachment is read
+  std::optional<std::string> text_, html_, baseUrl_;               // of the item at hand
   std::array<std::optional<std::string>, kFields.size()> fields_;  // of the attachment at hand
   std::size_t attachmentCount_ = 0;
   std::size_t attachmentIndex_ = 0;  // in the list at hand, of the next attachment

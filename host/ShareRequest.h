@@ -46,6 +46,8 @@ struct ShareRequest {
     enum class Kind { text, html };
     Kind kind;
     std::string bytes;
+    /// What relative links of a document are relative to; http or https, empty where not known.
+    std::string baseUrl = {};
     friend bool operator==(const Content&, const Content&) = default;
   };
 
@@ -67,9 +69,11 @@ inline constexpr std::size_t kMaxInput = std::size_t{256} << 20;
 
 /// Reads a request in JSON (RFC 8259, UTF-8):
 ///
-///     {"items": [{"title": T, "text": T, "html": T, "attachments": [A, …]}, …]}
+///     {"items": [{"title": T, "text": T, "html": T, "baseUrl": T, "attachments": [A, …]}, …]}
 ///
-/// Every key of an item may be missing. An attachment A is one of {"url": T}, {"file": PATH},
+/// Every key of an item may be missing. "baseUrl", an http or https URL, is the page that the HTML
+/// is from: its relative links are seen from there. An attachment A is one of {"url": T}, {"file":
+/// PATH},
 /// {"image": PATH}, {"imageData": BASE64} and {"type": IDENTIFIER, "text": T}. T is a text; "html"
 /// holds the document itself. A path is taken as UTF-8 and, where relative, from the working
 /// directory; a name that is not UTF-8 goes into a file: URL. Base64 is that of RFC 4648 section 4

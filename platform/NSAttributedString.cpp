@@ -221,8 +221,9 @@ NSAttributedString::NSAttributedString(std::vector<Run> runs) {
       std::make_shared<const Content>(Content{std::move(text), std::move(runs), std::nullopt});
 }
 
-std::optional<NSAttributedString> NSAttributedString::initWithHTML(const NSData& html) {
-  auto read = HTMLReader::installed()->read(html);
+std::optional<NSAttributedString> NSAttributedString::initWithHTML(const NSData& html,
+                                                                   std::string_view baseURL) {
+  auto read = HTMLReader::installed()->read(html, baseURL);
   if (!read) return std::nullopt;
   NSAttributedString styled;
   std::vector<Run> runs{{read->text, {}}};

@@ -38,8 +38,10 @@ class KORVANE_EXPORT NSAttributedString {
   explicit NSAttributedString(std::vector<Run> runs);
 
   /// The styled text of an HTML document, through the Platform's reader: active content is taken
-  /// out. Nothing when the bytes cannot be read as HTML text at all.
-  static std::optional<NSAttributedString> initWithHTML(const NSData& html);
+  /// out. Nothing when the bytes cannot be read as HTML text at all. Relative links are seen from
+  /// `baseURL`, where that is http or https.
+  static std::optional<NSAttributedString> initWithHTML(const NSData& html,
+                                                        std::string_view baseURL = {});
 
   /// The characters without their style.
   const std::string& string() const;
@@ -88,8 +90,10 @@ class KORVANE_EXPORT HTMLReader {
   virtual ~HTMLReader() = default;
   /// The installed Platform's.
   static std::shared_ptr<HTMLReader> installed();
-  /// Nothing when the bytes cannot be read as HTML.
-  virtual std::optional<HTMLText> read(const NSData& html) = 0;
+  /// Nothing when the bytes cannot be read as HTML. `baseURL` is the address that relative links of
+  /// the document are relative to; one that is not http or https counts as none, as an empty one
+  /// does.
+  virtual std::optional<HTMLText> read(const NSData& html, std::string_view baseURL) = 0;
 };
 
 }  // namespace korvane

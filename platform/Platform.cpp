@@ -65,7 +65,7 @@ class NoImages : public ImageCodec {
 
 class NoHTML : public HTMLReader {
  public:
-  std::optional<HTMLText> read(const NSData&) override { return std::nullopt; }
+  std::optional<HTMLText> read(const NSData&, std::string_view) override { return std::nullopt; }
 };
 
 class NoDates : public DateFormatterMaker {

@@ -8,11 +8,11 @@
 
 namespace korvane {
 
-std::optional<HTMLText> HTML::read(const NSData& html) try {
+std::optional<HTMLText> HTML::read(const NSData& html, std::string_view baseURL) try {
   if (html.size() > kMaxBytes) return std::nullopt;
   const std::string document = htmlText(html);
   HTMLTokens tokens(document);
-  HTMLWriter writer(document.size());
+  HTMLWriter writer(document.size(), baseURL);
   HTMLToken token;
   while (tokens.next(token)) writer.write(token);
   writer.finish();

@@ -16,8 +16,8 @@ std::string htmlText(const NSData& document);
 
 enum class HTMLPlace { text, attribute };
 
-/// The text with its character references ("&amp;", "&#228;", "&#xE4;") replaced: the names of HTML
-/// 4 and "apos"; others stay as they are. UTF-8 in and out.
+/// The text with its character references ("&amp;", "&#228;", "&#xE4;") replaced: all names
+/// of HTML; others stay as they are. UTF-8 in and out.
 std::string decodeCharacterReferences(std::string_view text, HTMLPlace place);
 
 /// The text without the control characters that HTML does not allow: a form feed or carriage return

@@ -3,8 +3,13 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <initializer_list>
 
+#include "formats/html/CSSStyle.h"
+#include "formats/html/CSSWords.h"
 #include "formats/html/HTMLCharacters.h"
+#include "formats/html/HTMLLinks.h"
+#include "formats/html/StyleSheet.h"
 #include "platform/NSAttributedString.h"
 #include "text/ASCII.h"
 
@@ -22,8 +27,11 @@ constexpr std::array kRules = {
     HTMLRule{"address", Role::block, "div", ""},
     HTMLRule{"article", Role::block, "div", ""},
     HTMLRule{"aside", Role::block, "div", ""},
-    HTMLRule{"audio", Role::skipped, "", ""},
+    HTMLRule{"audio", Role::media, "", ""},
     HTMLRule{"b", Role::inlined, "b", ""},
+    HTMLRule{"base", Role::base, "", ""},
+    HTMLRule{"bdi", Role::inlined, "bdi", ""},
+    HTMLRule{"bdo", Role::inlined, "bdo", ""},
     HTMLRule{"big", Role::inlined, "span", "font-size:larger"},
     HTMLRule{"blockquote", Role::block, "blockquote", ""},
     HTMLRule{"body", Role::body, "body", ""},
@@ -59,9 +67,11 @@ constexpr std::array kRules = {
     HTMLRule{"header", Role::block, "div", ""},
     HTMLRule{"hgroup", Role::block, "div", ""},
     HTMLRule{"hr", Role::separator, "hr", ""},
+    HTMLRule{"html", Role::root, "", ""},
     HTMLRule{"i", Role::inlined, "i", ""},
-    HTMLRule{"iframe", Role::skipped, "", ""},
+    HTMLRule{"iframe", Role::frame, "", ""},
     HTMLRule{"img", Role::picture, "img", ""},
+    HTMLRule{"input", Role::input, "", ""},
     HTMLRule{"ins", Role::inlined, "ins", ""},
     HTMLRule{"kbd", Role::inlined, "kbd", ""},
     HTMLRule{"legend", Role::block, "div", ""},
@@ -69,7 +79,7 @@ constexpr std::array kRules = {
     HTMLRule{"listing", Role::line, "pre", ""},
     HTMLRule{"main", Role::block, "div", ""},
     HTMLRule{"mark", Role::inlined, "mark", ""},
-    HTMLRule{"math", Role::skipped, "", ""},
+    HTMLRule{"math", Role::foreign, "", ""},
     HTMLRule{"menu", Role::list, "ul", ""},
     HTMLRule{"nav", Role::block, "div", ""},
     HTMLRule{"noembed", Role::skipped, "", ""},
@@ -82,6 +92,11 @@ constexpr std::array kRules = {
     HTMLRule{"plaintext", Role::line, "pre", ""},
     HTMLRule{"pre", Role::line, "pre", ""},
     HTMLRule{"q", Role::inlined, "q", ""},
+    HTMLRule{"rb", Role::rubyBase, "", ""},
+    HTMLRule{"rp", Role::skipped, "", ""},
+    HTMLRule{"rt", Role::ruby, "", ""},
+    HTMLRule{"rtc", Role::rubyBase, "", ""},
+    HTMLRule{"ruby", Role::rubyBase, "", ""},
     HTMLRule{"s", Role::inlined, "s", ""},
     HTMLRule{"samp", Role::inlined, "samp", ""},
     HTMLRule{"script", Role::skipped, "", ""},
@@ -90,11 +105,11 @@ constexpr std::array kRules = {
     HTMLRule{"span", Role::inlined, "span", ""},
     HTMLRule{"strike", Role::inlined, "s", ""},
     HTMLRule{"strong", Role::inlined, "strong", ""},
-    HTMLRule{"style", Role::skipped, "", ""},
+    HTMLRule{"style", Role::sheet, "", ""},
     HTMLRule{"sub", Role::inlined, "sub", ""},
     HTMLRule{"summary", Role::block, "div", ""},
     HTMLRule{"sup", Role::inlined, "sup", ""},
-    HTMLRule{"svg", Role::skipped, "", ""},
+    HTMLRule{"svg", Role::foreign, "", ""},
     HTMLRule{"table", Role::table, "table", ""},
     HTMLRule{"tbody", Role::section, "tbody", ""},
     HTMLRule{"td", Role::cell, "td", ""},
@@ -108,124 +123,20 @@ constexpr std::array kRules = {
     HTMLRule{"u", Role::inlined, "u", ""},
     HTMLRule{"ul", Role::list, "ul", ""},
     HTMLRule{"var", Role::inlined, "var", ""},
-    HTMLRule{"video", Role::skipped, "", ""},
+    HTMLRule{"video", Role::media, "", ""},
     HTMLRule{"xmp", Role::line, "pre", ""},
 };
 
-// Properties that change how text looks, none that places it elsewhere or loads anything. Sorted.
-constexpr std::array<std::string_view, 58> kProperties = {
-    "background", "background-color", "border", "border-bottom", "border-bottom-color",
-    "border-bottom-style", "border-bottom-width", "border-collapse", "border-color", "border-left",
-    "border-left-color", "border-left-style", "border-left-width", "border-radius", "border-right",
-    "border-right-color", "border-right-style", "border-right-width", "border-spacing",
-    "border-style", "border-top", "border-top-color", "border-top-style", "border-top-width",
-    "border-width", "color", "direction", "font", "font-family", "font-size", "font-style",
-    "font-variant", "font-weight", "height", "letter-spacing", "line-height", "list-style-type",
-    "margin", "margin-bottom", "margin-left", "margin-right", "margin-top", "max-width", "padding",
-    "padding-bottom", "padding-left", "padding-right", "padding-top", "tab-size", "text-align",
-    "text-decoration", "text-decoration-line", "text-indent", "text-transform", "vertical-align",
-    "white-space", "width", "word-spacing"};
 // clang-format on
 
-static_assert(std::is_sorted(kProperties.begin(), kProperties.end()));
 static_assert(std::is_sorted(kRules.begin(), kRules.end(),
                              [](const HTMLRule& a, const HTMLRule& b) { return a.name < b.name; }));
 
-std::string_view trimmed(std::string_view text) {
-  while (!text.empty() && isHTMLSpace(text.front())) text.remove_prefix(1);
-  while (!text.empty() && isHTMLSpace(text.back())) text.remove_suffix(1);
-  return text;
+bool isTablePart(Role role) {
+  return role == Role::section || role == Role::caption || role == Role::row || role == Role::cell;
 }
 
-// Words, numbers, colours and quoted names: no escapes, comments, addresses or functions but those
-// of colours, and nothing negative, which could lay one text over another.
-bool isHarmlessStyleValue(std::string_view value) {
-  constexpr std::size_t kMaxStyleValue = 200;
-  if (value.empty() || value.size() > kMaxStyleValue) return false;
-  char quote = '\0';
-  int open = 0;
-  for (std::size_t i = 0; i < value.size(); ++i) {
-    const char c = value[i];
-    const bool wordly = isAlphanumeric(c) || c == ' ' || c == '-' || c == '.' || c == ',' ||
-                        static_cast<unsigned char>(c) >= 0x80;
-    if (c == '"' || c == '\'') {
-      if (quote == '\0') {
-        quote = c;
-      } else if (quote == c) {
-        quote = '\0';
-      } else {
-        return false;
-      }
-    } else if (quote != '\0') {
-      if (!wordly) return false;
-    } else if (c == '(') {
-      std::size_t begin = i;
-      while (begin > 0 && isLetter(value[begin - 1])) --begin;
-      const std::string name = lowercase(value.substr(begin, i - begin));
-      if (name != "rgb" && name != "rgba" && name != "hsl" && name != "hsla") return false;
-      if (++open > 1) return false;
-    } else if (c == ')') {
-      if (--open < 0) return false;
-    } else {
-      const bool isNegative =
-          c == '-' && i + 1 < value.size() && (isDigit(value[i + 1]) || value[i + 1] == '.');
-      if (isNegative || (!wordly && c != '#' && c != '%' && c != '+')) return false;
-    }
-  }
-  return quote == '\0' && open == 0;
-}
-
-// Collects declarations, one after the other.
-class Style {
- public:
-  explicit Style(HTMLRole role) : role_(role) {}
-
-  void add(std::string_view property, std::string_view rawValue) {
-    constexpr int kMaxDeclarations = 32;
-    const std::string name = lowercase(trimmed(property));
-    std::string value;
-    for (const char c : trimmed(rawValue)) {
-      const bool space = isHTMLSpace(c);
-      if (!space || value.back() != ' ') value += space ? ' ' : c;
-    }
-    const std::string lower = lowercase(value);
-    if (const std::size_t mark = lower.rfind('!');
-        mark != lower.npos && trimmed(std::string_view(lower).substr(mark + 1)) == "important") {
-      value = trimmed(std::string_view(value).substr(0, mark));
-    }
-    if (name == "display" && lower.starts_with("none")) hidden_ = true;
-    if (!std::binary_search(kProperties.begin(), kProperties.end(), name)) return;
-    if (!isHarmlessStyleValue(value) || count_ == kMaxDeclarations) return;
-    if (name == "white-space") {
-      if (role_ == Role::body) return;  // the document is written with line breaks of its own
-      preservesSpace_ = lower.starts_with("pre") || lower.starts_with("break-spaces");
-    }
-    if (count_++ > 0) text_ += ';';
-    text_ += name + ':' + value;
-  }
-
-  // A semicolon within quotes cuts its declaration in two, neither of which is harmless.
-  void addAll(std::string_view declarations) {
-    while (!declarations.empty()) {
-      const std::size_t end = std::min(declarations.find(';'), declarations.size());
-      const std::string_view one = declarations.substr(0, end);
-      const std::size_t colon = one.find(':');
-      if (colon != one.npos) add(one.substr(0, colon), one.substr(colon + 1));
-      declarations.remove_prefix(std::min(end + 1, declarations.size()));
-    }
-  }
-
-  const std::string& text() const { return text_; }
-  bool hidden() const { return hidden_; }
-  std::optional<bool> preservesSpace() const { return preservesSpace_; }
-
- private:
-  HTMLRole role_;
-  std::string text_;
-  int count_ = 0;
-  bool hidden_ = false;
-  std::optional<bool> preservesSpace_;
-};
+bool isDefinition(const HTMLRule& rule) { return rule.written.starts_with('d'); }  // dl, dt, dd
 
 void appendAttribute(std::string_view name, std::string_view value, std::string& out) {
   out += ' ';
@@ -235,35 +146,113 @@ void appendAttribute(std::string_view name, std::string_view value, std::string&
   out += '"';
 }
 
-// A whole number from 0 to `most`, nothing for anything else.
-std::optional<int> smallNumber(std::string_view text, int most) {
-  text = trimmed(text);
+// A whole number of those, nothing for anything else.
+std::optional<int> wholeNumber(std::string_view text, int least, int most) {
+  text = withoutOuterSpace(text);
   int number = 0;
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
   if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
-  if (number < 0 || number > most) return std::nullopt;
+  if (number < least || number > most) return std::nullopt;
   return number;
 }
 
-void keepNumber(const HTMLAttribute& attribute, int most, std::string& out) {
-  const auto number = smallNumber(attribute.rawValue, most);
+void keepNumber(const HTMLAttribute& attribute, int least, int most, std::string& out) {
+  const auto number = wholeNumber(attribute.rawValue, least, most);
   if (number) appendAttribute(attribute.name, std::to_string(*number), out);
 }
 
-// The link as browsers read it: spaces around it and line breaks in it do not count.
-std::string cleanedLink(std::string link) {
-  std::erase_if(link, [](char c) { return c == '\t' || c == '\n' || c == '\r' || c == '\0'; });
-  const auto visible = [](char c) { return static_cast<unsigned char>(c) > 0x20; };
-  link.erase(std::find_if(link.rbegin(), link.rend(), visible).base(), link.end());
-  link.erase(link.begin(), std::find_if(link.begin(), link.end(), visible));
-  return link;
+// A length in pixels or percent.
+void keepLength(const HTMLAttribute& attribute, std::string& out) {
+  std::string_view value = withoutOuterSpace(attribute.rawValue);
+  const bool isShare = value.ends_with('%');
+  if (isShare) value.remove_suffix(1);
+  if (value.size() > 2 && equalIgnoringCase(value.substr(value.size() - 2), "px")) {
+    value.remove_suffix(2);
+  }
+  value = value.substr(0, value.find('.'));
+  const auto number = wholeNumber(value, 0, isShare ? 100 : 10'000);
+  if (number) appendAttribute(attribute.name, std::to_string(*number) + (isShare ? "%" : ""), out);
 }
 
-void addLegacyFontSize(std::string_view value, Style& style) {
+void keepWord(const HTMLAttribute& attribute, std::initializer_list<std::string_view> words,
+              std::string& out) {
+  const std::string word = lowercase(withoutOuterSpace(attribute.rawValue));
+  if (std::find(words.begin(), words.end(), word) != words.end()) {
+    appendAttribute(attribute.name, word, out);
+  }
+}
+
+void keepListAttribute(const HTMLRule& rule, const HTMLAttribute& attribute, std::string& out) {
+  constexpr int kMaxNumber = 1'000'000'000;
+  const bool isNumbered = rule.written == "ol";
+  if (attribute.name == "start" && isNumbered) {
+    keepNumber(attribute, -kMaxNumber, kMaxNumber, out);
+  } else if (attribute.name == "value" && rule.written == "li") {
+    keepNumber(attribute, -kMaxNumber, kMaxNumber, out);
+  } else if (attribute.name == "reversed" && isNumbered) {
+    out += " reversed=\"\"";
+  } else if (attribute.name == "type" && !isDefinition(rule)) {
+    const std::string_view type = withoutOuterSpace(attribute.rawValue);
+    if (type.size() == 1 && std::string_view("1aAiI").find(type) != std::string_view::npos) {
+      appendAttribute(attribute.name, type, out);
+    } else {
+      keepWord(attribute, {"disc", "circle", "square", "none"}, out);
+    }
+  }
+}
+
+void keepTableAttribute(const HTMLRule& rule, const HTMLAttribute& attribute, std::string& out) {
+  constexpr int kMaxPixels = 1000;
+  const std::string& name = attribute.name;
+  if (rule.role == Role::table) {
+    if (name == "border" && withoutOuterSpace(attribute.rawValue).empty()) {
+      appendAttribute(name, "1", out);
+    } else if (name == "border" || name == "cellpadding" || name == "cellspacing") {
+      keepNumber(attribute, 0, kMaxPixels, out);
+    } else if (name == "frame") {
+      keepWord(attribute,
+               {"void", "above", "below", "hsides", "lhs", "rhs", "vsides", "box", "border"}, out);
+    } else if (name == "rules") {
+      keepWord(attribute, {"none", "groups", "rows", "cols", "all"}, out);
+    } else if (name == "width" || name == "height") {
+      keepLength(attribute, out);
+    }
+    return;
+  }
+  if (name == "valign" && rule.role != Role::caption) {
+    keepWord(attribute, {"top", "middle", "bottom", "baseline"}, out);
+  } else if (name == "height" && rule.role == Role::row) {
+    keepLength(attribute, out);
+  } else if (rule.role == Role::cell) {
+    if (name == "colspan" || name == "rowspan") keepNumber(attribute, 0, 1000, out);
+    if (name == "width" || name == "height") keepLength(attribute, out);
+    if (name == "nowrap") out += " nowrap=\"\"";
+  }
+}
+
+void addAlignment(const HTMLRule& rule, std::string_view side, CSSStyle& style) {
+  if (side == "middle") side = "center";
+  if (rule.role == Role::table) {
+    // Of a table it is the place of the table, not of the text in it.
+    if (side == "center" || side == "right") style.add("margin-left", "auto");
+    if (side == "center") style.add("margin-right", "auto");
+  } else if (side == "left" || side == "right" || side == "center" || side == "justify") {
+    style.add("text-align", side);
+  }
+}
+
+bool isLanguage(std::string_view text) {
+  constexpr std::size_t kMaxLanguage = 35;
+  return !text.empty() && text.size() <= kMaxLanguage &&
+         std::all_of(text.begin(), text.end(),
+                     [](char c) { return isAlphanumeric(c) || c == '-'; });
+}
+
+void addLegacyFontSize(std::string_view value, CSSStyle& style) {
   static constexpr std::array<std::string_view, 8> kSizes = {
       "", "x-small", "small", "medium", "large", "x-large", "xx-large", "xx-large"};
-  const auto size = smallNumber(value, 7);
-  if (size && *size > 0) style.add("font-size", kSizes[static_cast<std::size_t>(*size)]);
+  const auto size = wholeNumber(value, 1, 7);
+  if (size) style.add("font-size", kSizes[static_cast<std::size_t>(*size)]);
 }
 
 std::string valueOf(const HTMLAttribute& attribute) {
@@ -280,47 +269,60 @@ const HTMLRule* findHTMLRule(std::string_view name) {
   return found != kRules.end() && found->name == name ? found : nullptr;
 }
 
-HTMLKeptAttributes keepAttributes(const HTMLRule& rule, const std::vector<HTMLAttribute>& all) {
+HTMLKeptAttributes keepAttributes(const HTMLRule& rule, const std::vector<HTMLAttribute>& all,
+                                  const HTMLSurroundings& around) {
   HTMLKeptAttributes kept;
-  Style style(rule.role);
+  CSSStyle style(rule.role == Role::body);
   style.addAll(rule.style);
   if (rule.written == "pre") kept.preservesSpace = true;
   for (const HTMLAttribute& attribute : all) {
     const std::string& name = attribute.name;
     const auto value = [&] { return valueOf(attribute); };
-    if (name == "style") {
-      style.addAll(value());
-    } else if (name == "hidden") {
+    if (name == "hidden") {
       kept.hidden = true;
     } else if (name == "dir") {
-      const std::string direction = lowercase(value());
-      if (direction == "ltr" || direction == "rtl" || direction == "auto") {
-        appendAttribute(name, direction, kept.text);
-      }
+      keepWord(attribute, {"ltr", "rtl", "auto"}, kept.text);
+    } else if (name == "lang") {
+      const std::string language = value();
+      if (isLanguage(language)) appendAttribute(name, language, kept.text);
     } else if (name == "align") {
-      const std::string side = lowercase(value());
-      if (side == "left" || side == "right" || side == "center" || side == "justify") {
-        style.add("text-align", side);
-      }
+      addAlignment(rule, lowercase(value()), style);
     } else if (name == "bgcolor") {
       style.add("background-color", value());
+    } else if (name == "background") {
+      if (!attribute.rawValue.empty()) style.add("background-image", "url()");
     } else if (name == "color" && rule.name == "font") {
+      style.add("color", value());
+    } else if (name == "text" && rule.role == Role::body) {
       style.add("color", value());
     } else if (name == "face" && rule.name == "font") {
       style.add("font-family", value());
     } else if (name == "size" && rule.name == "font") {
       addLegacyFontSize(value(), style);
     } else if (name == "href" && rule.role == Role::anchor) {
-      const std::string link = cleanedLink(value());
-      if (isLinkForDocuments(link)) appendAttribute(name, link, kept.text);
-    } else if ((name == "colspan" || name == "rowspan") && rule.role == Role::cell) {
-      keepNumber(attribute, 1000, kept.text);
-    } else if (name == "start" && rule.written == "ol") {
-      keepNumber(attribute, 1'000'000'000, kept.text);
+      std::string link = resolvedLink(cleanedLink(value()), around.base);
+      if (isLinkForDocuments(link)) {
+        appendAttribute(name, link, kept.text);
+        kept.link = std::move(link);
+      }
+    } else if (name == "title" && (rule.written == "abbr" || rule.written == "dfn")) {
+      appendAttribute(name, value(), kept.text);
+    } else if (rule.role == Role::list || rule.role == Role::item) {
+      keepListAttribute(rule, attribute, kept.text);
+    } else if (rule.role == Role::table || isTablePart(rule.role)) {
+      keepTableAttribute(rule, attribute, kept.text);
     }
   }
-  if (!style.text().empty()) appendAttribute("style", style.text(), kept.text);
+  if (around.sheet != nullptr && !around.sheet->empty() && around.budget != nullptr) {
+    around.sheet->apply(rule.name, attributeValue(all, "class"), attributeValue(all, "id"),
+                        *around.budget, style);
+  }
+  style.addAll(attributeValue(all, "style"));
+  const std::string declarations = style.text(around.backgroundLost);
+  if (!declarations.empty()) appendAttribute("style", declarations, kept.text);
   kept.hidden |= style.hidden();
+  kept.visible = style.visible();
+  kept.background = style.background();
   if (style.preservesSpace()) kept.preservesSpace = style.preservesSpace();
   return kept;
 }
@@ -347,7 +349,7 @@ std::optional<std::string> pictureTag(const std::vector<HTMLAttribute>& all) {
   std::string tag = "<img src=\"" + head + ',' + std::string(data) + '"';
   appendAttribute("alt", attributeValue(all, "alt"), tag);
   for (const HTMLAttribute& attribute : all) {
-    if (attribute.name == "width" || attribute.name == "height") keepNumber(attribute, 10000, tag);
+    if (attribute.name == "width" || attribute.name == "height") keepLength(attribute, tag);
   }
   return tag + '>';
 }

@@ -5,7 +5,9 @@
 #include <string_view>
 #include <vector>
 
+#include "formats/html/CSSStyle.h"
 #include "formats/html/HTMLTokens.h"
+#include "formats/html/StyleSheet.h"
 
 /// What of a document may stay: elements, attributes and styles that are listed, nothing else.
 /// Pure: any thread may call.
@@ -29,6 +31,15 @@ enum class HTMLRole {
   lineBreak,
   separator,
   picture,
+  root,      // the document, whose language and direction are the body's
+  base,      // says what links are relative to
+  sheet,     // holds rules of style
+  foreign,   // a drawing or a formula, of which the text stays
+  media,     // sound or a film, of which a link stays
+  frame,     // another document, of which a link stays
+  input,     // of which a box that is checked or not stays
+  ruby,      // the reading of characters
+  rubyBase,  // ends a reading
 };
 
 struct HTMLRule {
@@ -44,6 +55,16 @@ struct HTMLRule {
 /// call gives the same pointer for the same name.
 const HTMLRule* findHTMLRule(std::string_view name);
 
+/// What a tag stands in.
+struct HTMLSurroundings {
+  /// The rules of style, if there are any, and how many declarations may still be taken from them.
+  const StyleSheet* sheet = nullptr;
+  std::size_t* budget = nullptr;
+  /// What relative links are relative to.
+  std::string_view base;
+  bool backgroundLost = false;
+};
+
 /// What is kept of a tag's attributes.
 struct HTMLKeptAttributes {
   /// As they are written, each after a space.
@@ -52,8 +73,14 @@ struct HTMLKeptAttributes {
   bool hidden = false;
   /// Whether spaces and line breaks count, where the element says.
   std::optional<bool> preservesSpace;
+  /// Whether its text is seen, where the element says.
+  std::optional<bool> visible;
+  CSSBackground background = CSSBackground::outer;
+  /// Where an anchor leads, empty where nowhere.
+  std::string link;
 };
-HTMLKeptAttributes keepAttributes(const HTMLRule& rule, const std::vector<HTMLAttribute>& all);
+HTMLKeptAttributes keepAttributes(const HTMLRule& rule, const std::vector<HTMLAttribute>& all,
+                                  const HTMLSurroundings& around = {});
 
 /// The tag of a picture, nothing when it would be loaded from elsewhere: only PNG, JPEG, GIF and
 /// WebP data that the document itself holds stay, up to 8 MiB each.

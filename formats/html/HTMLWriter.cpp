@@ -3,6 +3,8 @@
 #include <algorithm>
 
 #include "formats/html/HTMLCharacters.h"
+#include "formats/html/HTMLLinks.h"
+#include "text/ASCII.h"
 
 namespace korvane {
 namespace {
@@ -70,13 +72,16 @@ void PlainText::nextRow() {
   separate(1);
 }
 
-HTMLWriter::HTMLWriter(std::size_t size) : mostBytes_(size * 8 + (std::size_t{1} << 16)) {
+HTMLWriter::HTMLWriter(std::size_t size, std::string_view base)
+    : mostBytes_(size * 8 + (std::size_t{1} << 16)),
+      budget_(size / 2 + (std::size_t{1} << 14)),
+      base_(isLinkBase(base) ? base : std::string_view()) {
   out_.reserve(size + size / 8);
   blocks_.push_back({&named("body"), false, false, 0});
 }
 
 void HTMLWriter::write(const HTMLToken& token) {
-  if (skips(token)) return;
+  if (skips(token) || isForeign(token) || isMedia(token)) return;
   if (token.kind == HTMLToken::Kind::text) return text(withoutControlCharacters(token.text));
   blocks_.back().atTag = false;
   if (token.kind == HTMLToken::Kind::endTag) return endTag(token.name);
@@ -86,19 +91,25 @@ void HTMLWriter::write(const HTMLToken& token) {
 // Whether the token is inside of an element that is left out with what it holds.
 bool HTMLWriter::skips(const HTMLToken& token) {
   if (skipped_.empty()) return false;
-  if (token.kind == HTMLToken::Kind::text) return true;
-  const bool isEnd = token.kind == HTMLToken::Kind::endTag;
-  if (token.name == skipped_) {
-    if (!isEnd && !token.selfClosing) ++skippedDepth_;
-    if (isEnd && --skippedDepth_ == 0) skipped_.clear();
+  if (token.kind == HTMLToken::Kind::text) {
+    if (skippedText_ != nullptr) *skippedText_ += token.text;
     return true;
   }
-  if (isEnd || (skipped_ != "svg" && skipped_ != "math")) return true;
-  // An element of HTML ends a drawing or a formula that was not closed.
-  const HTMLRule* rule = findHTMLRule(token.name);
-  if (rule == nullptr || rule->role == Role::skipped || rule->role == Role::anchor) return true;
-  skipped_.clear();
-  return false;
+  if (token.name != skipped_) return true;
+  const bool isEnd = token.kind == HTMLToken::Kind::endTag;
+  if (!isEnd && !token.selfClosing) ++skippedDepth_;
+  if (isEnd && --skippedDepth_ == 0) {
+    skipped_.clear();
+    if (skippedText_ == &sheetText_) sheet_.read(sheetText_);
+    sheetText_.clear();
+    skippedText_ = nullptr;
+  }
+  return true;
+}
+
+void HTMLWriter::skip(const HTMLToken& token) {
+  skipped_ = token.name;
+  skippedDepth_ = 1;
 }
 
 void HTMLWriter::startTag(const HTMLToken& token) {
@@ -106,13 +117,32 @@ void HTMLWriter::startTag(const HTMLToken& token) {
   if (rule == nullptr) return;
   switch (rule->role) {
     case Role::skipped:
-      if (token.selfClosing && (token.name == "svg" || token.name == "math")) return;
-      skipped_ = token.name;
-      skippedDepth_ = 1;
-      return;
+      return skip(token);
     case Role::body:
-      if (bodyAttributes_.empty()) bodyAttributes_ = keepAttributes(*rule, token.attributes).text;
+      return startBody(token.attributes);
+    case Role::root:
+      for (const HTMLAttribute& one : token.attributes) {
+        if (root_.size() < 2 && (one.name == "lang" || one.name == "dir")) root_.push_back(one);
+      }
       return;
+    case Role::base:
+      return startBase(token);
+    case Role::sheet:
+      return startSheet(token);
+    case Role::frame:
+      return startFrame(token);
+    case Role::media:
+      return startMedia(token);
+    case Role::foreign:
+      return startForeign(token);
+    case Role::input:
+      return checkBox(token);
+    case Role::ruby:
+      endReading();
+      reading_ = Reading::begun;
+      return;
+    case Role::rubyBase:
+      return endReading();
     case Role::lineBreak:
       return lineBreak();
     case Role::separator:
@@ -121,16 +151,36 @@ void HTMLWriter::startTag(const HTMLToken& token) {
       return picture(token);
     case Role::inlined:
     case Role::anchor:
-      return startStyle(*rule, keepAttributes(*rule, token.attributes));
+      startStyle(*rule, keep(*rule, token.attributes));
+      return checkBox(token);
     default:
       break;
   }
-  const HTMLKeptAttributes kept = keepAttributes(*rule, token.attributes);
+  const HTMLKeptAttributes kept = keep(*rule, token.attributes);
   leaveParagraph();
-  if (blocks_.back().rule->role == Role::line) return placeAside(*rule);
-  if (rule->role == Role::item) return startItem(*rule, kept);
-  if (isTablePart(rule->role)) return startTablePart(*rule, kept);
-  startBlock(*rule, kept);
+  if (blocks_.back().rule->role == Role::line) {
+    placeAside(*rule);
+  } else if (rule->role == Role::item) {
+    startItem(*rule, kept);
+  } else if (isTablePart(rule->role)) {
+    startTablePart(*rule, kept);
+  } else {
+    startBlock(*rule, kept);
+  }
+  checkBox(token);
+}
+
+void HTMLWriter::startBody(const std::vector<HTMLAttribute>& attributes) {
+  if (hasBody_) return;
+  hasBody_ = true;
+  std::vector<HTMLAttribute> all = attributes;
+  for (const HTMLAttribute& one : root_) {
+    const auto isSame = [&](const HTMLAttribute& other) { return other.name == one.name; };
+    if (std::none_of(all.begin(), all.end(), isSame)) all.push_back(one);
+  }
+  const HTMLKeptAttributes kept = keep(named("body"), all);
+  bodyAttributes_ = kept.text;
+  blocks_.front().backgroundLost = kept.background == CSSBackground::lost;
 }
 
 void HTMLWriter::startBlock(const HTMLRule& rule, const HTMLKeptAttributes& kept) {
@@ -176,8 +226,9 @@ void HTMLWriter::startStyle(const HTMLRule& rule, HTMLKeptAttributes kept) {
   const bool empty = needsAttributes && kept.text.empty();
   const bool noLink = rule.role == Role::anchor && kept.text.find(" href=\"") == kept.text.npos;
   const bool silent = empty || noLink || kept.hidden || isHidden() || out_.size() > mostBytes_;
-  styles_.push_back(
-      {&rule, std::move(kept.text), blocks_.size(), silent, kept.hidden, kept.preservesSpace});
+  styles_.push_back({&rule, std::move(kept.text), blocks_.size(), silent, kept.hidden,
+                     kept.preservesSpace, kept.visible, kept.background,
+                     silent ? std::string() : std::move(kept.link)});
   if (kept.hidden) ++hiddenStyles_;
 }
 
@@ -198,6 +249,7 @@ void HTMLWriter::endTag(std::string_view name) {
   const HTMLRule* rule = findHTMLRule(name);
   if (rule == nullptr) return;
   if (rule->role == Role::lineBreak) return lineBreak();
+  if (rule->role == Role::ruby || rule->role == Role::rubyBase) return endReading();
   if (rule->role == Role::inlined || rule->role == Role::anchor) {
     for (std::size_t i = styles_.size(); i-- > blocks_.back().firstStyle;) {
       if (styles_[i].rule == rule) return endStyle(i);
@@ -230,16 +282,31 @@ std::size_t HTMLWriter::findOpen(const HTMLRule& rule) const {
 }
 
 void HTMLWriter::endStyle(std::size_t index) {
+  if (styles_[index].lostPicture && !styles_[index].written) {
+    styles_[index].lostPicture = false;
+    text(std::string(styles_[index].link));
+    // It may have opened cells, in which fewer styles are from outside now.
+    for (Block& block : blocks_) {
+      if (block.firstStyle > index) --block.firstStyle;
+    }
+  }
   if (index < writtenStyles_) closeStyles(index);
   if (styles_[index].hidden) --hiddenStyles_;
   styles_.erase(styles_.begin() + static_cast<std::ptrdiff_t>(index));
 }
 
 void HTMLWriter::push(const HTMLRule& rule, const HTMLKeptAttributes& kept) {
+  endReading();
   closeStyles();
   Block& outer = blocks_.back();
   Block block{&rule, isHidden() || kept.hidden, kept.preservesSpace.value_or(outer.preservesSpace),
               outer.firstStyle};
+  block.visible = kept.visible.value_or(isVisible());
+  block.backgroundLost = kept.background == CSSBackground::outer
+                             ? isBackgroundLost()
+                             : kept.background == CSSBackground::lost;
+  // The mark of an item goes with its text.
+  if (rule.role == Role::item && !block.visible) block.silent = true;
   if (rule.role == Role::cell || rule.role == Role::caption) block.firstStyle = styles_.size();
   outer.hasContent = true;
   if (!block.silent) {
@@ -261,6 +328,10 @@ void HTMLWriter::push(const HTMLRule& rule, const HTMLKeptAttributes& kept) {
 }
 
 void HTMLWriter::pop() {
+  const std::size_t depth = blocks_.size();
+  endReading();
+  writeLostPictures(depth);
+  popTo(depth);
   closeStyles();
   while (!styles_.empty() && styles_.back().depth >= blocks_.size()) endStyle(styles_.size() - 1);
   const Block block = std::move(blocks_.back());
@@ -364,6 +435,7 @@ void HTMLWriter::beginText() {
   }
   for (; writtenStyles_ < styles_.size(); ++writtenStyles_) {
     const TextStyle& style = styles_[writtenStyles_];
+    styles_[writtenStyles_].written = true;
     if (style.silent) continue;
     out_ += '<';
     out_ += style.rule->written;
@@ -378,7 +450,12 @@ void HTMLWriter::text(std::string_view text) {
   if (block.atTag && text.starts_with('\n')) text.remove_prefix(1);
   block.atTag = false;
   if (text.empty()) return;
-  if (isHidden() || (holdsNoText(block.rule->role) && isSpaceOnly(text))) return;
+  if (isHidden() || !isVisible()) return;
+  if (holdsNoText(block.rule->role) && isSpaceOnly(text)) return;
+  if (reading_ == Reading::begun && !isSpaceOnly(text)) {
+    reading_ = Reading::written;
+    this->text("\uFF08");
+  }
   if (preservesSpace()) {
     beginText();
     appendHTMLEscaped(text, out_);
@@ -425,15 +502,26 @@ void HTMLWriter::separator() {
 }
 
 void HTMLWriter::picture(const HTMLToken& token) {
-  if (isHidden()) return;
+  constexpr std::size_t kMaxPictures = std::size_t{32} << 20;  // the bytes of all of them
+  const HTMLKeptAttributes kept = keep(named("img"), token.attributes);
+  if (isHidden() || kept.hidden || !kept.visible.value_or(isVisible())) return;
   const auto tag = pictureTag(token.attributes);
-  if (!tag) return text(attributeValue(token.attributes, "alt"));
+  if (!tag || pictureBytes_ + tag->size() > kMaxPictures) {
+    const std::string instead = attributeValue(token.attributes, "alt");
+    return isSpaceOnly(instead) ? losePicture() : text(instead);
+  }
+  pictureBytes_ += tag->size();
   beginText();
   out_ += *tag;
   plain_.text("\xEF\xBF\xBC");
 }
 
 void HTMLWriter::finish() {
+  endForeign();
+  if (!hasBody_) startBody({});
+  popTo(1);
+  endReading();
+  writeLostPictures(0);
   popTo(1);
   closeStyles();
 }

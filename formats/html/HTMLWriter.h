@@ -35,8 +35,9 @@ class PlainText {
 /// given. One thread at a time.
 class HTMLWriter {
  public:
-  /// `size` of the document in bytes, which bounds what is written.
-  explicit HTMLWriter(std::size_t size);
+  /// `size` of the document in bytes, which bounds what is written; `base` is the address that its
+  /// links are relative to, empty where it has none.
+  explicit HTMLWriter(std::size_t size, std::string_view base = {});
 
   void write(const HTMLToken& token);
   /// Ends the document; nothing may be written after it.
@@ -51,6 +52,8 @@ class HTMLWriter {
     bool silent;             // hidden, itself or by what holds it: nothing of it is written
     bool preservesSpace;     //
     std::size_t firstStyle;  // the text styles from here on were begun in the same cell
+    bool visible = true;
+    bool backgroundLost = false;
     bool hasContent = false;
     bool hasCells = false;
     bool atTag = false;                       // nothing came after the start tag yet
@@ -64,8 +67,23 @@ class HTMLWriter {
     std::size_t depth;  // of the blocks it was begun in
     bool silent;        // nothing to write
     bool hidden;
-    std::optional<bool> preservesSpace;  // where it says so itself
+    std::optional<bool> preservesSpace;  // these where it says so itself
+    std::optional<bool> visible;
+    CSSBackground background;
+    std::string link;          // where it leads, of an anchor that is not silent
+    bool written = false;      // something of it was
+    bool lostPicture = false;  // a picture of it could not stay
   };
+  // An element of a formula.
+  struct MathElement {
+    std::string_view between;  // what stands before its second part
+    std::string_view closing;  // what stands behind it
+    bool isScript = false;     // its parts but the first are set lower or higher
+    bool lowerFirst = false;
+    int parts = 0;
+    const HTMLRule* style = nullptr;  // that it is set in
+  };
+  enum class Reading { none, begun, written };  // of characters
 
   void startTag(const HTMLToken& token);
   void endTag(std::string_view name);
@@ -80,7 +98,30 @@ class HTMLWriter {
   void lineBreak();
   void separator();
   void picture(const HTMLToken& token);
+  void startBody(const std::vector<HTMLAttribute>& attributes);
+  void startBase(const HTMLToken& token);
+  void startSheet(const HTMLToken& token);
+  void startFrame(const HTMLToken& token);
+  void startMedia(const HTMLToken& token);
+  void startForeign(const HTMLToken& token);
+  void addLink(std::string_view source, std::string_view name);
+  void checkBox(const HTMLToken& token);
+  void losePicture();
+  void writeLostPictures(std::size_t depth);
+  void endReading();
 
+  void skip(const HTMLToken& token);
+  bool isForeign(const HTMLToken& token);
+  void startFormulaPart(const HTMLToken& token);
+  void endFormulaPart();
+  void endForeign();
+  bool isMedia(const HTMLToken& token);
+  HTMLSurroundings surroundings();
+  HTMLKeptAttributes keep(const HTMLRule& rule, const std::vector<HTMLAttribute>& all) {
+    return keepAttributes(rule, all, surroundings());
+  }
+  bool isVisible() const;
+  bool isBackgroundLost() const;
   bool skips(const HTMLToken& token);
   void push(const HTMLRule& rule, const HTMLKeptAttributes& kept);
   void pop();
@@ -110,6 +151,27 @@ class HTMLWriter {
   bool atBoundary_ = true;  // white space means nothing here
   std::string skipped_;     // the element that is passed over, if any
   std::size_t skippedDepth_ = 0;
+  std::string* skippedText_ = nullptr;  // where its text goes
+  StyleSheet sheet_;
+  std::string sheetText_;
+  std::size_t budget_;  // of declarations from the sheet
+  std::string base_;
+  bool hasBase_ = false;
+  bool hasBody_ = false;
+  std::vector<HTMLAttribute> root_;  // what the document says of itself
+  std::size_t pictureBytes_ = 0;
+  Reading reading_ = Reading::none;
+  std::string foreign_;  // the drawing or formula that is open, if any
+  std::size_t foreignDepth_ = 0;
+  std::size_t foreignTexts_ = 0;  // open texts of a drawing
+  bool foreignWritten_ = false;
+  std::string foreignTitle_;
+  std::vector<MathElement> math_;
+  std::size_t deepMath_ = 0;  // elements that are open beyond those
+  std::string media_;         // the film or sound that is open, if any
+  std::string mediaSource_;
+  bool mediaLink_ = false;  // a link in it is open
+  bool mediaWritten_ = false;
 };
 
 }  // namespace korvane

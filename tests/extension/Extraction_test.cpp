@@ -139,7 +139,9 @@ TEST_F(ExtractionTest, AnEmptyTextAddsNothing) {
 
 TEST_F(ExtractionTest, ATextThatGivesNoHtmlIsLeftOutWithALine) {
   struct BadReader : HTMLReader {
-    std::optional<HTMLText> read(const NSData&) override { return HTMLText{"x", "\xFF"}; }
+    std::optional<HTMLText> read(const NSData&, std::string_view) override {
+      return HTMLText{"x", "\xFF"};
+    }
   };
   platform.services.html = std::make_shared<BadReader>();
   platform.install();

@@ -91,7 +91,7 @@ TEST(BrowserMessage, BecomesARequest) {
   const ShareRequest::Link page{"https://example.org/"};
   EXPECT_EQ(request(R"({"title":"Tea","url":"https://example.org/"})"), one({"Tea", {}, {page}}));
   EXPECT_EQ(request(R"({"title":"Tea","url":"https://example.org/","html":"<b>x</b>","text":"x"})"),
-            one({"Tea", {{Kind::html, "<b>x</b>"}}, {page}}));
+            one({"Tea", {{Kind::html, "<b>x</b>", "https://example.org/"}}, {page}}));
   EXPECT_EQ(request(R"({"url":"https://example.org/","html":"","text":"x"})"),
             one({{}, {{Kind::text, "x"}}, {page}}));
   EXPECT_EQ(request(R"({"url":"https://example.org/","imageData":"AAEC"})"),

@@ -65,6 +65,15 @@ TEST(ShareRequest, TextComesBeforeHtmlWhateverTheOrderOfTheKeys) {
               ElementsAre(Content{Content::Kind::text, "t"}, Content{Content::Kind::html, "h"}));
 }
 
+TEST(ShareRequest, AnItemSaysWhichPageItsHtmlIsFrom) {
+  const ShareRequest request = readShareRequest(
+      R"({"items": [{"baseUrl": "HTTPS://a.example/p", "text": "t", "html": "h"}, {"html": "i"}]})");
+  EXPECT_THAT(request.items[0].contents,
+              ElementsAre(Content{Content::Kind::text, "t"},
+                          Content{Content::Kind::html, "h", "HTTPS://a.example/p"}));
+  EXPECT_THAT(request.items[1].contents, ElementsAre(Content{Content::Kind::html, "i"}));
+}
+
 TEST(ShareRequest, TextsAreUnescaped) {
   const ShareRequest request = readShareRequest(
       "\xEF\xBB\xBF{\"items\":[{\"title\":\"\\u00e4\\ud83d\\ude00\\\"\\\\ \xC3\xA4\"}]}");
@@ -102,6 +111,9 @@ TEST(ShareRequest, RefusesWithOneLineThatNamesThePlace) {
       {R"({"items": [{}, {"text": null}]})", "items[1].text must be a text, not null"},
       {R"({"items": [{"html": ["x"]}]})", "items[0].html must be a text, not a list"},
       {R"({"items": [{"title": {}}]})", "items[0].title must be a text, not an object"},
+      {R"({"items": [{"baseUrl": 1}]})", "items[0].baseUrl must be a text, not a number"},
+      {R"({"items": [{"baseUrl": "file:///a"}]})", "items[0].baseUrl must be an http or https URL"},
+      {R"({"items": [{"baseUrl": "https://"}]})", "items[0].baseUrl must be an http or https URL"},
       {R"({"items": [{"attachments": "x"}]})", "items[0].attachments must be a list, not a text"},
       {R"({"items": [{"attachments": {}}]})", "items[0].attachments must be a list, not an object"},
       // Keys.

@@ -46,7 +46,7 @@ TEST_F(LinuxPlatformTest, EveryServiceWorks) {
   ASSERT_TRUE(png);
   EXPECT_NE(services->images->decode(*png), nullptr);
   const std::string_view html = "<p>x</p>";
-  EXPECT_TRUE(services->html->read(NSData(html.begin(), html.end())));
+  EXPECT_TRUE(services->html->read(NSData(html.begin(), html.end()), {}));
   EXPECT_EQ(services->links->matchesInString("see www.a.example/x").size(), 1U);
   NSDateFormat format;
   format.dateFormat = "yyyyMMdd";

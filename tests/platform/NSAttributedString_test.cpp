@@ -137,7 +137,7 @@ TEST(NSAttributedString, ARangeOutsideOfTheTextIsRaised) {
 
 class TwoTexts : public HTMLReader {
  public:
-  std::optional<HTMLText> read(const NSData& html) override {
+  std::optional<HTMLText> read(const NSData& html, std::string_view) override {
     if (html.empty()) return std::nullopt;
     return HTMLText{"a <b>", "<p>a &lt;b&gt;</p>"};
   }

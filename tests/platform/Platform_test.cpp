@@ -51,7 +51,7 @@ TEST(Platform, EveryServiceOfAPlainSetFailsInItsDocumentedWay) {
   EXPECT_EQ(plain.images->decode({}), nullptr);
   EXPECT_FALSE(plain.images->encode({}, NSBitmapImageFileType::PNG));
   EXPECT_FALSE(plain.images->encode({}, NSBitmapImageFileType::TIFF));
-  EXPECT_FALSE(plain.html->read({}));
+  EXPECT_FALSE(plain.html->read({}, {}));
   EXPECT_TRUE(plain.links->matchesInString("http://a.example").empty());
   EXPECT_FALSE(plain.workspace->openURLs({url("korvane://a")}, "it.drelk.korvane", 512));
   const auto formatter = plain.dates->formatter({});

@@ -145,7 +145,7 @@ TEST(HTMLSafety, HugeHostileDocumentsTakeNoTime) {
 }
 
 TEST(HTMLSafety, TooLargeADocumentIsRefused) {
-  EXPECT_FALSE(HTML().read(NSData(HTML::kMaxBytes + 1, 'x')));
+  EXPECT_FALSE(HTML().read(NSData(HTML::kMaxBytes + 1, 'x'), {}));
 }
 
 TEST(HTMLSafety, WhatItWritesItReadsBackAsTheSame) {

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "support/HTMLReading.h"
+#include "support/JsonLines.h"
 
 namespace korvane {
 namespace {
@@ -165,7 +166,7 @@ TEST(HTML, KeepsOnlyHarmlessStyle) {
       {"margin-left:-999px;text-indent:-9em", ""},
       {"@import 'x';color:red", "color:red"},
       {"color:red;}body{color:blue", "color:red"},
-      {"font-family:'a;color:red;b'", "color:red"},
+      {"font-family:'a;color:red;b'", ""},
       {"content:'x';color:\"red", ""},
       {"color:", ""},
       {"color:var(--x)", ""},
@@ -270,6 +271,34 @@ TEST(HTML, ReplacesCharacterReferences) {
   EXPECT_EQ(read("&#128;&#0;&#xD800;&#x110000;&#99999999999;").text, "€\uFFFD\uFFFD\uFFFD\uFFFD");
   EXPECT_EQ(read("&ampx &notit &unknown; & &; &# &#x;").text, "&x ¬it &unknown; & &; &# &#x;");
   EXPECT_EQ(read("&nbsp").text, "\u00A0");
+}
+
+TEST(HTML, EveryRowOfTheTable) {
+  const auto rows = testing::readJsonLines("html.jsonl");
+  ASSERT_EQ(rows.size(), 385U);
+  for (const Value& row : rows) {
+    const std::string html(row.objectForKey("html").text());
+    const HTMLText result = read(html, row.objectForKey("base").text());
+    EXPECT_EQ(body(result.html), row.objectForKey("body").text()) << html;
+    const Value text = row.objectForKey("text");
+    if (!text.isAbsent()) {
+      EXPECT_EQ(result.text, text.text()) << html;
+    }
+    const HTMLText again = read(result.html);
+    EXPECT_EQ(again.html, result.html) << html;
+    EXPECT_EQ(again.text, result.text) << html;
+  }
+}
+
+TEST(HTML, LanguageAndDirectionOfTheDocumentAreTheBodys) {
+  for (const std::string_view html :
+       {"<html lang=ar dir=rtl><p>x", "<html dir=ltr lang=ar><body dir=rtl lang=ar><p>x"}) {
+    const HTMLText result = read(html);
+    EXPECT_NE(result.html.find(" dir=\"rtl\""), std::string::npos) << result.html;
+    EXPECT_NE(result.html.find(" lang=\"ar\""), std::string::npos) << result.html;
+    EXPECT_EQ(result.html.find("ltr"), std::string::npos) << result.html;
+    EXPECT_EQ(read(result.html).html, result.html);
+  }
 }
 
 }  // namespace

@@ -1,0 +1,162 @@
+#include "formats/html/StyleSheet.h"
+
+#include <algorithm>
+
+#include "formats/html/CSSWords.h"
+#include "formats/html/HTMLCharacters.h"
+#include "text/ASCII.h"
+
+namespace korvane {
+namespace {
+
+constexpr std::size_t kMaxSelectors = 2000;
+constexpr std::size_t kMaxForOne = 16;
+constexpr std::size_t kMaxClasses = 8;
+constexpr std::size_t kMaxName = 100;
+
+bool isNameCharacter(char c) { return isAlphanumeric(c) || c == '-' || c == '_' || !isASCII(c); }
+
+// The end of a block, behind its opening brace: where its closing brace is, or the end.
+std::size_t blockEnd(std::string_view text) {
+  char quote = '\0';
+  std::size_t open = 0;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const char c = text[i];
+    if (c == '\\') {
+      ++i;
+    } else if (quote != '\0') {
+      if (c == quote || c == '\n') quote = '\0';
+    } else if (c == '"' || c == '\'') {
+      quote = c;
+    } else if (c == '{') {
+      ++open;
+    } else if (c == '}') {
+      if (open-- == 0) return i;
+    }
+  }
+  return text.size();
+}
+
+// Sheets were once hidden in comments of the document.
+std::string withoutMarks(std::string text) {
+  for (const std::string_view mark : {std::string_view("<!--"), std::string_view("-->")}) {
+    for (std::size_t at = text.find(mark); at != text.npos; at = text.find(mark, at)) {
+      text.replace(at, mark.size(), mark.size(), ' ');
+    }
+  }
+  return text;
+}
+
+}  // namespace
+
+void StyleSheet::read(std::string_view sheet) {
+  const std::string text = withoutComments(withoutMarks(std::string(sheet)));
+  std::string_view rest = text;
+  while (!rest.empty() && selectors_.size() < kMaxSelectors) {
+    const std::size_t begin = findOutside(rest, "{;");
+    const std::string_view head = withoutOuterSpace(rest.substr(0, begin));
+    if (begin == rest.size()) break;
+    const bool isBlock = rest[begin] == '{';
+    rest.remove_prefix(begin + 1);
+    if (!isBlock) continue;
+    const std::size_t end = blockEnd(rest);
+    if (!head.starts_with('@')) readRule(head, rest.substr(0, end));
+    rest.remove_prefix(std::min(end + 1, rest.size()));
+  }
+}
+
+void StyleSheet::readRule(std::string_view selectors, std::string_view declarations) {
+  const std::size_t rule = rules_.size();
+  for (const std::string_view text : cssList(selectors)) {
+    Selector selector;
+    selector.rule = rule;
+    if (!readSelector(text, selector) || selectors_.size() == kMaxSelectors) continue;
+    const std::string key = !selector.id.empty()        ? '#' + selector.id
+                            : !selector.classes.empty() ? '.' + selector.classes.front()
+                                                        : selector.element;
+    auto& same = index_[key];
+    if (same.size() == kMaxForOne) continue;
+    same.push_back(selectors_.size());
+    selectors_.push_back(std::move(selector));
+  }
+  if (!selectors_.empty() && selectors_.back().rule == rule) {
+    rules_.push_back(readDeclarations(declarations));
+  }
+}
+
+bool StyleSheet::readSelector(std::string_view text, Selector& selector) {
+  std::uint32_t weight = 0;
+  std::size_t at = 0;
+  if (text.empty()) return false;
+  while (at < text.size()) {
+    const char mark = text[at] == '.' || text[at] == '#' ? text[at] : '\0';
+    if (mark != '\0') ++at;
+    const std::size_t begin = at;
+    while (at < text.size() && isNameCharacter(text[at])) ++at;
+    const std::string_view name = text.substr(begin, at - begin);
+    if (name.empty() || name.size() > kMaxName) return false;
+    if (mark == '.') {
+      if (selector.classes.size() == kMaxClasses) return false;
+      selector.classes.emplace_back(name);
+      weight += 100;
+    } else if (mark == '#') {
+      if (!selector.id.empty()) return false;
+      selector.id = name;
+      weight += 10'000;
+    } else {
+      if (begin != 0) return false;
+      selector.element = lowercase(name);
+      weight += 1;
+    }
+  }
+  selector.weight = weight;
+  return true;
+}
+
+void StyleSheet::apply(std::string_view element, std::string_view classes, std::string_view id,
+                       std::size_t& budget, CSSStyle& style) const {
+  if (selectors_.empty()) return;
+  std::vector<std::string> own;
+  for (std::size_t at = 0; at < classes.size() && own.size() < kMaxClasses;) {
+    const std::size_t begin = at;
+    while (at < classes.size() && !isHTMLSpace(classes[at])) ++at;
+    std::string one(classes.substr(begin, at - begin));
+    if (!one.empty() && std::find(own.begin(), own.end(), one) == own.end()) {
+      own.push_back(std::move(one));
+    }
+    while (at < classes.size() && isHTMLSpace(classes[at])) ++at;
+  }
+
+  std::vector<std::size_t> found;
+  const auto look = [&](const std::string& key) {
+    const auto candidates = index_.find(key);
+    if (candidates == index_.end()) return;
+    for (const std::size_t index : candidates->second) {
+      const Selector& selector = selectors_[index];
+      const bool fits = (selector.element.empty() || selector.element == element) &&
+                        (selector.id.empty() || selector.id == id) &&
+                        std::all_of(selector.classes.begin(), selector.classes.end(),
+                                    [&](const std::string& name) {
+                                      return std::find(own.begin(), own.end(), name) != own.end();
+                                    });
+      if (fits) found.push_back(index);
+    }
+  };
+  look(std::string(element));
+  for (const std::string& one : own) look('.' + one);
+  if (!id.empty()) look('#' + std::string(id));
+  std::sort(found.begin(), found.end(), [&](std::size_t a, std::size_t b) {
+    if (selectors_[a].weight != selectors_[b].weight) {
+      return selectors_[a].weight < selectors_[b].weight;
+    }
+    return a < b;
+  });
+  for (const std::size_t index : found) {
+    const auto& declarations = rules_[selectors_[index].rule];
+    if (declarations.size() > budget) return;
+    budget -= declarations.size();
+    for (const CSSDeclaration& one : declarations) style.add(one);
+  }
+}
+
+}  // namespace korvane
