@@ -6,7 +6,7 @@
 namespace korvane {
 
 /// Bounds of one decoding. What is handed back is limited by kMaxDecodedBytes.
-constexpr unsigned long kDecoderMemory = 600'000'000;  // address space, in bytes
+constexpr unsigned long kDecoderMemory = 650'000'000;  // address space, in bytes
 constexpr unsigned long kDecoderSeconds = 5;           // of processor time
 
 /// No new privileges, no core dump, no other process of the same user that could look inside; the

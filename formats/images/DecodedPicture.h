@@ -12,9 +12,9 @@
 /// byte order.
 namespace korvane {
 
-/// The most that the pixels of one picture may take: 133 megapixels, 100 with transparency. What
+/// The most that the pixels of one picture may take: 108 megapixels, 81 with transparency. What
 /// the decoding process holds and what it hands over stay below 1 GB together.
-constexpr std::uint64_t kMaxPixelBytes = 400'000'000;
+constexpr std::uint64_t kMaxPixelBytes = 324'000'000;
 constexpr std::uint32_t kMaxProfileBytes = 4 << 20;
 /// Of either side.
 constexpr std::uint32_t kMaxPictureSide = 1 << 24;

@@ -186,7 +186,7 @@ const char* reason(DecodeStatus status) {
     case DecodeStatus::damaged:
       return "the picture is damaged or incomplete";
     case DecodeStatus::tooLarge:
-      return "the picture has more than 133 megapixels, or more than 100 with transparency";
+      return "the picture has more than 108 megapixels, or more than 81 with transparency";
     case DecodeStatus::noMemory:
       return "decoding the picture needs too much memory";
     default:

@@ -161,7 +161,7 @@ TEST_F(ImageDecoderTest, WhatItRefusesIsToldInWords) {
   EXPECT_EQ(failure(2), "it is not a picture that can be read");
   EXPECT_EQ(failure(3), "the picture is damaged or incomplete");
   EXPECT_EQ(failure(4),
-            "the picture has more than 133 megapixels, or more than 100 with transparency");
+            "the picture has more than 108 megapixels, or more than 81 with transparency");
   EXPECT_EQ(failure(5), "decoding the picture needs too much memory");
 }
 

@@ -64,8 +64,9 @@ TEST_F(Installation, LeavesEveryTypeToWhatOpenedItBefore) {
   // The comparison would see an application that claims types.
   const fs::path other = desktop.folder / "other";
   fs::create_directories(other / "applications");
-  writeFile(other / "applications/korvane-share.desktop",
-            readFile(share / "applications/korvane-share.desktop") + "MimeType=text/plain;\n");
+  std::string entry = readFile(share / "applications/korvane-share.desktop");
+  entry.insert(entry.find('\n', entry.find("[Desktop Entry]")) + 1, "MimeType=text/plain;\n");
+  writeFile(other / "applications/korvane-share.desktop", entry);
   searchFirst(other);
   EXPECT_THAT(openers()["text/plain"], HasSubstr("korvane-share.desktop"));
 }

@@ -50,8 +50,9 @@ class MenuEntry : public ::testing::Test {
     chmod(program.c_str(), 0700);
   }
   static void installEntry(const std::string& more) {
-    writeFile(desktop->folder / "data/applications/korvane-share.desktop",
-              readFile(KORVANE_BINARY_DIR "/share/applications/korvane-share.desktop") + more);
+    std::string entry = readFile(KORVANE_BINARY_DIR "/share/applications/korvane-share.desktop");
+    entry.insert(entry.find('\n', entry.find("[Desktop Entry]")) + 1, more);
+    writeFile(desktop->folder / "data/applications/korvane-share.desktop", entry);
   }
   static KorvaneEntry* entry(const std::vector<std::string>& uris) {
     GPtrArray* texts = g_ptr_array_new();

@@ -459,8 +459,8 @@ TEST_F(Share, BadPicturesAreTheirOwnLossAlone) {
               ::testing::UnorderedElementsAre("image.png", "image_1.png", "contract.pdf"));
   EXPECT_EQ(finished.errors,
             "korvane-share: " + bomb +
-                " is not in the message: the picture has more than 133 megapixels, or more than "
-                "100 with transparency\nkorvane-share: " +
+                " is not in the message: the picture has more than 108 megapixels, or more than "
+                "81 with transparency\nkorvane-share: " +
                 broken + " is not in the message: the picture is incomplete\n");
 }
 

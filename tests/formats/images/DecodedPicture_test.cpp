@@ -79,8 +79,8 @@ TEST(DecodedPicture, EveryOtherLengthIsRefused) {
 TEST(DecodedPicture, LimitsHold) {
   EXPECT_TRUE(isAllowedPicture(1, 1, 4));
   EXPECT_TRUE(isAllowedPicture(12000, 9000, 3));
-  EXPECT_TRUE(isAllowedPicture(10000, 10000, 4));
-  EXPECT_FALSE(isAllowedPicture(10000, 10001, 4));
+  EXPECT_TRUE(isAllowedPicture(9000, 9000, 4));
+  EXPECT_FALSE(isAllowedPicture(9000, 9001, 4));
   EXPECT_FALSE(isAllowedPicture(0, 1, 3));
   EXPECT_FALSE(isAllowedPicture(1, 0, 3));
   EXPECT_FALSE(isAllowedPicture((1U << 24) + 1, 1, 3));
