@@ -3,6 +3,25 @@
 
 add_library(korvane_options INTERFACE)
 target_compile_options(korvane_options INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor)
+
+# What makes a flaw harder to use: tests/house/hardening_test.cpp reads the programs for it. The
+# sanitizers see more than the checked functions of the C library do.
+include(CheckCXXCompilerFlag)
+include(CheckPIESupported)
+check_pie_supported()
+foreach(flag -fstack-protector-strong -fstack-clash-protection -fcf-protection)
+  string(MAKE_C_IDENTIFIER "KORVANE_HAS${flag}" has)
+  check_cxx_compiler_flag(${flag} ${has})
+  if(${has})
+    target_compile_options(korvane_options INTERFACE ${flag})
+  endif()
+endforeach()
+if(NOT KORVANE_SANITIZE AND NOT KORVANE_FUZZ AND NOT KORVANE_COVERAGE)
+  target_compile_options(korvane_options INTERFACE
+    "$<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=3>")
+endif()
+target_link_options(korvane_options INTERFACE -Wl,-z,relro,-z,now,-z,noexecstack)
+
 if(KORVANE_SANITIZE)
   target_compile_options(korvane_options INTERFACE -fsanitize=${KORVANE_SANITIZE} -fno-omit-frame-pointer
                                                    -fno-sanitize-recover=all)
