@@ -55,7 +55,7 @@ std::optional<std::vector<std::string>> commandOfEntry(const InstalledClient& cl
       continue;
     }
     std::string argument;
-    bool empty = !word.empty();  // a word of codes that give nothing is no argument
+    bool empty = !word.empty();  // a word of codes that give nothing is not an argument
     for (std::size_t at = 0; at < word.size(); ++at) {
       if (word[at] != '%' || at + 1 == word.size()) {
         argument += word[at];

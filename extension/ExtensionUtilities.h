@@ -71,8 +71,8 @@ class KORVANE_EXPORT ExtensionUtilities {
   /// `completion` is called exactly once, on that queue, always with a message and no error, after
   /// 0.1 s at least and 101 such passes at most, whether or not every item has been loaded by then;
   /// what is loaded later still changes the message. A null context has no items. An item loaded as
-  /// a URL may be a URL, or a text or data that holds one; what is no URL is logged. Nothing that a
-  /// provider throws gets out: it is logged, and its load counts as finished.
+  /// a URL may be a URL, or a text or data that holds one; what is not a URL is logged. Nothing
+  /// that a provider throws gets out: it is logged, and its load counts as finished.
   static void GetItemForExtension(std::shared_ptr<NSExtensionContext> context,
                                   std::string_view service, Completion completion);
 

@@ -81,7 +81,7 @@ void addUrl(Share& share, const Value& title, const Value& item,
   }
   const auto url = urlOfItem(item);
   if (!url) {
-    NSLog("[%@] GetItemForExtension kUTTypeURL %@", kErrorMark, "the item is no URL");
+    NSLog("[%@] GetItemForExtension kUTTypeURL %@", kErrorMark, "the item is not a URL");
     return;
   }
   if (url->isFileURL()) {

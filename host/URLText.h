@@ -9,7 +9,7 @@
 namespace korvane {
 
 /// The scheme that a text begins with (RFC 3986, section 3.1), as it stands; empty without one. A
-/// single letter before the ":" is no scheme.
+/// single letter before the ":" is not a scheme.
 std::string_view schemeOf(std::string_view text);
 /// Whether the text begins with that scheme, in any case; `scheme` is lower case.
 bool schemeIs(std::string_view text, std::string_view scheme);

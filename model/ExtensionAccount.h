@@ -33,7 +33,7 @@ class KORVANE_EXPORT ExtensionAccount : public NSObject {
   /// "enabled", none for "aliases"), and a value that cannot be read ends the reading with the log
   /// line "ExtensionAccount initWithDictonary …" and leaves the fields from there on as they are:
   /// `aliases` is absent after a "type" or "enabled" that does not convert, and empty after an
-  /// "aliases" that is no list.
+  /// "aliases" that is not a list.
   explicit ExtensionAccount(const Value& dictionary) { initWithDictonary(dictionary); }
 
   /// The reading itself, on an account whose fields are unset.

@@ -51,7 +51,7 @@ class KORVANE_EXPORT ExtensionAddress : public NSObject {
   /// shows as "(null)".
   std::string fullName() const;
   /// The display line: the full name, else the company, then the mail in angle brackets; what is
-  /// unset or empty is left out, what is no text shows its text form.
+  /// unset or empty is left out, what is not a text shows its text form.
   std::string prettyprint() const;
 
  private:

@@ -21,7 +21,7 @@ class KORVANE_EXPORT ExtensionAlias : public NSObject {
 
   /// Reads an alias from an element of an account's "aliases". Never fails: a missing key gets its
   /// default ("No Mail" in the user's language for "mail", "" for "name" and "account"), and what
-  /// is no dictionary leaves every field absent, with the log line "ExtensionAlias
+  /// is not a dictionary leaves every field absent, with the log line "ExtensionAlias
   /// initWithDictonary …".
   explicit ExtensionAlias(const Value& dictionary) { initWithDictonary(dictionary); }
 

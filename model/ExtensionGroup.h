@@ -29,7 +29,7 @@ class KORVANE_EXPORT ExtensionGroup : public NSObject {
 
   /// Reads a group from an element of a property list. Never fails: a missing key gets its default
   /// ("" for "idx", "No Name" in the user's language for "name", no members for "addresses"), a
-  /// member that is no dictionary becomes a contact with every field absent, and a value that
+  /// member that is not a dictionary becomes a contact with every field absent, and a value that
   /// cannot be read ends the reading with the log line "ExtensionGroup initWithDictonary …" and
   /// leaves the fields from there on as they are.
   explicit ExtensionGroup(const Value& dictionary) { initWithDictonary(dictionary); }

@@ -103,11 +103,11 @@ class KORVANE_EXPORT ExtensionMessage : public NSObject {
   /// The first seven are stored as they stand; missing ones get their defaults: "No subject" in the
   /// user's language, "" for the texts and 0 for the numbers. "date", 0 where it is missing, has
   /// single precision: a present-day time is a multiple of 128 seconds; `dateString` is its
-  /// ExtensionDate::centralDate. An "avatar" that is no image leaves `image` absent. Bodies, lists
-  /// and attachments are not read. An absent dictionary reads as an empty one. A "date" that is no
-  /// number, an "avatar" that is no text and what is no dictionary end the reading with the log
-  /// line "ExtensionMessage initWithDictonary …" and leave the fields from there on as they are.
-  /// Never throws NSException.
+  /// ExtensionDate::centralDate. An "avatar" that is not an image leaves `image` absent. Bodies,
+  /// lists and attachments are not read. An absent dictionary reads as an empty one. A "date" that
+  /// is no number, an "avatar" that is not a text and what is not a dictionary end the reading with
+  /// the log line "ExtensionMessage initWithDictonary …" and leave the fields from there on as they
+  /// are. Never throws NSException.
   void initWithDictonary(const Value& dictionary);
 
   /// The command URL `korvane://COMMAND?QUERY` that opens the mail client with this message. The
@@ -116,7 +116,7 @@ class KORVANE_EXPORT ExtensionMessage : public NSObject {
   /// attachment_1, … by their places in the list: the texts as they stand, the paths of URLs, empty
   /// where a URL has none. What is neither leaves a gap. Texts are UTF-8, percent-encoded (RFC
   /// 3986). Nothing when COMMAND makes the text no valid URL. Raises NSException when subject, from
-  /// or account holds something that is no text.
+  /// or account holds something that is not a text.
   std::optional<NSURL> queryUrl(std::string_view command) const;
 
   /// The links of a plain text, normalised ("www.a.example" gives "http://www.a.example"), in

@@ -48,7 +48,7 @@ std::optional<NSURL> ExtensionMessage::queryUrl(std::string_view command) const 
   if (const auto list = attachments()) {
     for (std::size_t position = 0; position < list->size(); ++position) {
       const Value path = attachmentPath((*list)[position]);
-      // What is no path takes its number with it: the keys may have gaps.
+      // What is not a path takes its number with it: the keys may have gaps.
       if (!path.isAbsent()) {
         parameters.set(stringWithFormat("%@%@", MessageKeys::kAttachment, position), path);
       }

@@ -45,7 +45,7 @@ Number leadingNumber(std::string_view text) {
   text = withoutLeadingWhitespace(text);
   const bool negative = text.starts_with('-');
   if (negative || text.starts_with('+')) text.remove_prefix(1);
-  // from_chars also knows "inf" and "nan", which are no decimal numbers.
+  // from_chars also knows "inf" and "nan", which are not decimal numbers.
   if (text.empty() || !(isDigit(text[0]) || text[0] == '.')) return 0;
   Number value = 0;
   const char* const begin = text.data();

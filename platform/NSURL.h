@@ -38,7 +38,7 @@ class KORVANE_EXPORT NSURL {
 
   // The parts; absent where the URL has none. host, user and path come with their escapes removed
   // (absent when the bytes are not UTF-8), the others keep theirs. What follows the first ";" of
-  // the path is no part of it but the parameterString. path loses one trailing "/", and one more
+  // the path is not part of it but the parameterString. path loses one trailing "/", and one more
   // after its escapes were removed, where it had any; "/" alone stays. It is empty, not absent,
   // where nothing follows a host or precedes a ";". Between "//" and the path there may be nothing:
   // such a URL has neither a host nor, by that, a path. The scheme is empty, not absent, in a text

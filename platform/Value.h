@@ -163,7 +163,7 @@ class KORVANE_EXPORT Value {
 
   // Conversions of texts, numbers and booleans; the others raise. A text converts as the functions
   // of NSString.h tell. A fraction truncates to an integer, and is true unless it is 0; out of
-  // range gives the nearest limit, what is no number at all (NaN) the integer 0.
+  // range gives the nearest limit, what is not a number at all (NaN) the integer 0.
   std::int64_t integerValue() const;
   float floatValue() const;
   double doubleValue() const;

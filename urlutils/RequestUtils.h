@@ -104,7 +104,7 @@ KORVANE_EXPORT Dictionary URLQueryParametersWithOptions(std::string_view subject
 // Paths. Each operation takes the fragment and then the query off the text, works on what remains
 // and appends query and fragment again, as the operations above do: an empty query is not put back,
 // a bare "#" is, and where the remainder holds a "=" but no "?" the query joins it with "&". A "#"
-// that precedes a "?" is no failure here, since the fragment goes first.
+// that precedes a "?" is not a failure here, since the fragment goes first.
 
 /// What follows the last "/" of the path; all of it without a "/" ("x://h" gives "h").
 KORVANE_EXPORT std::string lastURLPathComponent(std::string_view subject);
@@ -169,7 +169,7 @@ KORVANE_EXPORT std::optional<NSURL> URLWithValue(const NSURL& url, const Value& 
                                                  std::string_view component);
 
 /// The URL's text with another scheme; all else stays as it is. A URL without a scheme gets this
-/// one in front of its text, without "://". Absent when that is no URL.
+/// one in front of its text, without "://". Absent when that is not a URL.
 KORVANE_EXPORT std::optional<NSURL> URLWithScheme(const NSURL& url, std::string_view scheme);
 
 /// URLWithValue for one component; so are those that follow.

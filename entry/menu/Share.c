@@ -14,7 +14,7 @@ static GDesktopAppInfo* find_application(void) {
 }
 
 /// Whether the URI is that of a file or folder, here or elsewhere. What is in the trash is about to
-/// go, and the desktop's own places are no files.
+/// go, and the desktop's own places are not files.
 static gboolean is_file(const char* uri) {
   static const char* const kNoFiles[] = {
       "trash",          "computer",       "network",           "burn",

@@ -33,7 +33,7 @@ constexpr std::array<std::string_view, 68> kProperties = {
 // clang-format on
 static_assert(std::is_sorted(kProperties.begin(), kProperties.end()));
 
-// Words of a background that are no colour.
+// Words of a background that do not name a colour.
 bool loadsPicture(std::string_view word) { return word.find('(') != word.npos; }
 
 }  // namespace

@@ -54,7 +54,7 @@ std::optional<Reference> namedReference(std::string_view text, HTMLPlace place) 
     const HTMLEntity* found = findHTMLEntity(text.substr(1, stop - 1));
     if (found == nullptr || !found->bare) continue;
     const char next = stop < text.size() ? text[stop] : '\0';
-    // "?a=1&copy=2" in a link is no sign.
+    // "?a=1&copy=2" in a link is not a sign.
     if (place == HTMLPlace::attribute && (next == '=' || isAlphanumeric(next))) {
       return std::nullopt;
     }

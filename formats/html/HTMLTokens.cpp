@@ -11,7 +11,7 @@ namespace {
 
 constexpr std::size_t kMaxAttributes = 64;
 
-// Elements whose content is no markup.
+// Elements whose content is not markup.
 bool holdsRawText(std::string_view name) {
   static constexpr std::array<std::string_view, 10> kNames = {
       "iframe", "noembed", "noframes", "noscript", "plaintext",

@@ -143,7 +143,7 @@ class HTMLWriter {
   PlainText plain_;
   std::string bodyAttributes_;
   std::vector<Block> blocks_;
-  std::size_t containers_ = 0;  // open blocks that are no items, rows, cells, …
+  std::size_t containers_ = 0;  // open blocks that are not items, rows, cells, …
   std::vector<TextStyle> styles_;
   std::size_t writtenStyles_ = 0;  // of them, how many tags are open in the output
   std::size_t hiddenStyles_ = 0;

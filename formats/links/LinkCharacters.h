@@ -57,7 +57,7 @@ inline bool isLinkCharacter(char32_t scalar) {
 /// that between two letters it is a part of a link: a typographic apostrophe, the katakana middle
 /// dot, the Hebrew geresh, and the joiners that say how letters and emoji are drawn.
 bool isWordJoiner(char32_t scalar);
-/// Whether a host may hold a character although it is no letter: symbols and emoji.
+/// Whether a host may hold a character although it is not a letter: symbols and emoji.
 bool isHostSymbol(char32_t scalar);
 /// Whether a host's labels may be parted by a character as by "." (UTS #46).
 constexpr bool isWideDot(char32_t scalar) {

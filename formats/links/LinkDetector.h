@@ -15,8 +15,8 @@ namespace korvane {
 ///   "file:/", "mailto:" with an address, and the schemes without "//" that findLinkScheme() knows,
 ///   such as "tel:", "sip:", "xmpp:", "geo:" and "magnet:", with what belongs to them;
 /// - hosts that begin with "www.", addresses such as "192.168.1.1:8080/admin", and bare domains
-///   whose ending is a top-level domain of the public suffix list and which are no file name, code
-///   or abbreviation: these get "http://";
+///   whose ending is a top-level domain of the public suffix list and which are neither a file name
+///   nor code or abbreviation: these get "http://";
 /// - bare mail addresses, which get "mailto:".
 ///
 /// A link is taken whole or not at all: where only a part of what is written could be one, there is

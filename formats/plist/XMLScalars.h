@@ -1,6 +1,6 @@
 #pragma once
 
-// Internal to the property-list reader: the content of the elements that are no containers.
+// Internal to the property-list reader: the content of the elements that are not containers.
 
 #include <optional>
 #include <string>

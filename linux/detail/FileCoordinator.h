@@ -19,7 +19,7 @@ namespace korvane {
 /// - An access that does not get its locks within `longestWait` seconds fails with ETIMEDOUT.
 /// Between
 ///   processes the time is that of the Platform's clock.
-/// - An absent URL, one that is no file URL and a process without a container give EINVAL.
+/// - An absent URL, one that is not a file URL and a process without a container give EINVAL.
 /// - A process that forks inside an accessor, without an exec, shares the access with its child: it
 ///   ends when both are through with it. A program that is executed does not get it.
 class KORVANE_EXPORT FileCoordinator : public NSFileCoordinator {

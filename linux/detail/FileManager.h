@@ -24,7 +24,7 @@ struct KORVANE_EXPORT FileManagerOptions {
 ///   behind one fails with ELOOP. The folders above the container may be links. Of ".." in such a
 ///   path only the text counts.
 /// - Errors are those of the system (NSPOSIXErrorDomain), with the path in their text. A path that
-///   is empty (ENOENT) or holds a NUL byte, or a URL that is no file URL (EINVAL), is refused.
+///   is empty (ENOENT) or holds a NUL byte, or a URL that is not a file URL (EINVAL), is refused.
 /// - A copy takes the time of `cp`: blocks are shared where the file system can, else copied inside
 ///   the kernel; holes stay holes. A file that is changed meanwhile is copied again, three times at
 ///   most, then it fails with EBUSY. Owners, times and modes are not copied.

@@ -17,7 +17,7 @@ namespace korvane {
 /// the declaration names) and the binary form. Any thread may call.
 ///
 /// A file is read whole and in one go. A symbolic link in the last place of the path or anywhere
-/// inside the container, anything that is no regular file, and a file over kMaxPropertyList
+/// inside the container, anything that is not a regular file, and a file over kMaxPropertyList
 /// count as unreadable, and none of them blocks.
 class KORVANE_EXPORT PropertyLists : public PropertyListReader {
  public:

@@ -208,7 +208,7 @@ class Endurance {
     if (finished.status < 0) return "it was ended by signal " + std::to_string(-finished.status);
     if (finished.status != 0 && finished.errors.empty()) return "it failed without a word";
     if (finished.errors.find("not handed over") != std::string::npos) {
-      return finished.status == 1 ? "" : "it was not handed over, and that is no failure";
+      return finished.status == 1 ? "" : "it was not handed over, and that is not a failure";
     }
     const auto line = found(things.subject);
     if (!line) return "nothing arrived";

@@ -275,7 +275,7 @@ TEST_F(ExtractionTest, AnItemThatHoldsAUrlInAnotherFormWillDo) {
       std::make_shared<FakeProvider>(kUTTypeURL, Value(3)),
   })});
   EXPECT_EQ(message->htmlBody(), anchor(url) + anchor(url));
-  const std::string line = "[***ERROR***] GetItemForExtension kUTTypeURL the item is no URL";
+  const std::string line = "[***ERROR***] GetItemForExtension kUTTypeURL the item is not a URL";
   EXPECT_THAT(platform.log->lines(), ElementsAre(line, line, line));
   EXPECT_EQ(passes(), 1U);
 }

@@ -140,7 +140,7 @@ TEST(Hardening, ProgramsAreBuiltWithWhatTheCompilerHas) {
     }
 #if defined(__CET__)
     if (binary.machine() == EM_X86_64 && !binary.mainStart.empty()) {
-      EXPECT_EQ(binary.mainStart, "\xF3\x0F\x1E\xFA") << "main is no target of a checked jump";
+      EXPECT_EQ(binary.mainStart, "\xF3\x0F\x1E\xFA") << "main is not a target of a checked jump";
     }
 #endif
   }

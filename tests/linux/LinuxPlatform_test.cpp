@@ -81,7 +81,7 @@ TEST_F(LinuxPlatformTest, TheProgramChoosesWhereTheContainerLies) {
       });
   EXPECT_EQ(error, std::nullopt);
   EXPECT_EQ(services.propertyLists->arrayWithContentsOfURL(list), List{Value(true)});
-  // A relative path is no container.
+  // A relative path is not a container.
   EXPECT_FALSE(
       linuxPlatform({.container = "box"})
           .fileManager->containerURLForSecurityApplicationGroupIdentifier("Q7K4M2XW9P.korvane"));

@@ -93,7 +93,7 @@ TEST(MessageReading, URLsThatCarryNothing) {
            "korvane://compose?subject=x&z=%C0%80",
            "korvane://compose??subject=x",  // the name is "?subject"
            "korvane://compose?a?subject=x",
-           "korvane://compose?subject[][]=x",  // one pair of brackets is no part of the name
+           "korvane://compose?subject[][]=x",  // one pair of brackets is not part of the name
            "korvane://compose?messageId=1&folder=1&date=1&unread=1&image=1&toString=1",
        }) {
     SCOPED_TRACE(url);

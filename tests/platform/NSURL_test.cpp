@@ -106,7 +106,7 @@ TEST(NSURL, PartsThatTheTablesLeaveOut) {
       {"mailto://??a=1", {{"scheme", "mailto"}, {"query", "?a=1"}}},
       {"//;p", {{"host", ";p"}, {"path", ""}}},
       {"///;p", {{"path", "/"}, {"parameterString", "p"}}},
-      {"x://h/%FF", {{"scheme", "x"}, {"host", "h"}}},  // the path is no text
+      {"x://h/%FF", {{"scheme", "x"}, {"host", "h"}}},  // the path is not a text
       {"x://%FF/", {{"scheme", "x"}, {"path", "/"}}},
       {"x://%FF@h", {{"scheme", "x"}, {"host", "h"}, {"path", ""}}},
       {"x://h:99999999999999999999",

@@ -313,7 +313,7 @@ TEST_F(Share, WhatIsLeftOutOfAFolderIsTold) {
 
 TEST_F(Share, WhatCannotBeStagedDoesNotStopTheRest) {
   const std::string good = file("good.txt", "good");
-  const std::string noImage = file("no-image.png", "this is no image");
+  const std::string noImage = file("no-image.png", "this is not an image");
   const std::string pipe = things / "pipe";
   ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
   const Finished finished =

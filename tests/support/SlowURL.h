@@ -39,7 +39,7 @@ inline Value partsOf(const NSURL& url) {
   return Value(std::move(parts));
 }
 
-// The parts of a text, found by searching it over and over; absent where it is no URL.
+// The parts of a text, found by searching it over and over; absent where it is not a URL.
 inline Value slowParts(std::string_view given) {
   std::string text(given);
   for (std::size_t i = 0; i < text.size(); ++i) {

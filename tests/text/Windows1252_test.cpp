@@ -6,7 +6,7 @@ namespace korvane {
 namespace {
 
 TEST(Windows1252, EveryByte) {
-  // The bytes that are no Latin-1, in their order. A dot stands for one that is not assigned.
+  // The bytes that are not Latin-1, in their order. A dot stands for one that is not assigned.
   constexpr std::u32string_view kSpecials = U"€.‚ƒ„…†‡ˆ‰Š‹Œ.Ž..‘’“”•–—˜™š›œ.žŸ";
   ASSERT_EQ(kSpecials.size(), 32U);
   for (unsigned byte = 0; byte < 256; ++byte) {
