@@ -161,7 +161,7 @@ void HTMLWriter::startTag(const HTMLToken& token) {
   if (blocks_.back().rule->role == Role::line) {
     placeAside(*rule);
   } else if (rule->role == Role::item) {
-    startItem(*rule, kept);
+    startItem(*rule, kept, token.attributes);
   } else if (isTablePart(rule->role)) {
     startTablePart(*rule, kept);
   } else {
@@ -189,7 +189,8 @@ void HTMLWriter::startBlock(const HTMLRule& rule, const HTMLKeptAttributes& kept
   push(rule, kept);
 }
 
-void HTMLWriter::startItem(const HTMLRule& rule, const HTMLKeptAttributes& kept) {
+void HTMLWriter::startItem(const HTMLRule& rule, const HTMLKeptAttributes& kept,
+                           const std::vector<HTMLAttribute>& all) {
   for (std::size_t i = blocks_.size(); i-- > 0;) {
     const HTMLRule& open = *blocks_[i].rule;
     if (open.role == Role::list && (open.written == "dl") == isDefinition(rule)) {
@@ -199,7 +200,7 @@ void HTMLWriter::startItem(const HTMLRule& rule, const HTMLKeptAttributes& kept)
     if (open.role == Role::list || isBarrier(open.role)) break;
   }
   if (blocks_.back().rule == &strayItem()) pop();
-  startBlock(strayItem(), kept);
+  startBlock(strayItem(), keep(strayItem(), all));  // without what only items have
 }
 
 void HTMLWriter::startTablePart(const HTMLRule& rule, const HTMLKeptAttributes& kept) {

@@ -90,7 +90,8 @@ class HTMLWriter {
   void text(std::string_view text);
 
   void startBlock(const HTMLRule& rule, const HTMLKeptAttributes& kept);
-  void startItem(const HTMLRule& rule, const HTMLKeptAttributes& kept);
+  void startItem(const HTMLRule& rule, const HTMLKeptAttributes& kept,
+                 const std::vector<HTMLAttribute>& all);
   void startTablePart(const HTMLRule& rule, const HTMLKeptAttributes& kept);
   void startStyle(const HTMLRule& rule, HTMLKeptAttributes kept);
   void endStyle(std::size_t index);

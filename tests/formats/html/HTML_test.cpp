@@ -107,6 +107,7 @@ TEST(HTML, PutsElementsWhereTheyMayStand) {
        "<a href=\"http://a/\">x</a><a href=\"http://b/\">y</a>z", "xyz"},
       {"<ul>x</ul>", "<ul>\n<li>x</li>\n</ul>", "x"},
       {"<li>x<li>y", "<div>x</div>\n<div>y</div>", "x\ny"},
+      {"<li value=3 type=a dir=rtl>x", "<div dir=\"rtl\">x</div>", "x"},
       {"<table>x</table>", "<table>\n<tr>\n<td>x</td>\n</tr>\n</table>", "x"},
       {"<tr><td>x</td></tr>", "x", "x"},
       {"<h1><div>a</div><div>b</div></h1>", "<h1>a<br>\nb</h1>", "a\nb"},
