@@ -12,6 +12,8 @@
 #include <string>
 #include <vector>
 
+#include "support/Places.h"
+
 namespace {
 
 namespace fs = std::filesystem;
