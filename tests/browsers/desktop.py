@@ -11,7 +11,7 @@ import urllib.parse
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 HOST_NAME = 'it.drelk.korvane.share'
-LONGEST_WAIT = 60  # seconds; for machines with much else to do
+LONGEST_WAIT = 120  # seconds; for machines with much else to do
 
 
 def wait_for(what, condition):

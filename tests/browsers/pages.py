@@ -21,7 +21,7 @@ PAGES = {
     '/elsewhere': '''<!DOCTYPE html><title>Elsewhere</title>
 <img id="picture" src="http://127.0.0.1:OTHER/picture.png" width="80" height="80">''',
     '/large': '<!DOCTYPE html><title>Large</title><div id="p">' +
-              ''.join(f'<p>{i} tea and cake and tea and cake and tea</p>' for i in range(410000)) + '</div>',
+              ''.join(f'<p>{i} tea and cake{" and tea and cake" * 600}</p>' for i in range(2000)) + '</div>',
     '/hostile': '''<!DOCTYPE html><title>"&lt;script&gt;&#10;'$(id)`\u202e</title>
 <p id="p" onclick="alert(1)">Mind <a href="javascript:alert(1)">this</a><script>document.title += "\\ud800"</script>
 <a href="file:///etc/passwd">and that</a><img src="file:///etc/passwd"></p>
