@@ -23,9 +23,9 @@ class KORVANE_EXPORT NSWorkspace {
 
   /// Opens all URLs, in one request, with the application of the identifier; starts it where it
   /// does not run. `options` is one of the values above: without activation the application is not
-  /// brought to the front. Returns when the application has answered, or has not for so long that nobody
-  /// should wait any more. True when it took the request; false when there is no such application,
-  /// it refused or did not answer, or `urls` is empty.
+  /// brought to the front. Returns when the application has answered, or has not for so long that
+  /// nobody should wait any more. True when it took the request; false when there is no such
+  /// application, it refused or did not answer, or `urls` is empty.
   virtual bool openURLs(const std::vector<NSURL>& urls, std::string_view withAppBundleIdentifier,
                         unsigned options) = 0;
 };
