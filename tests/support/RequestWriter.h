@@ -50,6 +50,7 @@ inline std::string writeShareRequest(const ShareRequest& request) {
     for (const ShareRequest::Content& content : item.contents) {
       const bool isText = content.kind == ShareRequest::Content::Kind::text;
       json += field(isText ? "text" : "html", content.bytes) + ", ";
+      if (!content.baseUrl.empty()) json += field("baseUrl", content.baseUrl) + ", ";
     }
     if (item.title) json += field("title", *item.title) + ", ";
     json += "\"attachments\": [";
