@@ -159,7 +159,7 @@ ClientCommand sylpheed(const InstalledClient& client, const MailDraft& draft,
 
 std::string writeMessage(const MailDraft& draft, MailFileKind kind, const MessageFolder& folder,
                          LeftOutList& leftOut) {
-  const std::string path = folder.path + "/message.eml";
+  std::string path = folder.path + "/message.eml";
   const FileDescriptor file = createFile(path);
   writeMailFile(draft, kind, file.get(), leftOut);
   return path;

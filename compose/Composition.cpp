@@ -46,7 +46,7 @@ std::shared_ptr<ExtensionMessage> messageOf(const NSURL& url) {
 }
 
 std::string subjectOf(const ExtensionMessage& message, LeftOutList& leftOut) {
-  const std::string subject = oneLine(textOf(message.subject()));
+  std::string subject = oneLine(textOf(message.subject()));
   if (subject.size() <= kMaxSubject) return subject;
   leftOut.push_back({"the subject", "is cut: it is longer than mail clients take"});
   return oneLine(truncated(subject, kMaxSubject));

@@ -51,7 +51,7 @@ std::vector<std::string> programOf(const std::vector<std::string>& exec, std::st
 }
 
 std::string snapOf(GAppInfo* app, const std::vector<std::string>& exec) {
-  if (const std::string snap = keyOf(app, "X-SnapInstanceName"); !snap.empty()) return snap;
+  if (std::string snap = keyOf(app, "X-SnapInstanceName"); !snap.empty()) return snap;
   const auto found = std::ranges::find_if(
       exec, [](const std::string& word) { return word.find("/snap/bin/") != word.npos; });
   const std::string id = idOf(app);
@@ -128,8 +128,8 @@ bool isChosen(const std::string& id) {
   for (const std::string& folder : folders()) {
     for (const std::string& name : names) {
       const GPointer<GKeyFile> file(g_key_file_new());
-      if (!g_key_file_load_from_file(file.get(), (folder + "/" + name).c_str(), G_KEY_FILE_NONE,
-                                     nullptr)) {
+      const GPointer<char> path(g_build_filename(folder.c_str(), name.c_str(), nullptr));
+      if (!g_key_file_load_from_file(file.get(), path.get(), G_KEY_FILE_NONE, nullptr)) {
         continue;
       }
       const TextList chosen(

@@ -113,7 +113,7 @@ GObjectPointer<GMimeMessage> messageOf(const MailDraft& draft, MailFileKind kind
 }  // namespace
 
 std::string mimeTypeOf(const std::string& name, int file) {
-  const std::string unknown = "application/octet-stream";
+  constexpr const char* unknown = "application/octet-stream";
   std::array<guchar, kTypeSample> sample{};
   const ssize_t size = ::pread(file, sample.data(), sample.size(), 0);
   if (size <= 0) return unknown;
@@ -121,7 +121,7 @@ std::string mimeTypeOf(const std::string& name, int file) {
   const GPointer<char> guessed(
       g_content_type_guess(name.c_str(), sample.data(), static_cast<gsize>(size), &uncertain));
   const GPointer<char> mime(guessed ? g_content_type_get_mime_type(guessed.get()) : nullptr);
-  const std::string type = mime ? mime.get() : unknown;
+  std::string type = mime ? mime.get() : unknown;
   const std::size_t slash = type.find('/');
   const bool isType = slash != type.npos && slash > 0 && slash + 1 < type.size() &&
                       std::ranges::all_of(type, [](char c) {

@@ -65,7 +65,7 @@ std::string contentOf(std::string_view document, bool asBlock) {
     return {};
   }
   const std::string_view attributes = document.substr(tag + 5, open - tag - 5);
-  const std::string content(document.substr(open + 1, close - open - 1));
+  std::string content(document.substr(open + 1, close - open - 1));
   if (!asBlock) return content;
   return "<div" + std::string(attributes) + ">" + content + "</div>";
 }

@@ -86,8 +86,9 @@ bool isAddress(std::string_view address) {
 /// A name on one line. Readers see one space where several are.
 std::string withSingleSpaces(std::string_view name) {
   std::string text = oneLine(name);
-  const auto end = std::ranges::unique(text, [](char a, char b) { return a == ' ' && b == ' '; });
-  text.erase(end.begin(), end.end());
+  const auto end =
+      std::unique(text.begin(), text.end(), [](char a, char b) { return a == ' ' && b == ' '; });
+  text.erase(end, text.end());
   return text;
 }
 

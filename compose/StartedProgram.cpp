@@ -22,6 +22,7 @@ struct Free {
 std::optional<std::string> startProgram(const std::vector<std::string>& command,
                                         const Activation& activation) {
   std::vector<char*> arguments;
+  arguments.reserve(command.size() + 1);
   for (const std::string& argument : command) {
     arguments.push_back(const_cast<char*>(argument.c_str()));
   }

@@ -179,8 +179,7 @@ bool RunWatch::open(const std::vector<NSURL>& urls, std::string_view application
     std::lock_guard lock(mutex_);
     closed_ = true;
     changed_.notify_all();
-    launch_.emplace();
-    launch_->application = application;
+    launch_ = Launch{std::string(application), false};
   }
   bool accepted = true;
   if (hooks_.dryRun) {

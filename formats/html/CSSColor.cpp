@@ -443,19 +443,14 @@ double mixedHue(double from, double to, double share, std::string_view method) {
   from -= std::floor(from / 360) * 360;
   to -= std::floor(to / 360) * 360;
   const double way = to - from;
-  if (method == "increasing" && way < 0) {
-    to += 360;
-  } else if (method == "decreasing" && way > 0) {
-    from += 360;
-  } else if (method == "longer" && way > 0 && way < 180) {
-    from += 360;
-  } else if (method == "longer" && way > -180 && way <= 0) {
-    to += 360;
-  } else if (method == "shorter" && way > 180) {
-    from += 360;
-  } else if (method == "shorter" && way < -180) {
-    to += 360;
-  }
+  const bool isUpwards = (method == "increasing" && way < 0) ||
+                         (method == "longer" && way > -180 && way <= 0) ||
+                         (method == "shorter" && way < -180);
+  const bool isDownwards = (method == "decreasing" && way > 0) ||
+                           (method == "longer" && way > 0 && way < 180) ||
+                           (method == "shorter" && way > 180);
+  if (isUpwards) to += 360;
+  if (isDownwards) from += 360;
   return from + (to - from) * share;
 }
 

@@ -185,9 +185,8 @@ void keepWord(const HTMLAttribute& attribute, std::initializer_list<std::string_
 void keepListAttribute(const HTMLRule& rule, const HTMLAttribute& attribute, std::string& out) {
   constexpr int kMaxNumber = 1'000'000'000;
   const bool isNumbered = rule.written == "ol";
-  if (attribute.name == "start" && isNumbered) {
-    keepNumber(attribute, -kMaxNumber, kMaxNumber, out);
-  } else if (attribute.name == "value" && rule.written == "li") {
+  if ((attribute.name == "start" && isNumbered) ||
+      (attribute.name == "value" && rule.written == "li")) {
     keepNumber(attribute, -kMaxNumber, kMaxNumber, out);
   } else if (attribute.name == "reversed" && isNumbered) {
     out += " reversed=\"\"";
@@ -291,9 +290,8 @@ HTMLKeptAttributes keepAttributes(const HTMLRule& rule, const std::vector<HTMLAt
       style.add("background-color", value());
     } else if (name == "background") {
       if (!attribute.rawValue.empty()) style.add("background-image", "url()");
-    } else if (name == "color" && rule.name == "font") {
-      style.add("color", value());
-    } else if (name == "text" && rule.role == Role::body) {
+    } else if ((name == "color" && rule.name == "font") ||
+               (name == "text" && rule.role == Role::body)) {
       style.add("color", value());
     } else if (name == "face" && rule.name == "font") {
       style.add("font-family", value());
