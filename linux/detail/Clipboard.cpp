@@ -18,7 +18,7 @@ namespace {
 using Milliseconds = std::chrono::milliseconds;
 constexpr Milliseconds kMaxListing{5'000};
 constexpr Milliseconds kMaxReading{30'000};
-constexpr std::size_t kMaxTypeNames = 64 * 1024;
+constexpr std::size_t kMaxTypeNames = std::size_t{64} << 10;
 
 using Command = std::vector<std::string>;
 
@@ -50,7 +50,7 @@ std::optional<std::string> outputOf(const Command& command, std::size_t maxSize,
   const auto end = std::chrono::steady_clock::now() + maxTime;
   std::string output;
   bool isComplete = false;
-  std::array<char, 64 * 1024> piece{};
+  std::array<char, std::size_t{64} << 10> piece{};
   while (output.size() <= maxSize) {
     const auto left =
         std::chrono::duration_cast<Milliseconds>(end - std::chrono::steady_clock::now());

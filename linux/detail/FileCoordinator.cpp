@@ -163,7 +163,7 @@ bool isStillAt(const std::string& path, const FileDescriptor& file) {
 std::shared_ptr<FileDescriptor> lock(const std::string& path, const LockNames& names,
                                      SteadyClock::time_point deadline) {
   for (int attempt = 0; attempt < kMaximumReplacements; ++attempt) {
-    const auto file = std::make_shared<FileDescriptor>(openLockFile(path));
+    auto file = std::make_shared<FileDescriptor>(openLockFile(path));
     for (const std::string& name : names.shared) lockOneByte(file, name, F_RDLCK, path, deadline);
     for (const std::string& name : names.exclusive)
       lockOneByte(file, name, F_WRLCK, path, deadline);

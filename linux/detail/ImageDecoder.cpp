@@ -82,6 +82,7 @@ class SpawnPlan {
     std::vector<std::string> variables = environment();
     const auto pointers = [](std::vector<std::string>& texts) {
       std::vector<char*> list;
+      list.reserve(texts.size() + 1);
       for (std::string& text : texts) list.push_back(text.data());
       list.push_back(nullptr);
       return list;
@@ -257,7 +258,7 @@ std::shared_ptr<const Bitmap> ImageDecoder::decode(const NSData& encoded, std::s
 std::filesystem::path ImageDecoder::installedProgram() {
   std::error_code ignored;
   const auto running = std::filesystem::read_symlink("/proc/self/exe", ignored);
-  const auto beside = running.parent_path().parent_path() / "libexec" / "korvane" / kProgramName;
+  auto beside = running.parent_path().parent_path() / "libexec" / "korvane" / kProgramName;
   if (!running.empty() && access(beside.c_str(), X_OK) == 0) return beside;
   return KORVANE_LIBEXEC "/" + std::string(kProgramName);
 }
