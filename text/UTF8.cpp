@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "text/ASCII.h"
 #include "text/Blocks.h"
 
 namespace korvane {
@@ -36,6 +37,10 @@ bool isValidUTF8(std::string_view bytes) {
         bytes.remove_prefix(sizeof eight);
         continue;
       }
+    }
+    if (isASCII(bytes[0])) {
+      bytes.remove_prefix(1);
+      continue;
     }
     const UTF8Character character = firstUTF8Character(bytes);
     if (!character.isValid) return false;
