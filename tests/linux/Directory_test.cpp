@@ -178,6 +178,8 @@ TEST_F(Directory, ContactsAndGroupsInTheFilesOrder) {
     EXPECT_THAT(mailsOf(*directory.groups[0]->addresses()),
                 ElementsAre("z@a.example", "a@a.example", "m@a.example"));
     EXPECT_EQ(directory.groups[1]->prettyprint(), "Ants");
+    EXPECT_EQ(directory.dictionary().objectForKey("addresses").list().size(), 3U);
+    EXPECT_EQ(directory.dictionary().objectForKey("groups").list().size(), 2U);
   }
   EXPECT_THAT(log(), IsEmpty());
   EXPECT_EQ(coordinator_->calls[0], "file://" + path("Contacts") + " 1");

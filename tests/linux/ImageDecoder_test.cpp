@@ -8,6 +8,7 @@
 #include <fstream>
 #include <iterator>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <vector>
 
@@ -253,6 +254,10 @@ TEST_F(ImageDecoderTest, AKernelWithoutLandlockGivesTheSamePixels) {
   for (const char* name :
        {"corners.png", "corners-6.jpg", "corners.gif", "corners.tiff", "corners.bmp", "corners.ico",
         "corners.webp", "corners.svg", "text.svg", "corners.tga", "corners.ppm"}) {
+#ifdef __SANITIZE_THREAD__
+    // Without Landlock the thread sanitizer cannot look for the library of drawings, and stops.
+    if (std::string_view(name).ends_with(".svg")) continue;
+#endif
     const NSData data = file(name);
     std::string why;
     const auto expected = ImageDecoder{.patience = kPatience}.decode(data, why);
