@@ -10,7 +10,6 @@
 #include "platform/NSImage.h"
 #include "platform/NSLog.h"
 #include "platform/NSString.h"
-#include "platform/Platform.h"
 
 namespace korvane {
 namespace {
@@ -39,7 +38,7 @@ void guarded(std::string_view name, const Step& step) noexcept {
     } catch (...) {  // no memory for the line
       static constexpr std::string_view kLine =
           "[***ERROR***] GetItemForExtension not enough memory";
-      Platform::current()->log->write(kLine);
+      LogSink::installed()->write(kLine);
     }
   };
   try {

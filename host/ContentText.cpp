@@ -7,7 +7,6 @@
 
 #include "host/InputData.h"
 #include "platform/NSDataDetector.h"
-#include "platform/Platform.h"
 
 namespace korvane {
 namespace {
@@ -23,7 +22,7 @@ std::string documentOf(const NSAttributedString& text) {
 NSAttributedString linked(std::string_view text) {
   std::vector<NSAttributedString::Run> runs;
   std::size_t end = 0;
-  for (NSTextCheckingResult& link : Platform::current()->links->matchesInString(text)) {
+  for (NSTextCheckingResult& link : NSDataDetector::installed()->matchesInString(text)) {
     if (link.location > end) {
       runs.push_back({std::string(text.substr(end, link.location - end)), {}});
     }

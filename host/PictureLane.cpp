@@ -10,7 +10,7 @@
 #include <utility>
 
 #include "platform/Dispatch.h"
-#include "platform/Platform.h"
+#include "platform/NSImage.h"
 
 namespace korvane {
 namespace {
@@ -89,7 +89,7 @@ struct PictureLane::State : std::enable_shared_from_this<PictureLane::State> {
   }
 
   void prepare(Entry& entry) {
-    const auto images = Platform::current()->images;
+    const auto images = ImageCodec::installed();
     entry.picture.data = entry.read();
     const auto bitmap = images->decode(entry.picture.data.data(), &entry.why);
     if (!bitmap) return;
