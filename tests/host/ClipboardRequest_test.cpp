@@ -53,7 +53,7 @@ TEST_F(ClipboardRequestTest, FilesOfFileManagers) {
             {"x-special/gnome-copied-files", "copy\nfile:///home/ann/a%20b.txt\nsftp://host/c"}}),
       two);
   EXPECT_EQ(item({{"x-special/mate-copied-files",
-                   std::string("cut\nfile:///home/ann/a%20b.txt\nsftp://host/c\0", 55)}}),
+                   std::string("cut\nfile:///home/ann/a%20b.txt\nsftp://host/c") + '\0'}}),
             two);
   EXPECT_EQ(item({{"text/uri-list", "# a comment\r\nfile:///x"}}),
             (Item{{}, {}, {Link{"file:///x"}}}));
