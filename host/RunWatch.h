@@ -11,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+#include "host/Cancellation.h"
 #include "host/MissingThing.h"
 #include "platform/NSWorkspace.h"
 
@@ -20,6 +21,11 @@ namespace korvane {
 struct RunHooks {
   /// Gets lines for people while the run goes on; may be empty.
   std::function<void(const std::string& line)> tell{};
+  /// Gets what the run does just now, as a text for people, and how much of it is done: from 0 to
+  /// 1, less than 0 where that is not known. Any thread; may be empty.
+  std::function<void(const std::string& text, double part)> progress{};
+  /// Where given, it can end the run: nothing is opened then.
+  std::shared_ptr<Cancellation> cancellation{};
   /// Where given, nothing is opened: it gets what would have been, which counts as accepted.
   std::function<void(const std::vector<NSURL>& urls, std::string_view application,
                      unsigned options)>

@@ -1,0 +1,52 @@
+#pragma once
+
+#include <functional>
+#include <mutex>
+#include <utility>
+
+namespace korvane {
+
+/// Whether the person has asked for a share to be stopped: whoever shows a Cancel button calls
+/// cancel(), whoever works looks or is called. Any thread may call.
+class Cancellation {
+ public:
+  Cancellation() = default;
+  Cancellation(const Cancellation&) = delete;
+  Cancellation& operator=(const Cancellation&) = delete;
+
+  /// Counts once: what comes after the first call does nothing.
+  void cancel() {
+    std::function<void()> handler;
+    {
+      const std::lock_guard lock(mutex_);
+      if (std::exchange(cancelled_, true)) return;
+      handler = std::exchange(handler_, nullptr);
+    }
+    if (handler) handler();
+  }
+
+  bool isCancelled() const {
+    const std::lock_guard lock(mutex_);
+    return cancelled_;
+  }
+
+  /// Has `handler` called once, by the thread that cancels; at once where that has happened. There
+  /// is one handler: a later one takes the place of an earlier one, and an empty one takes it away.
+  void onCancel(std::function<void()> handler) {
+    {
+      const std::lock_guard lock(mutex_);
+      if (!cancelled_) {
+        handler_ = std::move(handler);
+        return;
+      }
+    }
+    if (handler) handler();
+  }
+
+ private:
+  mutable std::mutex mutex_;
+  std::function<void()> handler_;
+  bool cancelled_ = false;
+};
+
+}  // namespace korvane
