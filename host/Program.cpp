@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "host/InputError.h"
+#include "linux/detail/MessageCatalogue.h"
 #include "text/PrintableText.h"
 
 namespace korvane {
@@ -68,6 +69,7 @@ int runProgram(const CommandLine& line, int argc, char* argv[], const std::funct
     survive(SIGXFSZ);
     survive(SIGPIPE);
     std::setlocale(LC_ALL, "");
+    useMessageCatalogue();
     switch (parse(line, std::vector<std::string>(argv + (argc > 0 ? 1 : 0), argv + argc))) {
       case CommandLineWish::help:
         writeOut(helpText(line));

@@ -13,6 +13,7 @@
 #include "linux/detail/Images.h"
 #include "linux/detail/LowPriority.h"
 #include "linux/detail/MainBundle.h"
+#include "linux/detail/MessageCatalogue.h"
 #include "linux/detail/PropertyLists.h"
 #include "linux/detail/SystemLog.h"
 #include "linux/detail/Workspace.h"
@@ -20,6 +21,7 @@
 namespace korvane {
 
 Platform linuxPlatform(const LinuxOptions& options) {
+  useMessageCatalogue();
   Platform services;  // brings the system's clock and a thread pool
   const ContainerRoot container =
       options.container.empty() ? ContainerRoot() : ContainerRoot(std::optional(options.container));

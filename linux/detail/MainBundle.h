@@ -1,11 +1,10 @@
 #pragma once
 
-#include <locale.h>
-
 #include <filesystem>
 #include <string>
 #include <string_view>
 
+#include "linux/detail/MessageCatalogue.h"
 #include "platform/Export.h"
 #include "platform/NSBundle.h"
 
@@ -15,17 +14,13 @@ namespace korvane {
 /// catalogues `locale/…/korvane.mo` below a data folder, which is `../share` beside the program's
 /// own folder unless another is given. What is missing there is absent, not an error.
 ///
-/// The user's language is that of LC_ALL, else LC_MESSAGES, else LANG, with LANGUAGE before it;
-/// the locale need not be installed. Any thread may call.
+/// The user's language is that of MessageCatalogue. Any thread may call.
 class KORVANE_EXPORT MainBundle : public NSBundle {
  public:
   /// `bundleIdentifier` replaces that of the info dictionary unless it is empty. Make it before the
   /// first thread starts: it may have to put LANGUAGE into the environment.
   explicit MainBundle(std::string_view bundleIdentifier = {},
                       const std::filesystem::path& dataFolder = programDataFolder());
-  ~MainBundle() override;
-  MainBundle(const MainBundle&) = delete;
-  MainBundle& operator=(const MainBundle&) = delete;
 
   Value objectForInfoDictionaryKey(std::string_view key) override;
   /// Texts of other tables than the default one are not translated.
@@ -34,12 +29,9 @@ class KORVANE_EXPORT MainBundle : public NSBundle {
   /// True for "ShareViewController" alone, whose interface is empty.
   bool loadNibNamed(std::string_view name) override;
 
-  /// `../share` of the folder that holds the running program.
-  static std::filesystem::path programDataFolder();
-
  private:
   Value info_;
-  locale_t messages_;
+  const MessageCatalogue catalogue_;
 };
 
 }  // namespace korvane

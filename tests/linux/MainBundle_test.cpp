@@ -1,38 +1,20 @@
 #include "linux/detail/MainBundle.h"
 
 #include <gtest/gtest.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <cstdio>
-#include <cstdlib>
-#include <functional>
-#include <map>
 #include <string>
 #include <vector>
 
+#include "support/OtherEnvironment.h"
 #include "support/Places.h"
 
 namespace korvane {
 namespace {
 
-const std::filesystem::path kShare = std::filesystem::path(KORVANE_BINARY_DIR) / "share";
+using testing::withEnvironment;
 
-/// Runs a check in a process of its own, whose environment has these variables and no other that
-/// names a language: gettext remembers what it has looked up.
-void withEnvironment(const std::map<std::string, std::string>& variables,
-                     const std::function<bool()>& check) {
-  const pid_t child = fork();
-  ASSERT_GE(child, 0);
-  if (child == 0) {
-    for (const char* name : {"LC_ALL", "LC_MESSAGES", "LANG", "LANGUAGE"}) unsetenv(name);
-    for (const auto& [name, value] : variables) setenv(name.c_str(), value.c_str(), 1);
-    _exit(check() ? 0 : 1);
-  }
-  int status = 0;
-  ASSERT_EQ(waitpid(child, &status, 0), child);
-  EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
-}
+const std::filesystem::path kShare = std::filesystem::path(KORVANE_BINARY_DIR) / "share";
 
 bool translates(const std::vector<std::pair<std::string, std::string>>& expected) {
   MainBundle bundle({}, kShare);
@@ -64,11 +46,6 @@ TEST(MainBundle, WithoutAFileThereIsNoIdentifier) {
   MainBundle bundle({}, "/nonexistent");
   EXPECT_TRUE(bundle.objectForInfoDictionaryKey("CFBundleIdentifier").isAbsent());
   EXPECT_EQ(bundle.localizedStringForKey("No Mail"), "No Mail");
-}
-
-TEST(MainBundle, DataFolderIsBesideTheProgramsOwn) {
-  EXPECT_EQ(MainBundle::programDataFolder(),
-            std::filesystem::canonical("/proc/self/exe").parent_path().parent_path() / "share");
 }
 
 TEST(MainBundle, TextsAreTranslatedByTheRealCatalogues) {
