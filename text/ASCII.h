@@ -1,5 +1,8 @@
 #pragma once
 
+#include <array>
+#include <cstddef>
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -40,5 +43,28 @@ constexpr bool equalIgnoringCase(std::string_view a, std::string_view b) {
   }
   return true;
 }
+
+/// Some of the ASCII characters, put together when the program is compiled.
+class ASCIISet {
+ public:
+  // Not explicit, so that a literal names the set where it is asked for.
+  consteval ASCIISet(const char* characters) : ASCIISet(std::string_view(characters)) {}
+  consteval ASCIISet(std::string_view characters) {
+    for (const char c : characters) {
+      const auto code = static_cast<unsigned char>(c);
+      bits_.at(code / 64) |= std::uint64_t{1} << (code % 64);
+    }
+  }
+
+  constexpr bool holds(char c) const {
+    const auto code = static_cast<unsigned char>(c);
+    return code < 0x80 && (bits_[code / 64] >> (code % 64) & 1) != 0;
+  }
+
+ private:
+  std::array<std::uint64_t, 2> bits_{};
+};
+
+constexpr bool isOneOf(char c, ASCIISet characters) { return characters.holds(c); }
 
 }  // namespace korvane

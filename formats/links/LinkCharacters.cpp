@@ -10,6 +10,13 @@
 #include "text/UTF8.h"
 
 namespace korvane::links {
+namespace {
+
+// Legal in a path, query or fragment wherever they stand.
+constexpr ASCIISet kAlwaysLegal =
+    "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz-._~:/?[]@!$&'()*+,;=";
+
+}  // namespace
 
 Character wideCharacterAt(std::string_view text, std::size_t at) {
   const UTF8Character character = wideUTF8Character(text.substr(at));
@@ -98,8 +105,8 @@ bool isTrailingMark(char32_t scalar) {
          u_charType(static_cast<UChar32>(scalar)) == U_DASH_PUNCTUATION;
 }
 
-bool isWrittenWithoutSpaces(char32_t scalar) {
-  if (scalar < 0x80 || scalar > 0x10FFFF) return false;
+bool isWideWrittenWithoutSpaces(char32_t scalar) {
+  if (scalar > 0x10FFFF) return false;
   UErrorCode error = U_ZERO_ERROR;
   const UScriptCode script = uscript_getScript(static_cast<UChar32>(scalar), &error);
   return script == USCRIPT_HAN || script == USCRIPT_HIRAGANA || script == USCRIPT_KATAKANA ||
@@ -109,22 +116,23 @@ bool isWrittenWithoutSpaces(char32_t scalar) {
 
 void appendEncoded(std::string& url, std::string_view characters) {
   bool inFragment = false;
+  std::size_t done = 0;  // up to here they are added
   for (std::size_t at = 0; at < characters.size(); ++at) {
     const char c = characters[at];
-    bool legal = asciiLinkCharacters[static_cast<unsigned char>(c) & 0x7F] && isASCII(c) &&
-                 c != '{' && c != '|' && c != '}';
+    if (kAlwaysLegal.holds(c)) continue;
+    bool legal = false;
     if (c == '%') {
       legal = isPercentEscape(characters, at);
     } else if (c == '#') {
       legal = !inFragment;
       inFragment = true;
     }
-    if (legal) {
-      url += c;
-    } else {
-      appendPercentEscape(url, c);
-    }
+    if (legal) continue;
+    url += characters.substr(done, at - done);
+    appendPercentEscape(url, c);
+    done = at + 1;
   }
+  url += characters.substr(done);
 }
 
 }  // namespace korvane::links

@@ -39,9 +39,10 @@ inline constexpr auto asciiLinkCharacters = [] {
   return table;
 }();
 
-// What the two functions below say beyond ASCII.
+// What the functions below say beyond ASCII.
 bool isWideHostCharacter(char32_t scalar);
 bool isWideLinkCharacter(char32_t scalar);
+bool isWideWrittenWithoutSpaces(char32_t scalar);
 
 /// Whether a character may stand in a host's label: a letter, digit or mark of any script.
 inline bool isHostCharacter(char32_t scalar) {
@@ -73,7 +74,9 @@ bool isBullet(char32_t scalar);
 bool isTrailingMark(char32_t scalar);
 /// Whether a character belongs to a script whose words stand right before and behind a link: one
 /// without spaces between words, or with particles behind the words (Korean).
-bool isWrittenWithoutSpaces(char32_t scalar);
+inline bool isWrittenWithoutSpaces(char32_t scalar) {
+  return scalar >= 0x80 && isWideWrittenWithoutSpaces(scalar);
+}
 
 /// Adds the characters as a URL holds them: legal ones as they are, all others, a "%" without two
 /// hexadecimal digits and every "#" but the first percent-encoded. NSURL itself does so with square

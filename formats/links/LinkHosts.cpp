@@ -16,13 +16,13 @@ bool isPlainASCII(std::string_view text) { return std::all_of(text.begin(), text
 bool isValidHost(std::string_view host) {
   if (host.size() > kMaxHost) return false;
   std::size_t begin = 0;
-  while (true) {
-    const std::size_t end = std::min(host.find('.', begin), host.size());
-    if (end == begin || end - begin > kMaxHostLabel) return false;
-    if (host[begin] == '-' || host[end - 1] == '-') return false;
-    if (end == host.size()) return true;
-    begin = end + 1;
+  for (std::size_t at = 0; at <= host.size(); ++at) {
+    if (at < host.size() && host[at] != '.') continue;
+    if (at == begin || at - begin > kMaxHostLabel) return false;
+    if (host[begin] == '-' || host[at - 1] == '-') return false;
+    begin = at + 1;
   }
+  return true;
 }
 
 }  // namespace
@@ -43,6 +43,20 @@ bool isTopLevelDomain(std::string_view label) {
   if (!ascii || ascii->find('.') != std::string::npos) return false;
   return psl_is_public_suffix2(psl_builtin(), lowercase(*ascii).c_str(),
                                PSL_TYPE_ICANN | PSL_TYPE_NO_STAR_RULE) == 1;
+}
+
+bool TopLevelDomains::contains(std::string_view label) {
+  if (label.size() < 2 || isDigit(label[0])) return false;  // as most behind a dot are
+  std::uint64_t key = 0;
+  if (label.size() > sizeof key) return isTopLevelDomain(label);
+  for (const char c : label) {
+    if (!isAlphanumeric(c)) return isTopLevelDomain(label);
+    key = key << 8 | static_cast<unsigned char>(lowercase(c));
+  }
+  constexpr std::uint64_t kSpread = 0x9E3779B97F4A7C15;  // 2^64 through the golden ratio
+  Answer& answer = answers_[(key * kSpread) >> 58];
+  if (answer.label != key) answer = {key, isTopLevelDomain(label)};
+  return answer.isTopLevelDomain;
 }
 
 bool canBeTopLabel(std::string_view topLabel) {

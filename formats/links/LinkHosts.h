@@ -1,5 +1,7 @@
 #pragma once
 
+#include <array>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -12,6 +14,19 @@ namespace korvane::links {
 std::optional<std::string> asciiHost(std::string_view host);
 /// Whether a label, in any case and script, is a top-level domain.
 bool isTopLevelDomain(std::string_view label);
+/// The same, remembered for short labels in ASCII: to be asked costs more than all else of a short
+/// link, and one text has few endings. For one thread.
+class TopLevelDomains {
+ public:
+  bool contains(std::string_view label);
+
+ private:
+  struct Answer {
+    std::uint64_t label = 0;  // its characters in lower case
+    bool isTopLevelDomain = false;
+  };
+  std::array<Answer, 64> answers_{};
+};
 /// Whether a top label can be one: no number, and not a single letter.
 bool canBeTopLabel(std::string_view topLabel);
 

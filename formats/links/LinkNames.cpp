@@ -18,12 +18,8 @@ constexpr std::size_t kMaxWord = 32;
 
 // What may stand in a local part beside letters and digits. "/", "?", "!" and the like may as well,
 // but stand between an address and other text far more often.
-constexpr std::string_view kLocalPartPunctuation = "._+-%&'~=";
-constexpr std::string_view kUserInfoPunctuation = "-._~!$&*+;=:%";
-
-bool isOneOf(char c, std::string_view characters) {
-  return c != '\0' && characters.find(c) != std::string_view::npos;
-}
+constexpr ASCIISet kLocalPartPunctuation = "._+-%&'~=";
+constexpr ASCIISet kUserInfoPunctuation = "-._~!$&*+;=:%";
 
 bool isLocalPartCharacter(char32_t scalar) {
   return isHostCharacter(scalar) ||
@@ -61,8 +57,7 @@ bool isPunctuationReference(std::string_view text) {
 
 }  // namespace
 
-bool beginsAnotherLink(std::string_view text, std::size_t separator) {
-  if (separator >= text.size() || !isOneOf(text[separator], ",;|")) return false;
+bool beginsLinkBehind(std::string_view text, std::size_t separator) {
   const std::string_view rest = text.substr(separator + 1, 8);
   const std::size_t colon = rest.find(':');
   if (colon == std::string_view::npos || !text.substr(separator + 1 + colon).starts_with("://")) {
@@ -100,7 +95,7 @@ std::size_t LinkNames::labelBegin(std::size_t dot, std::size_t from) {
 bool LinkNames::goesOnBehindDot(std::size_t label, std::size_t dot, std::size_t next,
                                 bool isFirstLabel) {
   if (!isHostCharacterAt(next)) return false;
-  if (isFirstLabel || !isTopLevelDomain(slice(label, dot))) return true;
+  if (isFirstLabel || !topLevelDomains_.contains(slice(label, dot))) return true;
   std::size_t end = next;
   bool ascii = true;
   while (end < text_.size() && end - next <= 64) {
@@ -110,18 +105,25 @@ bool LinkNames::goesOnBehindDot(std::size_t label, std::size_t dot, std::size_t 
     ascii = ascii && character.scalar < 0x80;
     end += character.length;
   }
-  if (isTopLevelDomain(slice(next, end))) return true;
+  if (topLevelDomains_.contains(slice(next, end))) return true;
   return ascii && charAt(end) == '.' && isHostCharacterAt(end + 1);
+}
+
+std::size_t LinkNames::hostNameEnd(std::size_t begin) {
+  if (begin == nameBegin_) return nameEnd_;
+  nameBegin_ = begin;
+  nameEnd_ = readHostName(begin);
+  return nameEnd_;
 }
 
 /// A word of a script without spaces, or symbols, that follow a top-level domain are none of the
 /// name: "a.com" in Chinese text.
-std::size_t LinkNames::hostNameEnd(std::size_t begin) {
+std::size_t LinkNames::readHostName(std::size_t begin) {
   std::size_t label = begin;
   bool latin = true;  // the label so far
   std::size_t end = begin;
   const auto isCompleteName = [&] {
-    return latin && label > begin && end > label && isTopLevelDomain(slice(label, end));
+    return latin && label > begin && end > label && topLevelDomains_.contains(slice(label, end));
   };
   while (end < text_.size()) {
     const auto [scalar, length] = characterAt(text_, end);
@@ -249,7 +251,7 @@ bool LinkNames::endsCleanly(const Host& host, std::size_t portEnd) {
       if (end - portEnd == 1) return !isOneOf(next, "-_%@") && !(hasPort && isDigit(next));
       if (!isHostCharacterAt(end)) return true;
       // "a.example...and" goes on with a word; "a..example" is a name with a hole.
-      return end - portEnd > 2 || isTopLevelDomain(host.topLabel);
+      return end - portEnd > 2 || topLevelDomains_.contains(host.topLabel);
     }
     default:
       break;

@@ -6,6 +6,9 @@
 #include <string>
 #include <string_view>
 
+#include "formats/links/LinkHosts.h"
+#include "text/ASCII.h"
+
 namespace korvane::links {
 
 /// Reads the names of a text: hosts, ports, user information and the local parts of mail addresses.
@@ -57,6 +60,8 @@ class LinkNames {
   /// Where a run of characters ends of which nothing may become a link, since the whole is none.
   std::size_t refusedEnd(std::size_t begin, Until until);
 
+  /// As the function of this name in LinkHosts.h.
+  bool isTopLevelDomain(std::string_view label) { return topLevelDomains_.contains(label); }
   bool isHostCharacterAt(std::size_t at) const;
   char charAt(std::size_t at) const { return at < text_.size() ? text_[at] : '\0'; }
   /// How many characters were looked at.
@@ -68,14 +73,24 @@ class LinkNames {
   }
   char32_t scalarAt(std::size_t at) const;
   bool goesOnBehindDot(std::size_t label, std::size_t dot, std::size_t next, bool isFirstLabel);
+  std::size_t readHostName(std::size_t begin);
   std::size_t cutAtEqualsSign(std::size_t begin, std::size_t at, bool& refused) const;
 
   std::string_view text_;
+  TopLevelDomains topLevelDomains_;
+  // The name read last, which is asked for more than once.
+  std::size_t nameBegin_ = std::string_view::npos;
+  std::size_t nameEnd_ = 0;
   std::uint64_t steps_ = 0;
 };
 
+// The same as below, where there is such a character.
+bool beginsLinkBehind(std::string_view text, std::size_t separator);
 /// Whether at a position, behind "," or ";" or "|", a link with "//" begins that ends the one
 /// before it: ",http://".
-bool beginsAnotherLink(std::string_view text, std::size_t separator);
+inline bool beginsAnotherLink(std::string_view text, std::size_t separator) {
+  return separator < text.size() && isOneOf(text[separator], ",;|") &&
+         beginsLinkBehind(text, separator);
+}
 
 }  // namespace korvane::links

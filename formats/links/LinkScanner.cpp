@@ -16,15 +16,14 @@ constexpr std::size_t kMaxScheme = 32;
 constexpr std::size_t kMaxLocalPart = 64;  // RFC 5321, 4.5.3.1.1
 constexpr std::size_t kMaxRemotePath = 128;
 
+constexpr auto kCommonSchemes =
+    std::to_array<std::string_view>({"http", "https", "ftp", "file", "mailto", "tel", "korvane"});
+
 // What may stand in the local part behind "mailto:".
-constexpr std::string_view kLocalPartPunctuation = "._+-%&'~!$*=/^`{|}";
+constexpr ASCIISet kLocalPartPunctuation = "._+-%&'~!$*=/^`{|}";
 
 constexpr bool isSchemeCharacter(char c) {
   return isAlphanumeric(c) || c == '+' || c == '-' || c == '.';
-}
-
-bool isOneOf(char c, std::string_view characters) {
-  return c != '\0' && characters.find(c) != std::string_view::npos;
 }
 
 bool isSpaceOrTab(char c) { return c == ' ' || c == '\t'; }
@@ -42,6 +41,7 @@ bool isElision(std::string_view text, std::size_t apostrophe) {
 
 std::vector<NSTextCheckingResult> LinkScanner::links() {
   std::vector<NSTextCheckingResult> found;
+  for (Trigger& trigger : triggers_) seek(trigger, 0);
   std::size_t at = nextTrigger(0);
   while (at < text_.size()) {
     resume_ = at + 1;
@@ -69,11 +69,18 @@ std::vector<NSTextCheckingResult> LinkScanner::links() {
   return found;
 }
 
+void LinkScanner::seek(Trigger& trigger, std::size_t from) {
+  trigger.next = std::min(text_.find(trigger.character, from), text_.size());
+  steps_ += trigger.next - from + 1;
+}
+
 std::size_t LinkScanner::nextTrigger(std::size_t from) {
-  std::size_t at = from;
-  while (at < text_.size() && text_[at] != '.' && text_[at] != ':' && text_[at] != '@') ++at;
-  steps_ += at - from + 1;
-  return at;
+  std::size_t next = text_.size();
+  for (Trigger& trigger : triggers_) {
+    if (trigger.next < from) seek(trigger, from);
+    next = std::min(next, trigger.next);
+  }
+  return next;
 }
 
 /// Nothing of what stands at `from` becomes a link.
@@ -128,11 +135,11 @@ std::optional<std::size_t> LinkScanner::schemeBegin(std::size_t colon) {
     ++steps_;
   }
   // "see...http:": a common scheme behind punctuation that could be part of a longer one.
-  const std::string word = lowercase(slice(begin, colon));
-  for (const std::string_view known :
-       {"http", "https", "ftp", "file", "mailto", "tel", "korvane"}) {
-    if (!word.ends_with(known)) continue;
+  const std::string_view word = slice(begin, colon);
+  for (const std::string_view known : kCommonSchemes) {
+    if (word.size() < known.size()) continue;
     const std::size_t before = word.size() - known.size();
+    if (!equalIgnoringCase(word.substr(before), known)) continue;
     if (before == 0 || !isAlphanumeric(word[before - 1])) return colon - known.size();
   }
   while (begin < colon && !isLetter(text_[begin])) ++begin;
@@ -231,7 +238,7 @@ std::optional<LinkScanner::Link> LinkScanner::otherLink(std::size_t begin, std::
 /// lines and the spaces around them (RFC 3986, appendix C).
 std::optional<LinkScanner::Link> LinkScanner::linkInAngles(std::size_t begin, std::size_t colon) {
   std::size_t open = begin;
-  if (open >= from_ + 4 && lowercase(slice(open - 4, open)) == "url:") open -= 4;
+  if (open >= from_ + 4 && equalIgnoringCase(slice(open - 4, open), "url:")) open -= 4;
   const bool ascii = open > from_ && text_[open - 1] == '<';
   constexpr std::string_view kOpen = "\u2039";
   constexpr std::string_view kClose = "\u203A";
@@ -315,9 +322,10 @@ std::optional<LinkScanner::Link> LinkScanner::bareLink(std::size_t begin,
     const std::string_view path = slice(port, end);
     isLink = path.starts_with('/') &&
              (path.size() == 1 || (port != host.end ? isAlphanumeric(path[1]) : isLetter(path[1])));
-  } else if (lowercase(host.ascii.substr(0, 4)) == "www." && host.labels >= 3) {
+  } else if (equalIgnoringCase(std::string_view(host.ascii).substr(0, 4), "www.") &&
+             host.labels >= 3) {
     isLink = canBeTopLabel(host.topLabel);
-  } else if (isTopLevelDomain(host.topLabel)) {
+  } else if (names_.isTopLevelDomain(host.topLabel)) {
     const char before = begin > 0 ? text_[begin - 1] : ' ';
     const bool behindArrow = before == '>' && begin > 1 && text_[begin - 2] == '-';
     isLink = isBareDomain({host.ascii, host.topLabel, port != host.end, text_.substr(port, 256),

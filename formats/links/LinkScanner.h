@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -32,6 +33,11 @@ class LinkScanner {
     std::size_t end;
     std::string url;
   };
+  // A character of which every link holds one or another, and where the next one stands.
+  struct Trigger {
+    char character;
+    std::size_t next = 0;
+  };
 
   // What stands around a trigger, if it is a link. Where it is none, `resume_` is where to go on.
   std::optional<Link> atColon(std::size_t colon);
@@ -46,6 +52,7 @@ class LinkScanner {
   std::optional<Link> linkInAngles(std::size_t begin, std::size_t colon);
   std::optional<Link> bareLink(std::size_t begin, const LinkNames::Host& host);
 
+  void seek(Trigger& trigger, std::size_t from);
   std::size_t nextTrigger(std::size_t from);
   std::optional<std::size_t> schemeBegin(std::size_t colon);
   std::size_t tailEnd(std::size_t from, std::size_t linkBegin);
@@ -59,6 +66,7 @@ class LinkScanner {
   char charAt(std::size_t at) const { return at < text_.size() ? text_[at] : '\0'; }
 
   std::string_view text_;
+  std::array<Trigger, 3> triggers_{{{':'}, {'.'}, {'@'}}};
   LinkNames names_;
   LinkTail tail_;
   bool isWhole_ = false;    // the text is one link, with all that stands at its end

@@ -25,6 +25,17 @@ TEST(ASCII, EveryByte) {
   }
 }
 
+TEST(ASCII, Sets) {
+  constexpr std::string_view kSome = "\x01 @A`z~\x7F";
+  constexpr ASCIISet set = kSome;
+  for (int byte = 0; byte < 256; ++byte) {
+    const char c = static_cast<char>(byte);
+    EXPECT_EQ(isOneOf(c, set), kSome.find(c) != kSome.npos) << byte;
+    EXPECT_FALSE(isOneOf(c, "")) << byte;
+  }
+  EXPECT_FALSE(isOneOf('\0', "a"));  // the end of the literal is none of its characters
+}
+
 TEST(ASCII, Texts) {
   EXPECT_EQ(lowercase(std::string_view("HTML Ä \xC4[@`{")), "html Ä \xC4[@`{");
   EXPECT_EQ(lowercase(std::string_view("")), "");

@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace korvane::links {
 namespace {
@@ -32,6 +33,22 @@ TEST(LinkHosts, Endings) {
   }
   for (const std::string_view label : {"", "example", "txt", "co.uk", "3", "-", "local", "é"}) {
     EXPECT_FALSE(isTopLevelDomain(label)) << label;
+  }
+}
+
+// Asked twice, so that what is remembered is seen too; more labels than can be.
+TEST(LinkHosts, RememberedEndings) {
+  TopLevelDomains remembered;
+  std::vector<std::string> labels = {"",   "c",        "3",         "1a",         "com", "COM",
+                                     "рф", "xn--p1ai", "é",         "-",          "c-m", "co.uk",
+                                     "md", "museum",   "community", "foundation", "txt", "\xFF"};
+  for (char a = 'a'; a <= 'z'; ++a) {
+    for (char b = 'a'; b <= 'z'; ++b) labels.push_back({a, b});
+  }
+  for (int round = 0; round < 2; ++round) {
+    for (const std::string& label : labels) {
+      EXPECT_EQ(remembered.contains(label), isTopLevelDomain(label)) << label;
+    }
   }
 }
 
