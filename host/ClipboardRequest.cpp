@@ -88,12 +88,6 @@ std::optional<std::string> sourcePage(Offer& offer) {
   return isOnTheWeb ? page : std::nullopt;
 }
 
-void addSourcePage(Offer& offer, Item& item) {
-  if (auto page = sourcePage(offer)) {
-    item.attachments.push_back(ShareRequest::Link{std::move(*page)});
-  }
-}
-
 /// Whether there is anything to read in an HTML document: that of a picture alone has nothing.
 bool hasText(std::string_view html) {
   const auto styled = NSAttributedString::initWithHTML(NSData(html.begin(), html.end()));
@@ -114,8 +108,9 @@ bool hasText(std::string_view html) {
 bool addStyledText(Offer& offer, Item& item) {
   auto html = offer.read({"text/html"});
   if (!html || !hasText(*html)) return false;
-  item.contents.push_back({Kind::html, std::move(*html)});
-  addSourcePage(offer, item);
+  auto page = sourcePage(offer);
+  item.contents.push_back({Kind::html, std::move(*html), page.value_or("")});
+  if (page) item.attachments.push_back(ShareRequest::Link{std::move(*page)});
   return true;
 }
 
@@ -124,7 +119,9 @@ bool addPicture(Offer& offer, Item& item) {
                                    "image/gif", "image/svg+xml", "image/bmp", "image/x-bmp"});
   if (!picture) return false;
   item.attachments.push_back(ShareRequest::ImageData{NSData(picture->begin(), picture->end())});
-  addSourcePage(offer, item);
+  if (auto page = sourcePage(offer)) {
+    item.attachments.push_back(ShareRequest::Link{std::move(*page)});
+  }
   return true;
 }
 

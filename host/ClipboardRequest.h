@@ -9,7 +9,8 @@ namespace korvane {
 /// these counts:
 ///
 /// - files and folders, as file managers put them there (text/uri-list and their own types);
-/// - styled text, with a link to the page that it was copied from where the browser says which;
+/// - styled text, with a link to the page that it was copied from where the browser says which,
+///   which relative links in it are relative to;
 /// - a picture, with the link likewise;
 /// - plain text.
 ///

@@ -62,7 +62,7 @@ TEST_F(ClipboardRequestTest, FilesOfFileManagers) {
 TEST_F(ClipboardRequestTest, StyledTextComesWithItsPage) {
   const std::string html = "<meta charset='utf-8'><b>Tea</b>";
   const std::string wide("h\0t\0t\0p\0:\0/\0/\0e\0/\0", 18);
-  const Item withPage{{}, {{Kind::html, html}}, {Link{"http://e/"}}};
+  const Item withPage{{}, {{Kind::html, html, "http://e/"}}, {Link{"http://e/"}}};
   EXPECT_EQ(
       item({{"text/plain", "Tea"}, {"text/html", html}, {"chromium/x-source-url", "http://e/"}}),
       withPage);
