@@ -9,6 +9,7 @@
 #include "compose/Composition.h"
 #include "compose/Telling.h"
 #include "host/InputData.h"
+#include "host/Edition.h"
 #include "host/InputError.h"
 #include "host/JSONWriter.h"
 #include "host/Program.h"
@@ -116,9 +117,7 @@ that is not a message.
     // Before the platform takes them for launches of its own.
     const Activation activation{takeVariable("XDG_ACTIVATION_TOKEN"),
                                 takeVariable("DESKTOP_STARTUP_ID")};
-    LinuxOptions services;
-    services.bundleIdentifier = KORVANE_COMPOSE_EDITION;
-    Platform::install(linuxPlatform(services));
+    Platform::install(linuxPlatform(ownServices(KORVANE_COMPOSE_EDITION)));
     if (!options.service) return compose(options, activation);
     return runComposeService(KORVANE_COMPOSE_EDITION,
                              options.client.empty() ? std::nullopt : std::optional(options.client));

@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "host/BrowserMessage.h"
+#include "host/Edition.h"
 #include "host/InputError.h"
 #include "host/OutcomeReport.h"
 #include "host/Program.h"
@@ -21,7 +22,7 @@ namespace {
 
 ShareOutcome shareMessage() {
   ShareRequest request = requestOfBrowserMessage(readBrowserMessage(STDIN_FILENO));
-  Platform::install(watchedLinuxServices());
+  Platform::install(watchedLinuxServices(ownServices()));
   return runShare(std::move(request), {.container = ContainerRoot().path()});
 }
 

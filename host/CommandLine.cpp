@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "host/Edition.h"
 #include "host/InputError.h"
 
 #ifndef KORVANE_VERSION
@@ -110,11 +111,11 @@ std::string helpText(const CommandLine& line) {
   appendRow(text, kHelp, "print this text", width);
   appendRow(text, kVersion, "print the version", width);
   text += line.after;
-  return text;
+  return withOwnName(text, line.program);
 }
 
 std::string versionText(const CommandLine& line) {
-  return std::string(line.program).append(" " KORVANE_VERSION "\n");
+  return ownName(line.program).append(" " KORVANE_VERSION "\n");
 }
 
 std::function<void(std::string)> once(std::string_view option, std::string& text) {

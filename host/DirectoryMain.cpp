@@ -14,6 +14,7 @@
 
 #include "extension/ExtensionUtilities.h"
 #include "host/DirectoryReport.h"
+#include "host/Edition.h"
 #include "host/InputError.h"
 #include "host/Program.h"
 #include "linux/LinuxPlatform.h"
@@ -122,7 +123,7 @@ written; 2 for wrong usage.
           },
   };
   return runProgram(line, argc, argv, [&] {
-    Platform services = linuxPlatform({.bundleIdentifier = identifier});
+    Platform services = linuxPlatform(ownServices(identifier));
     services.fileCoordinator = std::make_shared<StrictCoordinator>(services.fileCoordinator);
     services.propertyLists = std::make_shared<StrictReader>(services.propertyLists);
     Platform::install(std::move(services));

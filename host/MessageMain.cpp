@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "host/InputData.h"
+#include "host/Edition.h"
 #include "host/InputError.h"
 #include "host/MessageReport.h"
 #include "host/Program.h"
@@ -107,7 +108,7 @@ that is not a URL of this kind.
           },
   };
   return runProgram(line, argc, argv, [&] {
-    Platform::install(linuxPlatform());
+    Platform::install(linuxPlatform(ownServices()));
     if (!url && ::isatty(STDIN_FILENO) != 0) throw InputError("no URL is given");
     const bool isInput = !url || *url == "-";
     return show(isInput ? readStandardInput() : *url, form.value_or(Form::text));

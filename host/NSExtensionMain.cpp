@@ -12,6 +12,7 @@
 
 #include "host/Arguments.h"
 #include "host/CommandLineRequest.h"
+#include "host/Edition.h"
 #include "host/InputError.h"
 #include "host/Interruption.h"
 #include "host/JSONWriter.h"
@@ -64,8 +65,7 @@ int tell(const ShareOutcome& outcome, const Arguments& arguments) noexcept {
 }
 
 ShareOutcome run(const Arguments& arguments) {
-  LinuxOptions services;
-  services.bundleIdentifier = arguments.identifier;
+  LinuxOptions services = ownServices(arguments.identifier);
   services.logToStandardError = arguments.verbose;
   Platform::install(watchedLinuxServices(std::move(services)));
 

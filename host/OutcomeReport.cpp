@@ -2,6 +2,7 @@
 
 #include <cstddef>
 
+#include "host/Edition.h"
 #include "host/JSONWriter.h"
 
 namespace korvane {
@@ -25,7 +26,7 @@ std::string nothingLine(const std::vector<MissingThing>& missing) {
 std::vector<std::string> outcomeLines(const ShareOutcome& outcome) {
   switch (outcome.status) {
     case ShareOutcome::Status::refused:
-      return {outcome.reason + " (see korvane-share --help)"};
+      return {outcome.reason + " (see " + ownName("korvane-share") + " --help)"};
     case ShareOutcome::Status::notOpened:
       return {"not handed over: " + outcome.reason};
     case ShareOutcome::Status::opened:

@@ -11,6 +11,7 @@
 #include <system_error>
 #include <vector>
 
+#include "host/Edition.h"
 #include "host/InputError.h"
 #include "linux/detail/MessageCatalogue.h"
 #include "text/PrintableText.h"
@@ -48,8 +49,7 @@ void survive(int signal) {
 
 int fail(std::string_view program, int status, std::string_view line) noexcept {
   try {
-    writeAll(STDERR_FILENO,
-             std::string(program) + ": " + printableText(line, LineBreaks::show) + "\n");
+    writeAll(STDERR_FILENO, ownName(program) + ": " + printableText(line, LineBreaks::show) + "\n");
   } catch (...) {  // no memory; the lines that tell of it are our own
     writeAll(STDERR_FILENO, program);
     writeAll(STDERR_FILENO, ": there is not enough memory\n");
@@ -83,7 +83,7 @@ int runProgram(const CommandLine& line, int argc, char* argv[], const std::funct
     return kDone;
   } catch (const InputError& error) {
     return fail(line.program, kUsage,
-                error.what() + std::string(" (see ").append(line.program).append(" --help)"));
+                error.what() + (" (see " + ownName(line.program) + " --help)"));
   } catch (const std::bad_alloc&) {
     return fail(line.program, kFailed, "there is not enough memory");
   } catch (const std::exception& error) {

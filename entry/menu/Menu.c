@@ -70,7 +70,7 @@ G_MODULE_EXPORT void FUNCTION(module_initialize)(GTypeModule* module) {
   static const GTypeInfo kType = {.class_size = sizeof(GObjectClass),
                                   .instance_size = sizeof(GObject)};
   static const GInterfaceInfo kInterface = {fill_interface, NULL, NULL};
-  provider_type = g_type_module_register_type(module, G_TYPE_OBJECT, "KorvaneShareMenu", &kType, 0);
+  provider_type = g_type_module_register_type(module, G_TYPE_OBJECT, KORVANE_MENU_TYPE, &kType, 0);
   g_type_module_add_interface(module, provider_type, PROVIDER, &kInterface);
 }
 

@@ -4,7 +4,7 @@
 #include <gio/gdesktopappinfo.h>
 #include <gio/gio.h>
 
-static const char kApplication[] = "korvane-share.desktop";
+static const char kApplication[] = "korvane-share" KORVANE_SUFFIX ".desktop";
 
 /// The application, NULL where it is not installed or the person has taken it away.
 static GDesktopAppInfo* find_application(void) {

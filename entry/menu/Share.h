@@ -14,9 +14,14 @@ typedef struct {
   char** uris;  ///< What it shares, ended by NULL.
 } KorvaneEntry;
 
+/// What ends this edition's names; two editions may be in one file manager.
+#ifndef KORVANE_SUFFIX
+#define KORVANE_SUFFIX ""
+#endif
+
 /// The identifier of the entry and its icon's name, for the file manager.
-#define KORVANE_ENTRY_NAME "KorvaneShare::send"
-#define KORVANE_ENTRY_ICON "mail-send"
+#define KORVANE_ENTRY_NAME "KorvaneShare" KORVANE_SUFFIX "::send"
+#define KORVANE_ENTRY_ICON "korvane-share" KORVANE_SUFFIX
 
 /// The entry for the chosen files, given as their URIs, which become the entry's. NULL where none
 /// is to be shown: nothing is chosen, something in the trash or one of the desktop's own places is,

@@ -44,7 +44,7 @@ G_MODULE_EXPORT void thunar_extension_initialize(ThunarxProviderPlugin* plugin) 
                                   .instance_size = sizeof(GObject)};
   static const GInterfaceInfo kInterface = {fill_interface, NULL, NULL};
   provider_type =
-      thunarx_provider_plugin_register_type(plugin, G_TYPE_OBJECT, "KorvaneShareMenu", &kType, 0);
+      thunarx_provider_plugin_register_type(plugin, G_TYPE_OBJECT, KORVANE_MENU_TYPE, &kType, 0);
   thunarx_provider_plugin_add_interface(plugin, provider_type, THUNARX_TYPE_MENU_PROVIDER,
                                         &kInterface);
 }

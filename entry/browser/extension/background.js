@@ -1,9 +1,9 @@
 // "Send by Mail" for web pages: gathers what the person chose and hands it to the native host, one
 // message for one share. The host answers when the mail client has been opened, or says why not.
+import {HOST, LABEL} from './edition.js';
 import {readLink, readPicture, readSelection} from './page.js';
 
 const api = globalThis.browser ?? globalThis.chrome;
-const HOST = 'it.drelk.korvane.share';
 // A browser ends the host when a message is longer than 64 MiB; the rest is for the JSON around.
 const MAX_MESSAGE = 60 * 1024 * 1024;
 const MAX_PICTURE = 44 * 1024 * 1024;
@@ -78,6 +78,7 @@ function shortened(message) {
 }
 
 const text = (name, ...substitutions) => api.i18n.getMessage(name, substitutions);
+const NAME = text('name') + LABEL;
 
 /** The line for the person, or '' where all went well. */
 function lineOf(outcome, leftOut) {
@@ -93,7 +94,7 @@ async function show(tab, badge, line) {
   try {
     await api.action.setBadgeBackgroundColor({color: '#c01c28', ...where});
     await api.action.setBadgeText({text: badge, ...where});
-    await api.action.setTitle({title: line ? `${text('name')}\n${line}` : text('name'), ...where});
+    await api.action.setTitle({title: line ? `${NAME}\n${line}` : NAME, ...where});
   } catch {
     // The tab is gone, and nobody looks at its button.
   }
@@ -120,7 +121,7 @@ async function share(tab, info) {
 
 async function makeMenu() {
   await api.contextMenus.removeAll();
-  api.contextMenus.create({id: 'share', title: text('name'),
+  api.contextMenus.create({id: 'share', title: NAME,
                            contexts: ['page', 'frame', 'selection', 'link', 'image']});
 }
 
