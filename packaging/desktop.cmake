@@ -19,4 +19,48 @@ function(korvane_manual page component)
   install(FILES ${CMAKE_BINARY_DIR}/share/man/${name}
     DESTINATION ${CMAKE_INSTALL_MANDIR}/man${section} COMPONENT ${component} ${more})
 endfunction()
-korvane_manual(korvane-share.1 share)
+
+# korvane_completions(PROGRAM COMPONENT WORDS [IDENTIFIER]...): what shells offer behind the program's
+# name: the words (FILES: files), and the identifiers for options that take one.
+function(korvane_completions program component WORDS)
+  korvane_named(PROGRAM ${program})
+  string(MAKE_C_IDENTIFIER ${PROGRAM} FUNCTION)
+  string(JOIN " " IDENTIFIERS ${ARGN})
+  set(folder ${CMAKE_BINARY_DIR}/share/completions)
+  configure_file(packaging/completions/program.bash.in ${folder}/bash/${PROGRAM} @ONLY)
+  configure_file(packaging/completions/program.zsh.in ${folder}/zsh/_${PROGRAM} @ONLY)
+  configure_file(packaging/completions/program.fish.in ${folder}/fish/${PROGRAM}.fish @ONLY)
+  if(component STREQUAL compose)
+    set(more EXCLUDE_FROM_ALL)
+  endif()
+  install(FILES ${folder}/bash/${PROGRAM} COMPONENT ${component} ${more}
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
+  # Debian's zsh looks into the folder of vendors alone, others into the common one.
+  install(FILES ${folder}/zsh/_${PROGRAM} COMPONENT ${component} ${more}
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/${KORVANE_ZSH_FOLDER})
+  install(FILES ${folder}/fish/${PROGRAM}.fish COMPONENT ${component} ${more}
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d)
+endfunction()
+
+set(zsh_folder site-functions)
+if(EXISTS /etc/debian_version)
+  set(zsh_folder vendor-completions)
+endif()
+set(KORVANE_ZSH_FOLDER ${zsh_folder} CACHE STRING "Where zsh looks for completions, below share/zsh")
+
+korvane_manual(korvane-share-request.5 share)
+foreach(program korvane-share korvane-directory korvane-message)
+  korvane_manual(${program}.1 share)
+endforeach()
+korvane_manual(korvane-browser.8 browser)
+set(identifiers ${korvane_editions})
+list(TRANSFORM identifiers APPEND .share)
+korvane_completions(korvane-share share FILES ${identifiers})
+korvane_completions(korvane-directory share "accounts contacts" ${identifiers})
+korvane_completions(korvane-message share "")
+# The professional edition has none of its own: packaging.cmake.
+if(KORVANE_EDITION STREQUAL KORVANE_CLIENT)
+  korvane_manual(korvane-compose.1 compose)
+  korvane_completions(korvane-compose compose "" thunderbird org.gnome.Evolution
+    org.kde.kmail2 claws-mail neomutt)
+endif()
