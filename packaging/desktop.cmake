@@ -64,3 +64,19 @@ if(KORVANE_EDITION STREQUAL KORVANE_CLIENT)
   korvane_completions(korvane-compose compose "" thunderbird org.gnome.Evolution
     org.kde.kmail2 claws-mail neomutt)
 endif()
+
+# What software centres show.
+set(metainfo ${CMAKE_BINARY_DIR}/share/metainfo/${KORVANE_EDITION}.share.metainfo.xml)
+set(template ${CMAKE_BINARY_DIR}/metainfo/korvane-share.metainfo.xml.in)
+korvane_fill(${PROJECT_SOURCE_DIR}/packaging/metainfo/korvane-share.metainfo.xml.in ${template})
+file(MAKE_DIRECTORY ${CMAKE_BINARY_DIR}/share/metainfo)
+set(label "")
+if(KORVANE_LABEL)
+  set(label COMMAND sed -E -i "s|^(  <name[^<]*)<|\\1${KORVANE_LABEL}<|" ${metainfo})
+endif()
+add_custom_command(OUTPUT ${metainfo}
+  COMMAND ${MSGFMT} --xml --template=${template} -d ${PROJECT_SOURCE_DIR}/po -o ${metainfo}
+  ${label}
+  DEPENDS ${template} ${PROJECT_SOURCE_DIR}/po/LINGUAS ${KORVANE_CATALOGUES} VERBATIM)
+add_custom_target(korvane_metainfo ALL DEPENDS ${metainfo})
+install(FILES ${metainfo} DESTINATION ${CMAKE_INSTALL_DATADIR}/metainfo COMPONENT share)
