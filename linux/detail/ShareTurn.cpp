@@ -140,6 +140,7 @@ ShareTurn::ShareTurn(const std::optional<std::string>& container, const std::str
   // Whatever lies there now was not handed over, or was taken.
   forgetHandOver();
   removeAbandonedFolders(folder_.substr(0, folder_.rfind('/')));
+  removeAbandonedFolders(path_.substr(0, path_.rfind('/') + 1));
 }
 
 ShareTurn::~ShareTurn() {

@@ -2,7 +2,10 @@
 
 #include <sys/random.h>
 
+#include <algorithm>
 #include <cstdint>
+
+#include "text/ASCII.h"
 
 namespace korvane {
 namespace {
@@ -23,7 +26,8 @@ std::string unfinishedName() {
 }
 
 bool isUnfinishedName(std::string_view name) {
-  return name.starts_with(kPrefix) && name.size() == kPrefix.size() + kDigitCount;
+  return name.starts_with(kPrefix) && name.size() == kPrefix.size() + kDigitCount &&
+         std::ranges::all_of(name.substr(kPrefix.size()), isHexDigit);
 }
 
 }  // namespace korvane
