@@ -14,8 +14,12 @@ void check(const Arguments& given) {
   if (!given.request.empty() && (!given.things.empty() || given.title)) {
     throw InputError("--request cannot be combined with items, --title, --text, --html or --image");
   }
-  if (given.clipboard && (!given.things.empty() || given.title || !given.request.empty())) {
+  const bool hasOthers = !given.things.empty() || given.title || !given.request.empty();
+  if (given.clipboard && (hasOthers || given.screenshot)) {
     throw InputError("--clipboard cannot be combined with anything else to share");
+  }
+  if (given.screenshot && hasOthers) {
+    throw InputError("--screenshot cannot be combined with anything else to share");
   }
   if (given.json && given.dryRun) throw InputError("--json cannot be combined with --dry-run");
   if (std::ranges::count_if(given.things, [](const Arguments::Thing& thing) {
@@ -62,6 +66,8 @@ CommandLine shareCommandLine(Arguments& arguments) {
                "what the clipboard holds: files, styled text with the page it\n"
                "comes from, a picture or a text",
                flag(arguments.clipboard)},
+              {"--screenshot", "", "a picture of the screen, chosen in the desktop's own dialogue",
+               flag(arguments.screenshot)},
               {"--identifier", "ID",
                "run as the extension with this bundle identifier (default:\n"
                "that of the installed info dictionary)",

@@ -31,6 +31,8 @@ struct Arguments {
   std::string request;
   /// What the clipboard holds is shared. Then there is nothing else.
   bool clipboard = false;
+  /// A picture of the screen is taken and shared. Then there is nothing else.
+  bool screenshot = false;
   /// The bundle identifier to run under; empty: that of the installed info dictionary.
   std::string identifier;
   bool dryRun = false;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <exception>
+#include <filesystem>
 #include <new>
 #include <optional>
 #include <string>
@@ -18,6 +19,7 @@
 #include "host/JSONWriter.h"
 #include "host/OutcomeReport.h"
 #include "host/Program.h"
+#include "host/ScreenshotRequest.h"
 #include "host/ShareRun.h"
 #include "host/WatchedServices.h"
 #include "linux/detail/ContainerRoot.h"
@@ -64,6 +66,13 @@ int tell(const ShareOutcome& outcome, const Arguments& arguments) noexcept {
   return isHandedOver(outcome) ? kDone : kFailed;
 }
 
+/// Where what is shared and has no place of its own lies meanwhile: beside the container.
+std::string privateParent() {
+  namespace fs = std::filesystem;
+  const auto container = ContainerRoot().path();
+  return container ? fs::path(*container).parent_path() : fs::temp_directory_path();
+}
+
 ShareOutcome run(const Arguments& arguments) {
   LinuxOptions services = ownServices(arguments.identifier);
   services.logToStandardError = arguments.verbose;
@@ -88,7 +97,11 @@ ShareOutcome run(const Arguments& arguments) {
     removeUnfinishedAttachments();
     removeUnfinishedAttachments();  // what was being written in the meantime
   });
-  ShareOutcome outcome = runShare(requestFromArguments(arguments), options);
+  // The person's choosing is under none of the share's limits.
+  std::optional<ScreenshotRequest> screenshot;
+  if (arguments.screenshot) screenshot.emplace(privateParent());
+  ShareOutcome outcome =
+      runShare(screenshot ? screenshot->request() : requestFromArguments(arguments), options);
   if (unwritten) {
     outcome.status = ShareOutcome::Status::notOpened;
     outcome.reason = *std::move(unwritten);

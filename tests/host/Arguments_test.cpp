@@ -69,6 +69,16 @@ TEST(Arguments, TheClipboardStandsAlone) {
   }
 }
 
+TEST(Arguments, ThePictureOfTheScreenStandsAlone) {
+  EXPECT_TRUE(parseArguments({"--screenshot", "--json"}).screenshot);
+  EXPECT_FALSE(parseArguments({}).screenshot);
+  for (const Words& words :
+       {Words{"--screenshot", "a.pdf"}, Words{"--text", "x", "--screenshot"},
+        Words{"--clipboard", "--screenshot"}, Words{"--request", "-", "--screenshot"}}) {
+    EXPECT_THROW(parseArguments(words), InputError) << words[0];
+  }
+}
+
 TEST(Arguments, NothingAfterTwoDashesIsAnOption) {
   EXPECT_THAT(parseArguments({"-v", "--", "--title", "-x", "--", "-"}).things,
               ElementsAre(Thing{Kind::item, "--title"}, Thing{Kind::item, "-x"},

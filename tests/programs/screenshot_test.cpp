@@ -1,0 +1,90 @@
+// korvane-share --screenshot with the desktop's own portal on a bus of the test's own.
+
+#include <gmock/gmock.h>
+
+#include <filesystem>
+#include <string>
+
+#include "linux/detail/UnfinishedNames.h"
+#include "model/ExtensionMessage.h"
+#include "tests/support/ScreenshotDesktop.h"
+
+#include "support/Places.h"
+
+namespace korvane {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::Finished;
+using ::testing::HasSubstr;
+using testing::kPortal;
+using ::testing::MatchesRegex;
+using testing::Person;
+using testing::readFile;
+using testing::ScreenshotBackend;
+using testing::ScreenshotDesktop;
+using testing::writeFile;
+
+class Screenshot : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    if (!fs::exists(kPortal)) GTEST_SKIP() << "xdg-desktop-portal is not installed";
+    desktop.set("LC_ALL", "C.UTF-8");
+    desktop.addService("it.drelk.korvane",
+                       KORVANE_BINARY_DIR "/bin/korvane-receiver --json --output " + received);
+    writeFile(taken, "a picture, or so");
+    desktop.startPortal();
+  }
+
+  Finished share() const {
+    return desktop.run({KORVANE_BINARY_DIR "/bin/korvane-share", "--json", "--screenshot"});
+  }
+
+  ScreenshotDesktop desktop;
+  const std::string received = desktop.folder / "received";
+  const fs::path taken = desktop.folder / "From the desktop.png";
+};
+
+TEST_F(Screenshot, IsSharedAsAFile) {
+  ScreenshotBackend backend(Person::takes,
+                            "file://" + desktop.folder.string() + "/From%20the%20desktop.png");
+  const Finished finished = share();
+  EXPECT_EQ(finished.status, 0) << finished.errors;
+  EXPECT_EQ(finished.output,
+            "{\"status\": \"opened\", \"application\": \"it.drelk.korvane\", \"missing\": []}\n");
+  const std::string line = readFile(received);
+  const std::size_t url = line.find("korvane://");
+  ASSERT_NE(url, line.npos) << line;
+  const auto message = ExtensionMessage::ExtensionMessageWithUrl(
+      NSURL::URLWithString(line.substr(url, line.find('"', url) - url)).value());
+  const List attachments = message->attachments().value_or(List());
+  ASSERT_EQ(attachments.size(), 1U);
+  const std::string path(attachments[0].text());
+  EXPECT_THAT(fs::path(path).filename().string(),
+              MatchesRegex("Screenshot [0-9]{4}-[0-9]{2}-[0-9]{2} [0-9]{2}-[0-9]{2}-[0-9]{2}.png"));
+  EXPECT_EQ(readFile(path), "a picture, or so");
+  EXPECT_TRUE(fs::exists(taken));
+  for (const auto& entry : fs::directory_iterator(desktop.folder / "data")) {
+    EXPECT_FALSE(isUnfinishedName(entry.path().filename().string())) << entry.path();
+  }
+}
+
+TEST_F(Screenshot, MayBeDeclined) {
+  ScreenshotBackend backend(Person::declines, "");
+  const Finished finished = share();
+  EXPECT_EQ(finished.status, 1);
+  EXPECT_EQ(finished.errors,
+            "korvane-share: not handed over: no picture of the screen was taken\n");
+  EXPECT_THAT(finished.output, HasSubstr("\"notOpened\""));
+  EXPECT_FALSE(fs::exists(received));
+}
+
+TEST_F(Screenshot, FileMayBeGone) {
+  ScreenshotBackend backend(Person::takes, "file:///no/picture.png");
+  const Finished finished = share();
+  EXPECT_EQ(finished.status, 1);
+  EXPECT_THAT(finished.errors, HasSubstr("the picture of the screen cannot be read"));
+}
+
+}  // namespace
+}  // namespace korvane
