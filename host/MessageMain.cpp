@@ -7,8 +7,8 @@
 #include <string_view>
 #include <utility>
 
-#include "host/InputData.h"
 #include "host/Edition.h"
+#include "host/InputData.h"
 #include "host/InputError.h"
 #include "host/MessageReport.h"
 #include "host/Program.h"

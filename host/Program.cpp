@@ -69,7 +69,7 @@ int runProgram(const CommandLine& line, int argc, char* argv[], const std::funct
     survive(SIGXFSZ);
     survive(SIGPIPE);
     std::setlocale(LC_ALL, "");
-    useMessageCatalogue();
+    useMessageCatalogue(ownServices().resources);
     switch (parse(line, std::vector<std::string>(argv + (argc > 0 ? 1 : 0), argv + argc))) {
       case CommandLineWish::help:
         writeOut(helpText(line));

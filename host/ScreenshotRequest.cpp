@@ -9,6 +9,7 @@
 
 #include "linux/detail/ScreenshotPortal.h"
 #include "platform/NSFileManager.h"
+#include "platform/detail/Translation.h"
 
 namespace korvane {
 namespace {
@@ -25,8 +26,8 @@ ScreenshotRequest::ScreenshotRequest(const std::string& parent) : taken_(taken()
   const std::string copy = folder_.path() + "/" + screenshotName(std::time(nullptr), taken_);
   std::optional<NSError> error;
   if (!NSFileManager::defaultManager()->copyItemAtPath(taken_, copy, error)) {
-    throw std::runtime_error("the picture of the screen cannot be read: " +
-                             (error ? error->localizedDescription : taken_));
+    throw std::runtime_error(translated("the picture of the screen cannot be read: {0}",
+                                        error ? error->localizedDescription : taken_));
   }
   request_.items.emplace_back().attachments.emplace_back(ShareRequest::File{copy});
 }

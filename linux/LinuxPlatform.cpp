@@ -21,13 +21,13 @@
 namespace korvane {
 
 Platform linuxPlatform(const LinuxOptions& options) {
-  useMessageCatalogue();
+  useMessageCatalogue(options.resources);
   Platform services;  // brings the system's clock and a thread pool
   const ContainerRoot container =
       options.container.empty() ? ContainerRoot() : ContainerRoot(std::optional(options.container));
   services.queue = std::make_shared<LowPriorityQueue>(std::move(services.queue));
-  services.bundle = std::make_shared<MainBundle>(
-      options.bundleIdentifier, MainBundle::programDataFolder() / options.resources);
+  services.bundle = std::make_shared<MainBundle>(options.bundleIdentifier,
+                                                 programDataFolder(options.resources));
   services.fileManager = std::make_shared<FileManager>(FileManagerOptions{.container = container});
   services.fileCoordinator = std::make_shared<FileCoordinator>(container);
   services.propertyLists = std::make_shared<PropertyLists>(container);

@@ -46,9 +46,9 @@ class UseLocale {
   locale_t before_;
 };
 
-const MessageCatalogue& programCatalogue() {
+const MessageCatalogue& programCatalogue(const std::string& resources = {}) {
   // Never destroyed: threads may still tell something while the process ends.
-  static const auto* const catalogue = new MessageCatalogue(programDataFolder());
+  static const auto* const catalogue = new MessageCatalogue(programDataFolder(resources));
   return *catalogue;
 }
 
@@ -71,21 +71,24 @@ const char* MessageCatalogue::translationOf(const char* one, const char* many,
   return many ? dngettext(kDomain, one, many, count) : dgettext(kDomain, one);
 }
 
-void useMessageCatalogue() {
-  programCatalogue();
+void useMessageCatalogue(const std::string& resources) {
+  programCatalogue(resources);
   setTranslator([](const char* one, const char* many, unsigned long count) {
     return programCatalogue().translationOf(one, many, count);
   });
 }
 
-std::filesystem::path programDataFolder() {
+std::filesystem::path programDataFolder(const std::string& resources) {
   std::error_code failure;
   const auto program = std::filesystem::read_symlink("/proc/self/exe", failure);
   const auto prefix = program.parent_path().parent_path();
-  for (const auto& folder : {prefix / "share", prefix.parent_path() / "share"}) {
+  const auto beside = [&](const std::filesystem::path& place) {
+    return resources.empty() ? place / "share" : place / "share" / resources;
+  };
+  for (const auto& folder : {beside(prefix), beside(prefix.parent_path())}) {
     if (std::filesystem::exists(folder / "korvane", failure)) return folder;
   }
-  return prefix / "share";
+  return beside(prefix);
 }
 
 }  // namespace korvane

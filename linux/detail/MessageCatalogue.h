@@ -3,6 +3,7 @@
 #include <locale.h>
 
 #include <filesystem>
+#include <string>
 
 #include "platform/Export.h"
 
@@ -31,11 +32,12 @@ class KORVANE_EXPORT MessageCatalogue {
 };
 
 /// Has every text of this process that goes through platform/detail/Translation.h translated by the
-/// catalogues beside the program. The first call counts; call it before the first thread starts.
-KORVANE_EXPORT void useMessageCatalogue();
+/// catalogues beside the program, in programDataFolder(). The first call counts; call it before the
+/// first thread starts.
+KORVANE_EXPORT void useMessageCatalogue(const std::string& resources = {});
 
-/// `../share` of the folder that holds the running program, or of the folder above it where the
-/// package's files are found there alone.
-KORVANE_EXPORT std::filesystem::path programDataFolder();
+/// The folder `resources` in `../share` of the folder that holds the running program, or of the
+/// folder above it where the package's files are found there alone. Empty: `../share` itself.
+KORVANE_EXPORT std::filesystem::path programDataFolder(const std::string& resources = {});
 
 }  // namespace korvane

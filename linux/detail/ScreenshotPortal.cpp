@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "linux/detail/GLibPointer.h"
+#include "platform/detail/Translation.h"
 
 namespace korvane {
 namespace {
@@ -72,8 +73,8 @@ std::string requestPath(GDBusConnection* connection, const std::string& token) {
   return "/org/freedesktop/portal/desktop/request/" + sender + "/" + token;
 }
 
-NoScreenshot failed(std::string reason) {
-  return {false, "there is no picture of the screen: " + std::move(reason)};
+NoScreenshot failed(const std::string& reason) {
+  return {false, translated("there is no picture of the screen: {0}", reason)};
 }
 
 }  // namespace
@@ -83,13 +84,13 @@ std::variant<std::string, NoScreenshot> takeScreenshot() {
   GErrorSlot error;
   const GPointer<char> address(
       g_dbus_address_get_for_bus_sync(G_BUS_TYPE_SESSION, nullptr, error.out()));
-  if (!address) return failed("the session bus cannot be found");
+  if (!address) return failed(translated("the session bus cannot be found"));
   const GObjectPointer<GDBusConnection> connection(g_dbus_connection_new_for_address_sync(
       address.get(),
       static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
                                         G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
       nullptr, nullptr, nullptr));
-  if (!connection) return failed("the session bus cannot be reached");
+  if (!connection) return failed(translated("the session bus cannot be reached"));
 
   Waiting waiting;
   const std::string token = "korvane" + std::to_string(::getpid());
@@ -109,15 +110,16 @@ std::variant<std::string, NoScreenshot> takeScreenshot() {
       g_dbus_connection_call_sync(connection.get(), kPortal, kObject, kInterface, "Screenshot",
                                   g_variant_new("(sa{sv})", "", &options), G_VARIANT_TYPE("(o)"),
                                   G_DBUS_CALL_FLAGS_NONE, kMaxCall, nullptr, error.out()));
-  if (!answer) return failed("the desktop has no portal for it (xdg-desktop-portal)");
+  if (!answer) return failed(translated("the desktop has no portal for it (xdg-desktop-portal)"));
 
   while (!waiting.isOver() && !g_dbus_connection_is_closed(connection.get())) {
     g_main_context_iteration(context.get(), TRUE);
   }
-  if (!waiting.response) return failed("the desktop's portal ended");
-  if (*waiting.response == 1) return NoScreenshot{true, "no picture of the screen was taken"};
+  if (!waiting.response) return failed(translated("the desktop's portal ended"));
+  if (*waiting.response == 1)
+    return NoScreenshot{true, translated("no picture of the screen was taken")};
   const GPointer<char> file(g_filename_from_uri(waiting.uri.c_str(), nullptr, nullptr));
-  if (*waiting.response != 0 || !file) return failed("the desktop could not take it");
+  if (*waiting.response != 0 || !file) return failed(translated("the desktop could not take it"));
   return std::string(file.get());
 }
 
