@@ -4,6 +4,7 @@
 
 #include "extension/ConstVars.h"
 #include "extension/ExtensionUtilities.h"
+#include "linux/detail/FetchFolder.h"
 #include "linux/detail/ShareTurn.h"
 #include "linux/detail/TakenAside.h"
 #include "linux/detail/UnfinishedNames.h"
@@ -86,6 +87,7 @@ ShareOutcome handOver(const std::shared_ptr<RunWatch>& run, const ShareOptions& 
 }
 
 void removeUnfinishedAttachments() {
+  FetchFolder::removeAll();
   const auto staging = stagingFolder();
   if (!staging) return;
   const auto files = NSFileManager::defaultManager();

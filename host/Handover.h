@@ -15,9 +15,11 @@ namespace korvane {
 struct ShareOptions {
   /// The container, as a path without "/" at its end: runs on it take turns. Absent: no turns.
   std::optional<std::string> container{};
-  /// Gives the local path of a remote file's URL, nothing where there is none. Any thread.
-  std::function<std::optional<std::string>(const std::string& url)> localPath =
-      localPathOfRemoteFile;
+  /// Fetches a remote file, on a thread of its own.
+  std::function<std::string(const std::string& url, const FetchRules& rules, const FetchStop& stop)>
+      fetch = fetchRemoteFile;
+  /// How long, in seconds, a fetch goes on though nothing comes.
+  double longestSilence = 30;
   /// What the person should know while the run goes on, and what a dry run does instead of opening.
   RunHooks hooks{};
 };
@@ -50,8 +52,9 @@ struct ShareOutcome {
 ShareOutcome handOver(const std::shared_ptr<RunWatch>& run, const ShareOptions& options,
                       const std::function<void()>& work);
 
-/// Removes from the staging folder what jobs that still run have begun to put there, half of a
-/// large file say, which would lie there until the next share.
+/// Removes what would lie there until the next share, as the process ends: from the staging folder
+/// what jobs that still run have begun to put there, half of a large file say, and what this
+/// process has fetched.
 void removeUnfinishedAttachments();
 
 }  // namespace korvane

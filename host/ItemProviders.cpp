@@ -10,7 +10,6 @@
 #include "host/MisreadPaths.h"
 #include "host/Paths.h"
 #include "host/URLText.h"
-#include "linux/detail/RemoteFiles.h"
 #include "platform/Dispatch.h"
 #include "platform/NSURL.h"
 
@@ -74,9 +73,6 @@ class Provider : public NSItemProvider {
           thing, [&] { handler(Value(NSURL::fileURLWithPath(found.path)), std::nullopt); });
     });
   }
-  static void inBackground(std::function<void()> job) {
-    dispatch_async(dispatch_get_global_queue(DISPATCH_QUEUE_PRIORITY_HIGH, 0), std::move(job));
-  }
 
  private:
   std::string type_;
@@ -106,26 +102,6 @@ class FileProvider : public Provider {
   }
 
   std::string path_;
-};
-
-/// A file that may have a local path; without one its URL is shared as a link.
-class RemoteFileProvider : public Provider {
- public:
-  RemoteFileProvider(NSURL url, std::shared_ptr<ShareLoads> loads, std::size_t thing)
-      : Provider(kUTTypeURL, std::move(loads), thing), url_(std::move(url)) {}
-
- private:
-  void load(LoadHandler handler) override {
-    inBackground([loads = loads(), thing = thing(), url = url_, handler = std::move(handler)] {
-      if (const auto path = loads->localPath(url.absoluteString())) {
-        deliverFile(loads, thing, *path, handler);
-      } else {
-        deliverLink(*loads, thing, url, handler);
-      }
-    });
-  }
-
-  NSURL url_;
 };
 
 /// A picture, made ready with those before and after it.
@@ -208,16 +184,20 @@ bool isActive(const NSURL& url) {
   });
 }
 
+Made makeForFetched(const FetchedFile& file, const std::string& url, const Loads& loads) {
+  if (!file.path.empty()) return makeForFile(file.path, url, loads);
+  const std::size_t thing = loads->run->add(url, file.reason);
+  return std::make_shared<FailingProvider>(kFileURL, file.reason, loads, thing);
+}
+
 Made makeForLink(const std::string& text, const Loads& loads) {
   if (schemeIs(text, "file")) return makeForFileURL(text, text, loads);
+  if (const auto file = loads->fetched(text)) return makeForFetched(*file, text, loads);
   const auto url = urlFromText(text);
   if (!url || !url->scheme() || isActive(*url)) return nullptr;
   if (url->isFileURL()) return makeForFileURL(url->absoluteString(), text, loads);
-  const std::size_t thing = loads->run->add(text, "there is not enough memory for it");
-  if (isRemoteFileScheme(schemeOf(url->absoluteString()))) {
-    return std::make_shared<RemoteFileProvider>(*url, loads, thing);
-  }
-  return std::make_shared<LinkProvider>(*url, loads, thing);
+  return std::make_shared<LinkProvider>(*url, loads,
+                                        loads->run->add(text, "there is not enough memory for it"));
 }
 
 Made makeForImage(std::string type, NSData data, const Loads& loads) {

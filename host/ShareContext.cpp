@@ -21,8 +21,8 @@ bool handsTitleOver(const NSExtensionItem& item) {
 
 ShareContext::ShareContext(
     ShareRequest request, std::shared_ptr<RunWatch> run,
-    std::function<std::optional<std::string>(const std::string& url)> localPath) {
-  const auto loads = std::make_shared<ShareLoads>(std::move(run), std::move(localPath));
+    std::function<std::optional<FetchedFile>(const std::string& url)> fetched) {
+  const auto loads = std::make_shared<ShareLoads>(std::move(run), std::move(fetched));
   items_.reserve(request.items.size());
   for (ShareRequest::Item& from : request.items) {
     NSExtensionItem item;

@@ -18,10 +18,11 @@ namespace korvane {
 class ShareContext : public NSExtensionContext {
  public:
   /// Makes the input items and tells `run` of the things attached; the Platform must be installed.
-  /// `localPath` finds the local path of a remote file's URL. What makeItemProvider makes no link
-  /// of joins its item's text, behind the title where no other link hands that over.
+  /// `fetched` gives what became of a remote file, and is not used afterwards. What
+  /// makeItemProvider makes no link of joins its item's text, behind the title where no other link
+  /// hands that over.
   ShareContext(ShareRequest request, std::shared_ptr<RunWatch> run,
-               std::function<std::optional<std::string>(const std::string& url)> localPath);
+               std::function<std::optional<FetchedFile>(const std::string& url)> fetched);
 
   const std::vector<NSExtensionItem>& inputItems() const override { return items_; }
   void completeRequestReturningItems(std::vector<NSExtensionItem> items,

@@ -3,6 +3,7 @@
 #include <memory>
 #include <utility>
 
+#include "host/FetchedFiles.h"
 #include "host/ShareContext.h"
 #include "share/ShareViewController.h"
 
@@ -10,13 +11,21 @@ namespace korvane {
 
 ShareOutcome runShare(ShareRequest request, const ShareOptions& options) {
   const auto run = std::make_shared<RunWatch>(options.hooks);
-  const auto context = std::make_shared<ShareContext>(std::move(request), run, options.localPath);
+  const FetchedFiles fetched(request, options, run);
+  const auto context = std::make_shared<ShareContext>(
+      std::move(request), run, [&fetched](const std::string& url) { return fetched.find(url); });
 
-  ShareOutcome outcome = handOver(run, options, [&] {
-    ShareViewController controller;
-    controller.setExtensionContext(context);
-    controller.loadViewIfNeeded();
-  });
+  ShareOutcome outcome;
+  if (options.hooks.cancellation && options.hooks.cancellation->isCancelled()) {
+    run->giveUp(kCancelled);
+    outcome = {.reason = kCancelled, .missing = run->missing(), .busy = run->isBusy()};
+  } else {
+    outcome = handOver(run, options, [&] {
+      ShareViewController controller;
+      controller.setExtensionContext(context);
+      controller.loadViewIfNeeded();
+    });
+  }
   if (context->hasText() && run->textFailed()) {
     outcome.missing.push_back({"the accompanying text", "there is not enough memory for it"});
   }

@@ -45,12 +45,12 @@ class ItemProviders : public ::testing::Test {
 
   testing::SharePlatform platform;
   testing::TemporaryFolder folder;
-  std::function<std::optional<std::string>(const std::string&)> localPath = [](const std::string&) {
+  std::function<std::optional<FetchedFile>(const std::string&)> fetched = [](const std::string&) {
     return std::nullopt;
   };
   std::shared_ptr<RunWatch> run = std::make_shared<RunWatch>();
   std::shared_ptr<ShareLoads> loads =
-      std::make_shared<ShareLoads>(run, [this](const std::string& url) { return localPath(url); });
+      std::make_shared<ShareLoads>(run, [this](const std::string& url) { return fetched(url); });
 };
 
 TEST_F(ItemProviders, ALinkIsAURL) {
@@ -110,30 +110,30 @@ TEST_F(ItemProviders, AFileOfAnotherMachineFails) {
   EXPECT_THAT(loaded.error->description(), HasSubstr("does not name a file of this machine"));
 }
 
-TEST_F(ItemProviders, ARemoteFileIsItsLocalFileOrALink) {
-  const std::string path = folder.file("x");
-  localPath = [&](const std::string& url) -> std::optional<std::string> {
-    if (url == "sftp://a.example/x%20y") return path;
+TEST_F(ItemProviders, ARemoteFileIsWhereItWasFetched) {
+  const std::string path = folder.file("x y");
+  fetched = [&](const std::string& url) -> std::optional<FetchedFile> {
+    if (url == "sftp://a.example/x y") return FetchedFile{.path = path};
+    if (url == "mtp://[usb:001,006]/x") return FetchedFile{.reason = "it is locked"};
     return std::nullopt;
   };
-  EXPECT_EQ(load(*make(ShareRequest::Link{"sftp://a.example/x y"}), kUTTypeURL)
-                .item.url()
-                .fileSystemRepresentation(),
-            path);
-  EXPECT_EQ(load(*make(ShareRequest::Link{"smb://a.example/none"}), kUTTypeURL)
-                .item.url()
-                .absoluteString(),
-            "smb://a.example/none");
-}
-
-TEST_F(ItemProviders, WebAddressesAreNeverLookedUp) {
-  localPath = [](const std::string&) -> std::optional<std::string> {
-    ADD_FAILURE();
-    return std::nullopt;
-  };
-  for (const char* url : {"http://a.example/", "https://a.example/", "mailto:a@b.example", "x:y"}) {
-    EXPECT_EQ(load(*make(ShareRequest::Link{url}), kUTTypeURL).item.url().absoluteString(), url);
+  for (const ShareRequest::Attachment& attachment : std::vector<ShareRequest::Attachment>{
+           ShareRequest::Link{"sftp://a.example/x y"},
+           ShareRequest::TypedText{"public.url", "sftp://a.example/x y"}}) {
+    const auto provider = make(attachment);
+    EXPECT_TRUE(provider->hasItemConformingToTypeIdentifier("public.file-url"));
+    EXPECT_EQ(load(*provider, kUTTypeURL).item.url().fileSystemRepresentation(), path);
   }
+  const Loaded failed = load(*make(ShareRequest::Link{"mtp://[usb:001,006]/x"}), kUTTypeURL);
+  ASSERT_TRUE(failed.error);
+  EXPECT_THAT(failed.error->description(), HasSubstr("it is locked"));
+  const MissingThing notCopied{"sftp://a.example/x y", "it could not be copied"};
+  EXPECT_THAT(run->missing(),
+              ::testing::ElementsAre(notCopied, notCopied,
+                                     MissingThing{"mtp://[usb:001,006]/x", "it is locked"}));
+  EXPECT_EQ(
+      load(*make(ShareRequest::Link{"ftp://a.example/x"}), kUTTypeURL).item.url().absoluteString(),
+      "ftp://a.example/x");
 }
 
 TEST_F(ItemProviders, AnImageFileIsItsBytes) {
@@ -250,8 +250,7 @@ TEST_F(ItemProviders, PicturesThatTakeTheirTimeHoldUpNoFile) {
         });
   }
   const std::string path = folder.file("contract.pdf", "four");
-  localPath = [&](const std::string&) { return path; };
-  make(ShareRequest::Link{"sftp://a.example/contract.pdf"})  // looked up, then a file
+  make(ShareRequest::File{path})
       ->loadItemForTypeIdentifier(kUTTypeURL, [&](const Value&, const auto&) {
         std::lock_guard lock(mutex);
         fileDone = true;

@@ -3,11 +3,15 @@
 #include <gmock/gmock.h>
 
 #include <condition_variable>
+#include <filesystem>
 #include <new>
+#include <thread>
 
+#include "host/FetchedFiles.h"
 #include "host/WatchedServices.h"
 #include "model/ExtensionMessage.h"
 #include "tests/support/FakeShare.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace korvane {
 namespace {
@@ -61,7 +65,7 @@ class ShareRun : public ::testing::Test {
   }
 
   testing::SharePlatform platform;
-  ShareOptions options{.localPath = [](const std::string&) { return std::nullopt; }};
+  ShareOptions options;
 };
 
 TEST_F(ShareRun, EndsAlsoWhenTheJobIsEndedByAnException) {
@@ -250,19 +254,79 @@ TEST_F(ShareRun, ATypeThatIsNeverTakenIsToldAtOnceAndWaitsTheWholeBudget) {
 
 TEST_F(ShareRun, ALoadThatOutlastsTheBudgetIsHarmless) {
   Gate gate;
-  options.localPath = [&](const std::string&) {
-    gate.wait();
-    return std::nullopt;
+  class Images : public testing::FakeImages {
+   public:
+    std::shared_ptr<const Bitmap> decode(const NSData& encoded, std::string* failure) override {
+      gate->wait();
+      return FakeImages::decode(encoded, failure);
+    }
+    Gate* gate = nullptr;
   };
+  const auto images = std::make_shared<Images>();
+  images->gate = &gate;
+  platform.services.images = images;
   const ShareOutcome outcome =
-      run({ShareRequest::Link{"sftp://a.example/x"}, ShareRequest::Link{"a:b"}});
+      run({ShareRequest::ImageData{{'p', 'i', 'c', 't', 'u', 'r', 'e', ' ', '1'}},
+           ShareRequest::Link{"a:b"}});
   EXPECT_TRUE(outcome.busy);
-  EXPECT_THAT(outcome.missing, ElementsAre(MissingThing{"sftp://a.example/x",
-                                                        "it was not ready within ten seconds"}));
+  EXPECT_THAT(outcome.missing,
+              ElementsAre(MissingThing{"picture 1", "it was not ready within ten seconds"}));
   EXPECT_FALSE(outcome.empty);
   EXPECT_THAT(platform.clock->sleeps(), SizeIs(101));
   gate.open();
   platform.waitUntilIdle();
+}
+
+TEST_F(ShareRun, ARemoteFileIsFetchedBeforeTheShareBegins) {
+  letLoadsTakeTime();
+  const testing::TemporaryFolder place;
+  options.container = place.path("container");
+  std::string fetchedTo;
+  bool isBegun = false;
+  platform.bundle->onLoadNib = [&](std::string_view) { isBegun = true; };
+  options.fetch = [&](const std::string& url, const FetchRules& rules, const FetchStop&) {
+    EXPECT_FALSE(isBegun);
+    if (url == "smb://a.example/none") throw FetchFailure("there is no such file");
+    if (url == "x:y") throw FetchFailure("it is a link", true);
+    fetchedTo = rules.folder + "/contract.pdf";
+    platform.files->add(fetchedTo, "PDF");
+    return fetchedTo;
+  };
+  const ShareOutcome outcome =
+      run({ShareRequest::Link{"sftp://a.example/q1"}, ShareRequest::Link{"smb://a.example/none"},
+           ShareRequest::Link{"x:y"}});
+  EXPECT_EQ(outcome.status, ShareOutcome::Status::opened);
+  EXPECT_THAT(outcome.missing,
+              ElementsAre(MissingThing{"smb://a.example/none", "there is no such file"}));
+  EXPECT_TRUE(fetchedTo.starts_with(place.path(".korvane-"))) << fetchedTo;
+  EXPECT_FALSE(std::filesystem::exists(std::filesystem::path(fetchedTo).parent_path()));
+  ASSERT_THAT(*message()->attachments(), SizeIs(1));
+  EXPECT_THAT(message()->attachments()->at(0).description(), ::testing::EndsWith("contract.pdf"));
+  EXPECT_THAT(*message()->htmlBody(),
+              ::testing::AllOf(HasSubstr("x:y"), ::testing::Not(HasSubstr("smb:")),
+                               ::testing::Not(HasSubstr("sftp:"))));
+}
+
+TEST_F(ShareRun, WhatIsCancelledWhileItIsFetchedIsNotOpened) {
+  const testing::TemporaryFolder place;
+  options.container = place.path("container");
+  options.hooks.cancellation = std::make_shared<Cancellation>();
+  options.fetch = [&](const std::string&, const FetchRules&, const FetchStop& stop) -> std::string {
+    options.hooks.cancellation->cancel();
+    while (!stop.isStopped()) std::this_thread::yield();
+    throw FetchFailure("it was stopped");
+  };
+  platform.clock->onSleep = [] { std::this_thread::yield(); };
+  const ShareOutcome outcome =
+      run({ShareRequest::Link{"sftp://a.example/x"}, ShareRequest::Link{"https://a.example/"}},
+          {{Content::Kind::text, "hello"}});
+  EXPECT_EQ(outcome.status, ShareOutcome::Status::notOpened);
+  EXPECT_EQ(outcome.reason, kCancelled);
+  EXPECT_THAT(outcome.missing, ElementsAre(MissingThing{"sftp://a.example/x", kCancelled},
+                                           MissingThing{"https://a.example/", kCancelled},
+                                           MissingThing{"the accompanying text", kCancelled}));
+  EXPECT_THAT(platform.workspace->requests(), SizeIs(0));
+  EXPECT_TRUE(platform.files->files().empty());
 }
 
 TEST_F(ShareRun, AFileThatIsCopiedTooLateIsTakenAwayAgain) {

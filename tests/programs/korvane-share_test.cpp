@@ -560,11 +560,17 @@ TEST_F(Share, FileURLsAreFiles) {
   EXPECT_THAT(attachments(finished.output), ElementsAre("a b.txt", "a b_1.txt", "c#d.txt"));
 }
 
-TEST_F(Share, ARemoteFileThatIsNotMountedIsALink) {
-  const Finished finished = share({"--dry-run", "sftp://a.example/x y", "smb://a.example/z"});
+TEST_F(Share, WithoutFileServicesARemoteFileIsToldAndIsNotALink) {
+  const Finished finished =
+      share({"--dry-run", "sftp://a.example/x y", "ftp://a.example/z", "https://a.example/"});
   EXPECT_EQ(finished.status, 0) << finished.errors;
-  EXPECT_THAT(body(finished.output), AllOf(HasSubstr("<a href=\"sftp://a.example/x%20y\">"),
-                                           HasSubstr("<a href=\"smb://a.example/z\">")));
+  EXPECT_THAT(body(finished.output),
+              AllOf(HasSubstr("<a href=\"ftp://a.example/z\">"),
+                    HasSubstr("<a href=\"https://a.example/\">"), Not(HasSubstr("sftp"))));
+  EXPECT_THAT(finished.errors, HasSubstr("sftp://a.example/x y is not in the message: "));
+  const Finished nothing = share({"--dry-run", "trash:///x"});
+  EXPECT_EQ(nothing.status, 1);
+  EXPECT_THAT(nothing.errors, HasSubstr("trash:///x: nothing here can read files of \"trash:\""));
 }
 
 TEST_F(Share, StandardInputIsToldByItsContent) {
