@@ -15,6 +15,7 @@
 #include "compose/MailtoURL.h"
 #include "linux/detail/FileDescriptor.h"
 #include "linux/detail/FileTree.h"
+#include "platform/detail/Translation.h"
 
 namespace korvane {
 namespace {
@@ -42,7 +43,9 @@ void writeText(const std::string& path, std::string_view text) {
 
 std::vector<std::string> require(std::optional<std::vector<std::string>> command,
                                  const InstalledClient& client) {
-  if (!command) throw std::runtime_error(client.name + " needs a terminal, and none is installed");
+  if (!command)
+    throw std::runtime_error(
+        translated("{0} needs a terminal, and none is installed", client.name));
   return *std::move(command);
 }
 
@@ -75,7 +78,8 @@ void addAttachments(Arguments& arguments, const MailDraft& draft, bool optionFor
   bool first = true;
   for (const TakenFile& file : draft.attachments) {
     if (!arguments.hasRoomFor(file.path)) {
-      leftOut.push_back({file.name, "is not attached: the mail client takes no more at once"});
+      leftOut.push_back(
+          {file.name, translated("is not attached: the mail client takes no more at once")});
       continue;
     }
     if (first || optionForEach) arguments.add("--attach");
@@ -90,7 +94,8 @@ std::string recipientsArgument(const std::vector<Mailbox>& mailboxes, LeftOutLis
   for (const Mailbox& mailbox : mailboxes) {
     const std::string one = mailboxText(mailbox);
     if (text.size() + one.size() + 64 > kMaxArgument) {
-      leftOut.push_back({one, "is not a recipient: the mail client takes no more at once"});
+      leftOut.push_back(
+          {one, translated("is not a recipient: the mail client takes no more at once")});
       continue;
     }
     if (!text.empty()) text += ", ";
@@ -116,7 +121,8 @@ ClientCommand kmail(const InstalledClient& client, const MailDraft& draft,
     if (arguments.hasRoomFor(text)) {
       arguments.add(text);
     } else {
-      leftOut.push_back({text, "is not a recipient: the mail client takes no more at once"});
+      leftOut.push_back(
+          {text, translated("is not a recipient: the mail client takes no more at once")});
     }
   }
   return {arguments.take(), std::nullopt};
@@ -147,8 +153,8 @@ ClientCommand clawsMail(const InstalledClient& client, const MailDraft& draft,
 ClientCommand sylpheed(const InstalledClient& client, const MailDraft& draft,
                        LeftOutList& leftOut) {
   for (const Mailbox& mailbox : draft.bcc) {
-    leftOut.push_back(
-        {mailboxText(mailbox), "is not a recipient: " + client.name + " takes no Bcc from here"});
+    leftOut.push_back({mailboxText(mailbox),
+                       translated("is not a recipient: {0} takes no Bcc from here", client.name)});
   }
   Arguments arguments(client.program);
   arguments.add("--compose");
@@ -167,8 +173,10 @@ std::string writeMessage(const MailDraft& draft, MailFileKind kind, const Messag
 
 ClientCommand mailto(const InstalledClient& client, const MailDraft& draft, LeftOutList& leftOut) {
   for (const TakenFile& file : draft.attachments) {
-    leftOut.push_back({file.name, "is not attached: " + client.name +
-                                      " takes no files from here; drag it in from the folder"});
+    leftOut.push_back(
+        {file.name,
+         translated("is not attached: {0} takes no files from here; drag it in from the folder",
+                    client.name)});
   }
   return {require(commandOfEntry(client, mailtoURL(draft, {}, leftOut)), client), std::nullopt,
           !draft.attachments.empty()};
@@ -184,8 +192,10 @@ ClientCommand mailtoAttached(const InstalledClient& client, const MailDraft& dra
     if (path) {
       form.attachments.push_back(*path);
     } else {
-      leftOut.push_back({file.name, "is not attached: " + client.name +
-                                        " cannot be given files; drag it in from the folder"});
+      leftOut.push_back(
+          {file.name,
+           translated("is not attached: {0} cannot be given files; drag it in from the folder",
+                      client.name)});
       hidden = true;
     }
   }

@@ -16,6 +16,7 @@
 #include "linux/LinuxPlatform.h"
 #include "platform/NSString.h"
 #include "platform/Platform.h"
+#include "platform/detail/Translation.h"
 
 namespace korvane {
 namespace {
@@ -60,7 +61,7 @@ std::string json(const Composition& composition, const ClientCommand& command) {
 int compose(const Options& options, const Activation& activation) try {
   const std::string text = *options.url == "-" ? readStandardInput() : *options.url;
   const auto url = NSURL::URLWithString(text);
-  if (!url) throw InputError("this is not a URL");
+  if (!url) throw InputError(translated("this is not a URL"));
   Composition composition(
       mailClientFor(options.client.empty() ? std::nullopt : std::optional(options.client)), url);
   const ClientCommand& command = composition.prepare();
@@ -80,37 +81,44 @@ int ComposeMain(int argc, char* argv[]) {
   Options options;
   const CommandLine line{
       .program = "korvane-compose",
-      .usage = {"[--client ID] [--dry-run] URL", "[--client ID] --service"},
-      .before = R"(Opens a compose window of the mail client that is installed, with the message of
-a command URL (korvane://compose?...). With "-", the URL is read from standard
-input.
-
-)",
+      .usage = {translatable("[--client ID] [--dry-run] URL"),
+                translatable("[--client ID] --service")},
+      .before = translatable(
+          "Opens a compose window of the mail client that is installed, with the message of\n"
+          "a command URL (korvane://compose?...). With \"-\", the URL is read from standard\n"
+          "input.\n\n"),
       .options =
           {
-              {"--client", "ID", "the mail client with this desktop entry, not the default one",
+              {"--client", translatable("ID"),
+               translatable("the mail client with this desktop entry, not the default one"),
                once("--client", options.client)},
-              {"--dry-run", "", "do everything but the opening, and print one line of JSON",
+              {"--dry-run", "",
+               translatable("do everything but the opening, and print one line of JSON"),
                flag(options.dryRun)},
-              {"--service", "", "answer on the session bus in the mail client's place",
+              {"--service", "",
+               translatable("answer on the session bus in the mail client's place"),
                flag(options.service)},
           },
-      .after = R"(
-Exit status: 0; 1 when there is no compose window; 2 for wrong usage or a URL
-that is not a message.
-)",
+      .after =
+          [] {
+            return translated(
+                "\nExit status: 0; 1 when there is no compose window; 2 for wrong usage or a URL\n"
+                "that is not a message.\n");
+          },
       .takeOther =
           [&](std::string given) {
-            if (options.url) throw InputError("more than one URL is given");
+            if (options.url) throw InputError(translated("more than one URL is given"));
             options.url = std::move(given);
           },
       .check =
           [&] {
-            if (options.service && options.url) throw InputError("--service takes no URL");
+            if (options.service && options.url)
+              throw InputError(translated("{0} takes no URL", "--service"));
             if (options.service && options.dryRun) {
-              throw InputError("--service and --dry-run exclude each other");
+              throw InputError(
+                  translated("{0} and {1} exclude each other", "--service", "--dry-run"));
             }
-            if (!options.service && !options.url) throw InputError("no URL is given");
+            if (!options.service && !options.url) throw InputError(translated("no URL is given"));
           },
   };
   return runProgram(line, argc, argv, [&] {

@@ -14,6 +14,7 @@
 #include "compose/Composition.h"
 #include "compose/Telling.h"
 #include "linux/detail/GLibPointer.h"
+#include "platform/detail/Translation.h"
 
 namespace korvane {
 namespace {
@@ -122,7 +123,7 @@ void Service::work(const std::vector<std::string>& uris, const Activation& activ
     if (uris.empty()) compositions.push_back(std::make_unique<Composition>(client, std::nullopt));
     for (const std::string& uri : uris) {
       const auto url = NSURL::URLWithString(uri);
-      if (!url) throw ComposeError(ComposeError::Kind::notCompose, "this is not a URL");
+      if (!url) throw ComposeError(ComposeError::Kind::notCompose, translated("this is not a URL"));
       compositions.push_back(std::make_unique<Composition>(client, url));
     }
   } catch (const ComposeError& error) {
@@ -153,7 +154,8 @@ void Service::work(const std::vector<std::string>& uris, const Activation& activ
 void Service::take(std::string_view method, GVariant* parameters,
                    GDBusMethodInvocation* invocation) {
   if (method == "ActivateAction") {
-    const ComposeError error(ComposeError::Kind::notCompose, "there are no actions here");
+    const ComposeError error(ComposeError::Kind::notCompose,
+                             translated("there are no actions here"));
     answer(invocation, &error);
     return;
   }
@@ -164,7 +166,8 @@ void Service::take(std::string_view method, GVariant* parameters,
     const GPointer<GVariant> array(g_variant_get_child_value(parameters, 0));
     uris = textsOf(array.get());
     if (uris.empty()) {
-      const ComposeError error(ComposeError::Kind::notCompose, "there is no URL to open");
+      const ComposeError error(ComposeError::Kind::notCompose,
+                               translated("there is no URL to open"));
       answer(invocation, &error);
       return;
     }
@@ -207,7 +210,8 @@ int Service::run() {
   const GObjectPointer<GDBusConnection> bus(
       g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, error.out()));
   if (!bus) {
-    tellFailure(ComposeError(ComposeError::Kind::failed, "no session bus: " + error.message()));
+    tellFailure(ComposeError(ComposeError::Kind::failed,
+                             translated("there is no session bus: {0}", error.message())));
     return 1;
   }
   const std::unique_ptr<GDBusNodeInfo, Free> node(
@@ -229,8 +233,8 @@ int Service::run() {
   constexpr guint32 kPrimaryOwner = 1;
   if (request("RequestName", g_variant_new("(su)", identifier_.c_str(), kDoNotQueue)) !=
       kPrimaryOwner) {
-    tellFailure(
-        ComposeError(ComposeError::Kind::failed, identifier_ + " is another program's already"));
+    tellFailure(ComposeError(ComposeError::Kind::failed,
+                             translated("{0} is another program's already", identifier_)));
     return 1;
   }
   waitForIdle();

@@ -14,6 +14,7 @@
 #include "linux/detail/FileTree.h"
 #include "model/ExtensionMessage.h"
 #include "platform/NSException.h"
+#include "platform/detail/Translation.h"
 #include "text/ASCII.h"
 #include "urlutils/RequestUtils.h"
 
@@ -31,16 +32,18 @@ std::string textOf(const Value& value) {
 
 std::shared_ptr<ExtensionMessage> messageOf(const NSURL& url) {
   if (!equalIgnoringCase(url.scheme().value_or(""), "korvane"))
-    throw ComposeError(Kind::notCompose, "this is not a korvane: URL");
+    throw ComposeError(Kind::notCompose, translated("this is not a korvane: URL"));
   if (url.host() != commandCompose) {
-    throw ComposeError(Kind::notCompose, "only messages are composed here; the command \"" +
-                                             oneLine(url.host().value_or("")) +
-                                             "\" needs the mail client itself");
+    throw ComposeError(
+        Kind::notCompose,
+        translated(
+            "only messages are composed here; the command \"{0}\" needs the mail client itself",
+            oneLine(url.host().value_or(""))));
   }
   try {
     (void)RequestUtils::URLQueryParameters(url.absoluteString());
   } catch (const NSException&) {
-    throw ComposeError(Kind::notCompose, "the URL's query cannot be decoded");
+    throw ComposeError(Kind::notCompose, translated("the URL's query cannot be decoded"));
   }
   return ExtensionMessage::ExtensionMessageWithUrl(url);
 }
@@ -48,7 +51,8 @@ std::shared_ptr<ExtensionMessage> messageOf(const NSURL& url) {
 std::string subjectOf(const ExtensionMessage& message, LeftOutList& leftOut) {
   std::string subject = oneLine(textOf(message.subject()));
   if (subject.size() <= kMaxSubject) return subject;
-  leftOut.push_back({"the subject", "is cut: it is longer than mail clients take"});
+  leftOut.push_back(
+      {translated("the subject"), translated("is cut: it is longer than mail clients take")});
   return oneLine(truncated(subject, kMaxSubject));
 }
 
@@ -65,8 +69,8 @@ InstalledClient mailClientFor(const std::optional<std::string>& id) {
   if (client) return *std::move(client);
   throw ComposeError(
       Kind::noMailClient,
-      id ? "no mail client " + oneLine(*id) + " is installed"
-         : std::string("no mail client is installed: no program opens mailto: links"));
+      id ? translated("no mail client {0} is installed", oneLine(*id))
+         : translated("no mail client is installed: no program opens mailto: links"));
 }
 
 Composition::Composition(InstalledClient client, const std::optional<NSURL>& url)
@@ -84,8 +88,9 @@ Composition::Composition(InstalledClient client, const std::optional<NSURL>& url
   draft_.bcc = mailboxesOf(message->bccString().value_or(""), leftOut_);
   for (const std::string& sender : {textOf(message->from()), textOf(message->account())}) {
     if (sender.empty()) continue;
-    leftOut_.push_back({oneLine(truncated(sender, kMaxSubject)),
-                        "is not chosen as the sender: the mail client uses its own default"});
+    leftOut_.push_back(
+        {oneLine(truncated(sender, kMaxSubject)),
+         translated("is not chosen as the sender: the mail client uses its own default")});
   }
   draft_.body =
       messageBody(message->htmlBody().value_or(""), message->plainBody().value_or(""), leftOut_);
@@ -93,8 +98,9 @@ Composition::Composition(InstalledClient client, const std::optional<NSURL>& url
   std::uint64_t size = 0;
   for (const TakenFile& file : draft_.attachments) size += file.size;
   if (size >= kManyServersRefuse) {
-    remarks_.push_back("The attachments are " + std::to_string(size / 1'000'000) +
-                       " MB; many mail servers refuse more than 25 MB.");
+    remarks_.push_back(
+        translated("The attachments are {0} MB; many mail servers refuse more than 25 MB.",
+                   std::to_string(size / 1'000'000)));
   }
 }
 
@@ -107,7 +113,7 @@ const ClientCommand& Composition::prepare() try {
   return command_;
 } catch (const FileFailure& failure) {
   throw ComposeError(Kind::failed,
-                     std::string("the message cannot be written: ") + std::strerror(failure.code));
+                     translated("the message cannot be written: {0}", std::strerror(failure.code)));
 } catch (const ComposeError&) {
   throw;
 } catch (const std::runtime_error& error) {
@@ -116,11 +122,13 @@ const ClientCommand& Composition::prepare() try {
 
 void Composition::open(const Activation& activation) {
   if (const auto failure = startProgram(command_.arguments, activation)) {
-    throw ComposeError(Kind::failed, client_.name + " cannot be started: " + *failure);
+    throw ComposeError(Kind::failed,
+                       translated("{0} cannot be started: {1}", client_.name, *failure));
   }
   if (command_.showFiles && !showInFileManager(draft_.attachments.front().path, activation)) {
-    remarks_.push_back("No file manager could be asked to show the files. They are in " +
-                       folder_.attachments());
+    remarks_.push_back(
+        translated("No file manager could be asked to show the files. They are in {0}",
+                   folder_.attachments()));
   }
 }
 

@@ -17,6 +17,7 @@
 #include "compose/MailText.h"
 #include "linux/detail/FileDescriptor.h"
 #include "linux/detail/FileTree.h"
+#include "platform/detail/Translation.h"
 
 namespace korvane {
 namespace {
@@ -55,7 +56,8 @@ class Zip {
   void finish() {
     check(archive_write_close(archive_.get()));
     if (unnamed_ > 0) {
-      leftOut_.push_back({name_, "lacks " + std::to_string(unnamed_) + " more for such reasons"});
+      leftOut_.push_back({name_, translatedCount("lacks {0} more for such a reason",
+                                                 "lacks {0} more for such reasons", unnamed_)});
     }
   }
 
@@ -72,7 +74,7 @@ class Zip {
       return;
     }
     ++named_;
-    leftOut_.push_back({path, "is not attached: " + reason});
+    leftOut_.push_back({path, translated("is not attached: {0}", reason)});
   }
 
   static std::string freeName(const std::string& name, std::set<std::string>& used) {
@@ -106,12 +108,12 @@ class Zip {
     const FileDescriptor found(::openat(folder, name.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
     struct stat status = {};
     if (!found || ::fstat(found.get(), &status) != 0) return leaveOut(path, std::strerror(errno));
-    if (S_ISLNK(status.st_mode)) return leaveOut(path, "it is a link");
+    if (S_ISLNK(status.st_mode)) return leaveOut(path, translated("it is a link"));
     if (!S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode)) {
-      return leaveOut(path, "it is neither a file nor a folder");
+      return leaveOut(path, translated("it is neither a file nor a folder"));
     }
     if (S_ISDIR(status.st_mode) && depth == kMaxDepth) {
-      return leaveOut(path, "it lies too deep inside folders");
+      return leaveOut(path, translated("it lies too deep inside folders"));
     }
     const std::string self = "/proc/self/fd/" + std::to_string(found.get());
     const FileDescriptor opened(::open(self.c_str(), O_RDONLY | O_NOCTTY | O_CLOEXEC));
@@ -131,7 +133,7 @@ class Zip {
       const ssize_t got = ::read(file, buffer_.data(), wanted);
       if (got < 0 && errno == EINTR) continue;
       if (got <= 0) {
-        leaveOut(path, got < 0 ? std::strerror(errno) : "it became shorter meanwhile");
+        leaveOut(path, got < 0 ? std::strerror(errno) : translated("it became shorter meanwhile"));
         break;
       }
       if (archive_write_data(archive_.get(), buffer_.data(), static_cast<std::size_t>(got)) < 0) {

@@ -14,6 +14,7 @@
 #include "linux/detail/FileDescriptor.h"
 #include "linux/detail/FileTree.h"
 #include "linux/detail/GLibPointer.h"
+#include "platform/detail/Translation.h"
 
 namespace korvane {
 namespace {
@@ -60,7 +61,7 @@ void setHeader(GMimeObject* object, const char* name, const std::string& value) 
 GObjectPointer<GMimePart> attachmentPart(const TakenFile& attachment, LeftOutList& leftOut) {
   FileDescriptor file(::open(attachment.path.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
   if (!file) {
-    leftOut.push_back({attachment.name, std::string("is not attached: ") + std::strerror(errno)});
+    leftOut.push_back({attachment.name, translated("is not attached: {0}", std::strerror(errno))});
     return nullptr;
   }
   const std::string type = mimeTypeOf(attachment.name, file.get());
@@ -141,7 +142,7 @@ void writeMailFile(const MailDraft& draft, MailFileKind kind, int file, LeftOutL
                                                              ? GMIME_NEWLINE_FORMAT_DOS
                                                              : GMIME_NEWLINE_FORMAT_UNIX);
   const int own = ::fcntl(file, F_DUPFD_CLOEXEC, 0);
-  if (own < 0) throw FileFailure{errno, "the message"};
+  if (own < 0) throw FileFailure{errno, translated("the message")};
   const GObjectPointer<GMimeStream> output(g_mime_stream_fs_new(own));
   const GObjectPointer<GMimeStream> buffered(
       g_mime_stream_buffer_new(output.get(), GMIME_STREAM_BUFFER_BLOCK_WRITE));
@@ -149,7 +150,7 @@ void writeMailFile(const MailDraft& draft, MailFileKind kind, int file, LeftOutL
   if (g_mime_object_write_to_stream(GMIME_OBJECT(message.get()), format.get(), buffered.get()) <
           0 ||
       g_mime_stream_flush(buffered.get()) != 0) {
-    throw FileFailure{errno != 0 ? errno : EIO, "the message"};
+    throw FileFailure{errno != 0 ? errno : EIO, translated("the message")};
   }
 }
 

@@ -7,6 +7,7 @@
 
 #include "compose/MailText.h"
 #include "linux/detail/GLibPointer.h"
+#include "platform/detail/Translation.h"
 #include "urlutils/RequestUtils.h"
 
 namespace korvane {
@@ -16,7 +17,6 @@ namespace {
 constexpr std::size_t kMaxRecipients = 40'000;
 // What a long text keeps where there are many attachments.
 constexpr std::size_t kTextReserve = 8'000;
-constexpr const char* kNoRoom = "the mail client takes no more at once";
 
 class Writer {
  public:
@@ -27,7 +27,9 @@ class Writer {
     for (const Mailbox& mailbox : mailboxes) {
       const std::string value = RequestUtils::URLEncodedString(mailboxText(mailbox));
       if (url_.size() + value.size() > kMaxRecipients) {
-        leftOut_.push_back({mailboxText(mailbox), std::string("is not a recipient: ") + kNoRoom});
+        leftOut_.push_back(
+            {mailboxText(mailbox),
+             translated("is not a recipient: the mail client takes no more at once")});
         continue;
       }
       if (!first) {
@@ -113,15 +115,17 @@ std::string mailtoURL(const MailDraft& draft, const MailtoForm& form, LeftOutLis
     needed += attached[fitting++].size() + 8;
   }
   for (std::size_t i = fitting; i < attached.size(); ++i) {
-    leftOut.push_back(
-        {mailFileName(form.attachments[i]), std::string("is not attached: ") + kNoRoom});
+    leftOut.push_back({mailFileName(form.attachments[i]),
+                       translated("is not attached: the mail client takes no more at once")});
   }
 
   bool whole = true;
   const std::string text =
       encodedBeginning(draft.body.plain, url.room() - std::min(url.room(), needed), whole);
   url.add("body", text);
-  if (!whole) leftOut.push_back({"the text", std::string("is cut: ") + kNoRoom});
+  if (!whole)
+    leftOut.push_back(
+        {translated("the text"), translated("is cut: the mail client takes no more at once")});
   for (std::size_t i = 0; i < fitting; ++i) url.add("attach", attached[i]);
   return url.take();
 }

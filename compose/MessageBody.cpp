@@ -9,6 +9,7 @@
 #include "platform/NSAttributedString.h"
 #include "platform/NSString.h"
 #include "platform/Platform.h"
+#include "platform/detail/Translation.h"
 #include "text/ASCII.h"
 #include "text/UTF8.h"
 
@@ -125,7 +126,8 @@ std::string withAddresses(std::string_view document) {
 std::string plainOf(const std::string& document, LeftOutList& leftOut) {
   const auto text = read(withAddresses(document));
   if (!text) {
-    leftOut.push_back({"the text", "is not in the plain part: there is not enough memory"});
+    leftOut.push_back({translated("the text"),
+                       translated("is not in the plain part: there is not enough memory")});
     return {};
   }
   return plainLines(replacingAll(text->text, kPicture, ""));
@@ -144,7 +146,8 @@ MessageBody messageBody(std::string_view html, std::string_view plain, LeftOutLi
   for (const Piece& piece : piecesOf(html)) {
     const auto sanitized = read(piece.html);
     if (!sanitized) {
-      leftOut.push_back({"the styled text", "is not in the message: it is too large"});
+      leftOut.push_back(
+          {translated("the styled text"), translated("is not in the message: it is too large")});
       continue;
     }
     std::string inside = contentOf(sanitized->html, piece.isDocument);

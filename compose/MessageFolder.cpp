@@ -11,6 +11,7 @@
 #include <system_error>
 
 #include "compose/MailText.h"
+#include "platform/detail/Translation.h"
 
 namespace korvane {
 namespace {
@@ -60,17 +61,17 @@ void removeOld(const std::string& parent) {
 std::optional<MessageFolder> makeMessageFolder(const InstalledClient& client, std::string& reason) {
   const std::string parent = parentFor(client);
   if (!parent.starts_with('/') || !isPlainPath(parent)) {
-    reason = "the folder for messages has a name that mail clients do not take";
+    reason = translated("the folder for messages has a name that mail clients do not take");
     return std::nullopt;
   }
   if (g_mkdir_with_parents(parent.c_str(), S_IRWXU) != 0 || ::chmod(parent.c_str(), S_IRWXU) != 0) {
-    reason = "the folder for messages cannot be made: " + std::string(std::strerror(errno));
+    reason = translated("the folder for messages cannot be made: {0}", std::strerror(errno));
     return std::nullopt;
   }
   removeOld(parent);
   MessageFolder folder{parent + "/" + std::string(kPrefix) + "XXXXXX"};
   if (!::mkdtemp(folder.path.data()) || ::mkdir(folder.attachments().c_str(), S_IRWXU) != 0) {
-    reason = "the folder for the message cannot be made: " + std::string(std::strerror(errno));
+    reason = translated("the folder for the message cannot be made: {0}", std::strerror(errno));
     return std::nullopt;
   }
   return folder;

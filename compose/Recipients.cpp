@@ -7,6 +7,7 @@
 #include "compose/MailText.h"
 #include "linux/detail/GLibPointer.h"
 #include "platform/NSString.h"
+#include "platform/detail/Translation.h"
 #include "text/ASCII.h"
 
 namespace korvane {
@@ -124,7 +125,7 @@ std::vector<Mailbox> mailboxesOf(std::string_view text, LeftOutList& leftOut) {
       mailboxes.push_back(*std::move(mailbox));
     } else {
       leftOut.push_back({oneLine(truncated(trimmed, kMaxSubject)),
-                         "is not a recipient: it is not one mail address"});
+                         translated("is not a recipient: it is not one mail address")});
     }
   }
   return mailboxes;

@@ -19,23 +19,26 @@
 #include "linux/detail/FileDescriptor.h"
 #include "platform/NSFileCoordinator.h"
 #include "platform/NSString.h"
+#include "platform/detail/Translation.h"
 
 namespace korvane {
 namespace {
 
 constexpr const char* kStagingService = "Share";
 
-std::string notAttached(const std::string& reason) { return "is not attached: " + reason; }
+std::string notAttached(const std::string& reason) {
+  return translated("is not attached: {0}", reason);
+}
 
 std::string reasonOf(int code) {
   switch (code) {
     case ENOENT:
     case ENOTDIR:
-      return "it is not there any more";
+      return translated("it is not there any more");
     case ELOOP:
-      return "it is behind a link";
+      return translated("it is behind a link");
     case EXDEV:
-      return "it is not a file of this share";
+      return translated("it is not a file of this share");
     default:
       return std::strerror(code);
   }
@@ -69,7 +72,7 @@ class Taking {
     OpenedItem item;
     if (!found || ::fstat(found.get(), &item.status) != 0) return leaveOut(path, reasonOf(errno));
     if (!S_ISREG(item.status.st_mode) && !S_ISDIR(item.status.st_mode)) {
-      return leaveOut(path, "it is neither a file nor a folder");
+      return leaveOut(path, translated("it is neither a file nor a folder"));
     }
     // The very item that was looked at, whatever has its name by now.
     const std::string self = "/proc/self/fd/" + std::to_string(found.get());
@@ -143,7 +146,7 @@ std::vector<TakenFile> takeStagedFiles(const std::vector<std::string>& paths,
     for (const std::string& path : paths) leftOut.push_back({path, notAttached(reason)});
   };
   if (!staging || !container.path()) {
-    leaveAllOut("there is no folder for the files of a share");
+    leaveAllOut(translated("there is no folder for the files of a share"));
     return {};
   }
 
@@ -160,7 +163,7 @@ std::vector<TakenFile> takeStagedFiles(const std::vector<std::string>& paths,
         for (const std::string& path : paths) {
           const auto relative = path.starts_with('/') ? container.relativePath(path) : std::nullopt;
           if (!relative || !relative->starts_with(*staging + "/")) {
-            leftOut.push_back({path, notAttached("it is not a file of this share")});
+            leftOut.push_back({path, notAttached(translated("it is not a file of this share"))});
           } else if (!opened) {
             leftOut.push_back({path, notAttached(reasonOf(code))});
           } else {

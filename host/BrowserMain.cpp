@@ -16,6 +16,7 @@
 #include "host/ShareRun.h"
 #include "host/WatchedServices.h"
 #include "linux/detail/ContainerRoot.h"
+#include "platform/detail/Translation.h"
 
 namespace korvane {
 namespace {
@@ -36,7 +37,7 @@ ShareOutcome outcomeOfMessage() {
   } catch (const InputError& error) {
     return failure(ShareOutcome::Status::refused, error.what());
   } catch (const std::bad_alloc&) {
-    return failure(ShareOutcome::Status::notOpened, "there is not enough memory");
+    return failure(ShareOutcome::Status::notOpened, translated("there is not enough memory"));
   } catch (const std::exception& error) {
     return failure(ShareOutcome::Status::notOpened, error.what());
   }
@@ -60,12 +61,12 @@ std::string answerFor(ShareOutcome& outcome) {
 int BrowserMain(int argc, char* argv[]) {
   const CommandLine line{
       .program = "korvane-browser",
-      .usage = {"EXTENSION..."},
-      .before = R"(Started by a browser for its extension: takes one message from standard input,
-shares what it holds and answers on standard output.
-)",
+      .usage = {translatable("EXTENSION...")},
+      .before = translatable(
+          "Started by a browser for its extension: takes one message from standard input,\n"
+          "shares what it holds and answers on standard output.\n"),
       .options = {},
-      .after = "",
+      .after = {},
       .takeOther = [](const std::string&) {},
   };
   return runProgram(line, argc, argv, [] {

@@ -14,6 +14,7 @@
 
 #include "host/InputError.h"
 #include "host/URLText.h"
+#include "platform/detail/Translation.h"
 #include "text/Base64.h"
 
 namespace korvane {
@@ -32,8 +33,8 @@ std::string readUpTo(int file, std::size_t size) {
     bytes.resize(had + static_cast<std::size_t>(std::max<ssize_t>(got, 0)));
     if (got == 0) break;
     if (got < 0 && errno != EINTR) {
-      throw InputError(std::string("the browser's message cannot be read: ") +
-                       std::strerror(errno));
+      throw InputError(
+          translated("the browser's message cannot be read: {0}", std::strerror(errno)));
     }
   }
   return bytes;
@@ -67,9 +68,10 @@ class FieldReader final : public nlohmann::json_sax<Json> {
 
   bool key(string_t& name) override {
     key_ = static_cast<std::size_t>(std::find(kKeys.begin(), kKeys.end(), name) - kKeys.begin());
-    if (key_ == kKeys.size()) throw InputError("the browser's message has a key that is not known");
+    if (key_ == kKeys.size())
+      throw InputError(translated("the browser's message has a key that is not known"));
     if (fields_[key_]) {
-      throw InputError("the browser's message gives \"" + std::string(kKeys[key_]) + "\" twice");
+      throw InputError(translated("the browser's message gives \"{0}\" twice", kKeys[key_]));
     }
     return true;
   }
@@ -82,14 +84,14 @@ class FieldReader final : public nlohmann::json_sax<Json> {
 
   bool parse_error(std::size_t position, const std::string&,
                    const nlohmann::detail::exception&) override {
-    throw InputError("the browser's message is not JSON at byte " + std::to_string(position));
+    throw InputError(
+        translated("the browser's message is not JSON at byte {0}", std::to_string(position)));
   }
 
  private:
   bool refuse() const {
-    if (!inside_) throw InputError("the browser's message must be an object");
-    throw InputError("the browser's message must have a text for \"" + std::string(kKeys[key_]) +
-                     '"');
+    if (!inside_) throw InputError(translated("the browser's message must be an object"));
+    throw InputError(translated("the browser's message must have a text for \"{0}\"", kKeys[key_]));
   }
 
   Fields fields_;
@@ -108,13 +110,13 @@ bool isWebAddress(std::string_view url) {
 std::string readBrowserMessage(int file) {
   std::uint32_t length = 0;
   const std::string head = readUpTo(file, sizeof length);
-  if (head.size() < sizeof length) throw InputError("the browser sent no message");
+  if (head.size() < sizeof length) throw InputError(translated("the browser sent no message"));
   std::memcpy(&length, head.data(), sizeof length);
   if (length > kMaxBrowserMessage) {
-    throw InputError("the browser's message is larger than 64 MiB");
+    throw InputError(translated("the browser's message is larger than 64 MiB"));
   }
   std::string message = readUpTo(file, length);
-  if (message.size() < length) throw InputError("the browser's message ends too early");
+  if (message.size() < length) throw InputError(translated("the browser's message ends too early"));
   return message;
 }
 
@@ -149,18 +151,19 @@ ShareRequest requestOfBrowserMessage(std::string_view json) {
         data && !data->empty()) {
       item.attachments.push_back(ShareRequest::ImageData{std::move(*data)});
     } else {
-      request.unread.push_back({"image.png", "what the browser sent is not base64"});
+      request.unread.push_back({"image.png", translated("what the browser sent is not base64")});
     }
   }
   if (item.contents.empty() && item.attachments.empty() && request.unread.empty()) {
-    throw InputError("the browser's message has nothing to share");
+    throw InputError(translated("the browser's message has nothing to share"));
   }
   request.items.push_back(std::move(item));
   return request;
 }
 
 std::string framedBrowserAnswer(std::string_view json) {
-  if (json.size() > kMaxBrowserAnswer) throw std::length_error("an answer over 1 MiB");
+  if (json.size() > kMaxBrowserAnswer)
+    throw std::length_error(translated("the answer for the browser is larger than 1 MiB"));
   const auto length = static_cast<std::uint32_t>(json.size());
   std::string answer(sizeof length, '\0');
   std::memcpy(answer.data(), &length, sizeof length);

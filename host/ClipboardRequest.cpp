@@ -11,6 +11,7 @@
 #include "host/URLText.h"
 #include "platform/NSAttributedString.h"
 #include "platform/NSData.h"
+#include "platform/detail/Translation.h"
 #include "text/ASCII.h"
 #include "text/UTF8.h"
 
@@ -137,11 +138,11 @@ bool addText(Offer& offer, Item& item) {
 
 ShareRequest requestFromClipboard(Clipboard& clipboard) {
   Offer offer(clipboard);
-  if (offer.isEmpty()) throw std::runtime_error("the clipboard is empty");
+  if (offer.isEmpty()) throw std::runtime_error(translated("the clipboard is empty"));
   Item item;
   if (!addFiles(offer, item) && !addStyledText(offer, item) && !addPicture(offer, item) &&
       !addText(offer, item)) {
-    throw std::runtime_error("the clipboard holds neither files, text nor a picture");
+    throw std::runtime_error(translated("the clipboard holds neither files, text nor a picture"));
   }
   ShareRequest request;
   request.items.push_back(std::move(item));

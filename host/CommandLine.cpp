@@ -5,6 +5,8 @@
 
 #include "host/Edition.h"
 #include "host/InputError.h"
+#include "platform/detail/Translation.h"
+#include "text/UTF8.h"
 
 #ifndef KORVANE_VERSION
 #define KORVANE_VERSION "unknown"
@@ -27,9 +29,9 @@ bool isNamed(std::string_view names, std::string_view name) {
 
 void appendRow(std::string& text, std::string_view head, std::string_view help, std::size_t width) {
   text.append("  ").append(head);
-  std::size_t column = head.size();
+  std::size_t column = columnsOf(head);
   while (!help.empty()) {
-    text.append(width - column, ' ');
+    text.append(width - std::min(width, column), ' ');
     const std::size_t end = std::min(help.find('\n'), help.size());
     text.append(help.substr(0, end)).append("\n");
     help.remove_prefix(std::min(end + 1, help.size()));
@@ -40,7 +42,7 @@ void appendRow(std::string& text, std::string_view head, std::string_view help, 
 
 std::string headOf(const CommandLineOption& option) {
   std::string head(option.names);
-  if (!option.argument.empty()) head.append(" ").append(option.argument);
+  if (*option.argument != '\0') head.append(" ").append(translationOf(option.argument));
   return head;
 }
 
@@ -65,19 +67,20 @@ static CommandLineWish takeApart(const CommandLine& line,
         line.options, [&](const CommandLineOption& known) { return isNamed(known.names, name); });
     if (option == line.options.end()) {
       const bool isHelp = isNamed(kHelp, name);
-      if (!isHelp && !isNamed(kVersion, name)) throw InputError("unknown option \"" + name + '"');
-      if (hasArgument) throw InputError(name + " takes no argument");
+      if (!isHelp && !isNamed(kVersion, name))
+        throw InputError(translated("unknown option \"{0}\"", name));
+      if (hasArgument) throw InputError(translated("{0} takes no argument", name));
       return isHelp ? CommandLineWish::help : CommandLineWish::version;
     }
-    if (option->argument.empty()) {
-      if (hasArgument) throw InputError(name + " takes no argument");
+    if (*option->argument == '\0') {
+      if (hasArgument) throw InputError(translated("{0} takes no argument", name));
       option->take({});
     } else if (hasArgument) {
       option->take(argument.substr(equals + 1));
     } else if (++i < arguments.size()) {
       option->take(arguments[i]);
     } else {
-      throw InputError(name + " needs an argument");
+      throw InputError(translated("{0} needs an argument", name));
     }
   }
   if (line.check) line.check();
@@ -95,22 +98,23 @@ CommandLineWish parse(const CommandLine& line, const std::vector<std::string>& a
 
 std::string helpText(const CommandLine& line) {
   std::string text;
-  for (const std::string_view usage : line.usage) {
-    text.append(text.empty() ? "Usage: " : "       ").append(line.program).append(" ");
-    text.append(usage).append("\n");
+  const std::string usageWord = translated("Usage:");
+  for (const char* const usage : line.usage) {
+    text += text.empty() ? usageWord : std::string(columnsOf(usageWord), ' ');
+    text.append(" ").append(line.program).append(" ").append(translationOf(usage)).append("\n");
   }
-  text += line.before;
+  text += translationOf(line.before);
   std::size_t width = kHelp.size();
   for (const CommandLineOption& option : line.options) {
-    width = std::max(width, headOf(option).size());
+    width = std::max(width, columnsOf(headOf(option)));
   }
   width += 2;
   for (const CommandLineOption& option : line.options) {
-    appendRow(text, headOf(option), option.help, width);
+    appendRow(text, headOf(option), translationOf(option.help), width);
   }
-  appendRow(text, kHelp, "print this text", width);
-  appendRow(text, kVersion, "print the version", width);
-  text += line.after;
+  appendRow(text, kHelp, translationOf("print this text"), width);
+  appendRow(text, kVersion, translationOf("print the version"), width);
+  if (line.after) text += line.after();
   return withOwnName(text, line.program);
 }
 
@@ -121,9 +125,9 @@ std::string versionText(const CommandLine& line) {
 std::function<void(std::string)> once(std::string_view option, std::string& text) {
   return [option, &text](std::string argument) {
     if (argument.empty()) {
-      throw InputError(std::string(option) + " needs an argument that is not empty");
+      throw InputError(translated("{0} needs an argument that is not empty", option));
     }
-    if (!text.empty()) throw InputError(std::string(option) + " may be given only once");
+    if (!text.empty()) throw InputError(translated("{0} may be given only once", option));
     text = std::move(argument);
   };
 }

@@ -5,16 +5,19 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/detail/Translation.h"
+
 namespace korvane {
 
 /// One option of a program.
 struct CommandLineOption {
   /// Its spellings: "--title", or "-v, --verbose".
   std::string_view names;
-  /// What --help calls its argument; empty where it takes none.
-  std::string_view argument;
+  /// What --help calls its argument; empty where it takes none. Translated when it is shown, as all
+  /// texts of --help are: translatable("FILE").
+  const char* argument;
   /// What it does, in lines for --help.
-  std::string_view help;
+  const char* help;
   /// Takes its argument, any bytes ("" where it takes none). May throw InputError.
   std::function<void(std::string argument)> take;
 };
@@ -24,11 +27,12 @@ struct CommandLine {
   /// "korvane-share".
   std::string_view program;
   /// The lines of "Usage:", without the program's name: "[OPTION]... [ITEM]...".
-  std::vector<std::string_view> usage;
+  std::vector<const char*> usage;
   /// What stands between usage and options in --help, and behind them; each ends in a line break.
-  std::string_view before;
+  const char* before;
   std::vector<CommandLineOption> options;
-  std::string_view after;
+  /// Gives it translated, since some of it is for machines; may be empty.
+  std::function<std::string()> after{};
   /// Takes what is not an option, in its order; "-" is not an option. May throw InputError.
   std::function<void(std::string argument)> takeOther;
   /// Throws InputError where what was taken does not go together; may be empty.

@@ -9,6 +9,7 @@
 #include "host/InputData.h"
 #include "host/InputError.h"
 #include "host/URLText.h"
+#include "platform/detail/Translation.h"
 
 namespace korvane {
 namespace {
@@ -16,7 +17,9 @@ namespace {
 using Content = ShareRequest::Content;
 using Kind = Arguments::Thing::Kind;
 
-std::string nameOfInput(const std::string& path) { return path == "-" ? "standard input" : path; }
+std::string nameOfInput(const std::string& path) {
+  return path == "-" ? translated("standard input") : path;
+}
 
 std::string_view bytesOf(const NSData& data) {
   return {reinterpret_cast<const char*>(data.data()), data.size()};
@@ -41,7 +44,7 @@ void addData(ShareRequest::Item& item, NSData data) {
       item.contents.push_back({Content::Kind::text, decodeText(data).value_or(std::string())});
       break;
     case DataKind::unknown:
-      throw InputError("neither image, HTML nor text");
+      throw InputError(translated("neither image, HTML nor text"));
   }
 }
 
@@ -86,8 +89,8 @@ ShareRequest requestFromArguments(const Arguments& arguments) {
     try {
       return readShareRequest(bytesOf(readInput(arguments.request)));
     } catch (const InputError& error) {
-      throw InputError("unreadable request (" + nameOfInput(arguments.request) +
-                       "): " + error.what());
+      throw InputError(translated("unreadable request ({0}): {1}", nameOfInput(arguments.request),
+                                  error.what()));
     }
   }
   ShareRequest request;

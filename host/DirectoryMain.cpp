@@ -19,6 +19,7 @@
 #include "host/Program.h"
 #include "linux/LinuxPlatform.h"
 #include "platform/Platform.h"
+#include "platform/detail/Translation.h"
 
 namespace korvane {
 namespace {
@@ -35,10 +36,11 @@ class StrictCoordinator : public NSFileCoordinator {
                                   NSFileCoordinatorWritingOptions options,
                                   std::optional<NSError>& error,
                                   const std::function<void(const NSURL&)>& accessor) override {
-    if (!url) throw std::runtime_error("there is no container");
+    if (!url) throw std::runtime_error(translated("there is no container"));
     coordinator_->coordinateWritingItemAtURL(url, options, error, accessor);
     if (error) {
-      throw std::runtime_error("the container cannot be locked: " + error->localizedDescription);
+      throw std::runtime_error(
+          translated("the container cannot be locked: {0}", error->localizedDescription));
     }
   }
 
@@ -56,13 +58,15 @@ class StrictReader : public PropertyListReader {
     const std::string path = url.fileSystemRepresentation();
     struct stat status {};
     if (::lstat(path.c_str(), &status) == 0) {
-      throw std::runtime_error(path + " cannot be read: " +
-                               (::access(path.c_str(), R_OK) == 0
-                                    ? "it does not hold a property list of a list"
-                                    : std::generic_category().message(errno)));
+      throw std::runtime_error(
+          translated("{0} cannot be read: {1}", path,
+                     ::access(path.c_str(), R_OK) == 0
+                         ? translated("it does not hold a property list of a list")
+                         : std::generic_category().message(errno)));
     }
     if (errno != ENOENT) {
-      throw std::runtime_error(path + " cannot be read: " + std::generic_category().message(errno));
+      throw std::runtime_error(
+          translated("{0} cannot be read: {1}", path, std::generic_category().message(errno)));
     }
     return std::nullopt;
   }
@@ -92,34 +96,38 @@ int DirectoryMain(int argc, char* argv[]) {
   std::string what;
   const CommandLine line{
       .program = "korvane-directory",
-      .usage = {"[OPTION]... accounts | contacts"},
-      .before = R"(Lists what the mail client keeps in the container: its accounts with their
-aliases, or its contacts and contact groups. What is not there makes an empty
-listing.
-
-)",
+      .usage = {translatable("[OPTION]... accounts | contacts")},
+      .before = translatable(
+          "Lists what the mail client keeps in the container: its accounts with their\n"
+          "aliases, or its contacts and contact groups. What is not there makes an empty\n"
+          "listing.\n\n"),
       .options =
           {
-              {"--json", "", "for programs, as one JSON value", flag(asJSON)},
-              {"--identifier", "ID",
-               "run under this bundle identifier, which chooses the edition's\nfolder",
+              {"--json", "", translatable("for programs, as one JSON value"), flag(asJSON)},
+              {"--identifier", translatable("ID"),
+               translatable(
+                   "run under this bundle identifier, which chooses the edition's\nfolder"),
                once("--identifier", identifier)},
           },
-      .after = R"(
-Exit status: 0; 1 when the container cannot be read or the output cannot be
-written; 2 for wrong usage.
-)",
+      .after =
+          [] {
+            return translated(
+                "\nExit status: 0; 1 when the container cannot be read or the output cannot be\n"
+                "written; 2 for wrong usage.\n");
+          },
       .takeOther =
           [&](std::string_view given) {
             if (given != "accounts" && given != "contacts") {
-              throw InputError("\"" + std::string(given) + "\" is neither accounts nor contacts");
+              throw InputError(translated("\"{0}\" is neither accounts nor contacts", given));
             }
-            if (!what.empty()) throw InputError("only one of accounts and contacts can be listed");
+            if (!what.empty())
+              throw InputError(translated("only one of accounts and contacts can be listed"));
             what = given;
           },
       .check =
           [&] {
-            if (what.empty()) throw InputError("accounts or contacts?");
+            if (what.empty())
+              throw InputError(translated("neither accounts nor contacts are asked for"));
           },
   };
   return runProgram(line, argc, argv, [&] {

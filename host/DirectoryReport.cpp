@@ -11,6 +11,7 @@
 #include "model/ExtensionAlias.h"
 #include "model/ExtensionGroup.h"
 #include "platform/Value.h"
+#include "platform/detail/Translation.h"
 #include "text/PrintableText.h"
 #include "urlutils/RequestUtils.h"
 
@@ -135,20 +136,23 @@ void writeRecord(JSONWriter& json, const ExtensionGroup& group) {
 
 void writeAccounts(const ExtensionAccounts& accounts, Output& output) {
   for (const auto& account : accounts) {
-    output << identity(account->mail(), account->name()) << ", type "
-           << std::to_string(account->type()) << (account->enabled() ? "\n" : ", disabled\n");
+    const std::string who = identity(account->mail(), account->name());
+    const std::string type = std::to_string(account->type());
+    output << (account->enabled() ? translated("{0}, type {1}", who, type)
+                                  : translated("{0}, type {1}, disabled", who, type))
+           << "\n";
     for (const auto& alias : account->aliases().value_or(ExtensionAccount::Aliases())) {
-      output << "  alias " << identity(alias->mail(), alias->name()) << "\n";
+      output << "  " << translated("alias {0}", identity(alias->mail(), alias->name())) << "\n";
     }
   }
 }
 
 void writeContacts(const ExtensionDirectory& directory, Output& output) {
-  if (!directory.addresses.empty()) output << "Contacts:\n";
+  if (!directory.addresses.empty()) output << translated("Contacts:") << "\n";
   for (const auto& contact : directory.addresses) {
     output << "  " << shown(contact->prettyprint()) << "\n";
   }
-  if (!directory.groups.empty()) output << "Groups:\n";
+  if (!directory.groups.empty()) output << translated("Groups:") << "\n";
   for (const auto& group : directory.groups) {
     output << "  " << shown(group->prettyprint()) << "\n";
     for (const auto& member : group->addresses().value_or(ExtensionGroup::Addresses())) {

@@ -11,6 +11,7 @@
 #include "linux/detail/Workspace.h"
 #include "platform/NSFileCoordinator.h"
 #include "platform/NSFileManager.h"
+#include "platform/detail/Translation.h"
 
 namespace korvane {
 namespace {
@@ -53,7 +54,7 @@ ShareOutcome handOver(const std::shared_ptr<RunWatch>& run, const ShareOptions& 
   run->setOpeningHooks({[&] { return turn.noteHandOver(); },
                         [&](bool accepted, std::string_view failure) {
                           // A client that has not answered yet may still come for the files.
-                          if (accepted || failure == kNotAnsweredYet) {
+                          if (accepted || failure == translated(kNotAnsweredYet)) {
                             turn.noteHandOver();
                           } else {
                             turn.forgetHandOver();
@@ -75,8 +76,8 @@ ShareOutcome handOver(const std::shared_ptr<RunWatch>& run, const ShareOptions& 
   } else {
     outcome.reason = run->failure();
     if (outcome.reason.empty()) {
-      outcome.reason = launch ? "the application could not be opened"
-                              : "no address could be made of the message";
+      outcome.reason = launch ? translated("the application could not be opened")
+                              : translated("no address could be made of the message");
     }
     for (std::string& name : run->namesDelivered()) {
       outcome.missing.push_back({std::move(name), outcome.reason});

@@ -14,6 +14,7 @@
 #include "host/ShareRequest.h"
 #include "linux/detail/FileDescriptor.h"
 #include "platform/NSImage.h"
+#include "platform/detail/Translation.h"
 #include "text/UTF8.h"
 #include "text/Windows1252.h"
 
@@ -33,7 +34,8 @@ NSData readToEnd(int descriptor) {
   NSData data;
   std::size_t expected = std::size_t{1} << 16;
   if (fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode)) {
-    if (static_cast<std::size_t>(status.st_size) > kMaxInput) refuse("larger than 256 MiB");
+    if (static_cast<std::size_t>(status.st_size) > kMaxInput)
+      refuse(translated("larger than 256 MiB"));
     expected = static_cast<std::size_t>(status.st_size) + 1;  // so that the end is seen at once
   }
   for (;;) {
@@ -43,7 +45,7 @@ NSData readToEnd(int descriptor) {
     if (count < 0 && errno != EINTR) refuseErrno();
     data.resize(used + static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
     if (count == 0) return data;
-    if (data.size() > kMaxInput) refuse("larger than 256 MiB");
+    if (data.size() > kMaxInput) refuse(translated("larger than 256 MiB"));
     expected = std::max(std::size_t{1} << 16, data.size() / 2);
   }
 }
@@ -62,7 +64,7 @@ NSData readRegularFile(const std::string& path) {
   if (!file) refuseErrno();
   struct stat status {};
   if (fstat(file.get(), &status) != 0) refuseErrno();
-  if (!S_ISREG(status.st_mode)) refuse("not a regular file");
+  if (!S_ISREG(status.st_mode)) refuse(translated("not a regular file"));
   return readToEnd(file.get());
 }
 

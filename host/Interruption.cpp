@@ -9,6 +9,8 @@
 #include <system_error>
 #include <utility>
 
+#include "platform/detail/Translation.h"
+
 namespace korvane {
 namespace {
 
@@ -42,7 +44,8 @@ void endBy(int signal) {
 
 Interruption::Interruption(std::function<void()> work) {
   if (::pipe2(ends.data(), O_CLOEXEC) != 0) {
-    throw std::system_error(errno, std::generic_category(), "no pipe");
+    throw std::system_error(errno, std::generic_category(),
+                            translated("there is no pipe for signals"));
   }
   watcher_ = std::thread([work = std::move(work)] {
     const unsigned char signal = nextSignal();

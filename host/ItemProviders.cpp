@@ -12,6 +12,7 @@
 #include "host/URLText.h"
 #include "platform/Dispatch.h"
 #include "platform/NSURL.h"
+#include "platform/detail/Translation.h"
 
 namespace korvane {
 namespace {
@@ -19,7 +20,7 @@ namespace {
 constexpr const char* kFileURL = "public.file-url";
 constexpr const char* kItemProviderErrorDomain = "NSItemProviderErrorDomain";
 constexpr long kItemUnavailableError = -1000;
-constexpr const char* kNoPicture = "it is not a picture that can be read";
+constexpr const char* kNoPicture = translatable("it is not a picture that can be read");
 
 NSError unavailable(std::string why) {
   return {kItemProviderErrorDomain, kItemUnavailableError, std::move(why)};
@@ -39,7 +40,7 @@ class Provider : public NSItemProvider {
     if (hasItemConformingToTypeIdentifier(typeIdentifier)) {
       load(std::move(handler));
     } else {
-      fail("the item is not a " + std::string(typeIdentifier), handler);
+      fail(translated("the item is not of the type {0}", typeIdentifier), handler);
     }
   }
 
@@ -65,7 +66,7 @@ class Provider : public NSItemProvider {
     loads->files.async([loads, thing, path = std::move(path), handler = std::move(handler)] {
       const MisreadPath found = findMisreadPath(path);
       if (found.isAmbiguous) {
-        const std::string why = "several files have names that read so";
+        const std::string why = translated("several files have names that read so");
         fail(*loads, thing, why, path + ": " + why, handler);
         return;
       }
@@ -165,15 +166,15 @@ using Made = std::shared_ptr<NSItemProvider>;
 
 Made makeForFile(const std::string& path, const std::string& name, const Loads& loads) {
   std::string absolute = absolutePath(path);
-  const char* presumed =
-      absolute == "/" ? "the root folder has no name of its own" : "it could not be copied";
-  const std::size_t thing = loads->run->addFile(name, presumed, absolute);
+  std::string presumed = absolute == "/" ? translated("the root folder has no name of its own")
+                                         : translated("it could not be copied");
+  const std::size_t thing = loads->run->addFile(name, std::move(presumed), absolute);
   return std::make_shared<FileProvider>(std::move(absolute), loads, thing);
 }
 
 Made makeForFileURL(std::string_view url, const std::string& name, const Loads& loads) {
   if (auto path = pathOfFileURL(url)) return makeForFile(*path, *path, loads);
-  const std::string why = "the URL does not name a file of this machine";
+  const std::string why = translated("the URL does not name a file of this machine");
   return std::make_shared<FailingProvider>(kFileURL, why, loads, loads->run->add(name, why));
 }
 
@@ -196,13 +197,13 @@ Made makeForLink(const std::string& text, const Loads& loads) {
   const auto url = urlFromText(text);
   if (!url || !url->scheme() || isActive(*url)) return nullptr;
   if (url->isFileURL()) return makeForFileURL(url->absoluteString(), text, loads);
-  return std::make_shared<LinkProvider>(*url, loads,
-                                        loads->run->add(text, "there is not enough memory for it"));
+  return std::make_shared<LinkProvider>(
+      *url, loads, loads->run->add(text, translated("there is not enough memory for it")));
 }
 
 Made makeForImage(std::string type, NSData data, const Loads& loads) {
   const std::size_t thing = loads->run->add(
-      std::string("picture ").append(std::to_string(++loads->pictures)), kNoPicture);
+      translated("picture {0}", std::to_string(++loads->pictures)), translated(kNoPicture));
   return std::make_shared<ImageProvider>(
       std::move(type), [data = Value(std::move(data))] { return data; }, "", loads, thing);
 }
@@ -217,7 +218,7 @@ Made make(ShareRequest::ImageFile& image, const Loads& loads) {
   const std::string path = absolutePath(image.path);
   return std::make_shared<ImageProvider>(
       kUTTypeImage, [run = loads->run, path] { return Value(readRegularFile(run->placeOf(path))); },
-      path + ": ", loads, loads->run->addFile(image.path, kNoPicture, path));
+      path + ": ", loads, loads->run->addFile(image.path, translated(kNoPicture), path));
 }
 
 Made make(ShareRequest::ImageData& image, const Loads& loads) {
@@ -229,8 +230,8 @@ Made make(ShareRequest::TypedText& typed, const Loads& loads) {
   if (UTTypeConformsTo(typed.type, kUTTypeImage)) {
     return makeForImage(typed.type, NSData(typed.text.begin(), typed.text.end()), loads);
   }
-  loads->run->missNow("an attachment of the type " + typed.type,
-                      "only links, files and pictures are taken");
+  loads->run->missNow(translated("an attachment of the type {0}", typed.type),
+                      translated("only links, files and pictures are taken"));
   return std::make_shared<TextProvider>(typed.type, typed.text, loads);
 }
 

@@ -18,6 +18,7 @@
 #include "platform/NSException.h"
 #include "platform/NSString.h"
 #include "platform/Platform.h"
+#include "platform/detail/Translation.h"
 #include "text/PrintableText.h"
 #include "urlutils/RequestUtils.h"
 
@@ -38,9 +39,10 @@ bool isReadable(const NSURL& url) {
 
 int show(std::string_view text, Form form) {
   const std::optional<NSURL> url = NSURL::URLWithString(text);
-  if (text.empty() || !url) throw InputError("this is not a URL");
-  if (!schemeIs(url->absoluteString(), "korvane")) throw InputError("this is not a korvane: URL");
-  if (!isReadable(*url)) throw InputError("the URL's query cannot be decoded");
+  if (text.empty() || !url) throw InputError(translated("this is not a URL"));
+  if (!schemeIs(url->absoluteString(), "korvane"))
+    throw InputError(translated("this is not a korvane: URL"));
+  if (!isReadable(*url)) throw InputError(translated("the URL's query cannot be decoded"));
 
   const auto message = ExtensionMessage::ExtensionMessageWithUrl(*url);
   switch (form) {
@@ -69,7 +71,7 @@ std::string readStandardInput() {
     return std::string(stringByTrimmingWhitespaceAndNewlines(
         {reinterpret_cast<const char*>(input.data()), input.size()}));
   } catch (const InputError& error) {
-    throw InputError(std::string("standard input cannot be read: ") + error.what());
+    throw InputError(translated("standard input cannot be read: {0}", error.what()));
   }
 }
 
@@ -80,36 +82,39 @@ int MessageMain(int argc, char* argv[]) {
   std::optional<std::string> url;
   const auto choose = [&](Form wanted) {
     return [&form, wanted](const std::string&) {
-      if (form && *form != wanted) throw InputError("--json and --html exclude each other");
+      if (form && *form != wanted)
+        throw InputError(translated("{0} and {1} exclude each other", "--json", "--html"));
       form = wanted;
     };
   };
   const CommandLine line{
       .program = "korvane-message",
       .usage = {"[--json | --html] [URL]"},
-      .before = R"(Shows the message that a command URL (korvane://COMMAND?QUERY) carries. Without
-a URL, or with "-", the URL is read from standard input.
-
-)",
+      .before = translatable(
+          "Shows the message that a command URL (korvane://COMMAND?QUERY) carries. Without\n"
+          "a URL, or with \"-\", the URL is read from standard input.\n\n"),
       .options =
           {
-              {"--json", "", "as one JSON object, for programs", choose(Form::json)},
-              {"--html", "", "its body as HTML, as a mail client would show it",
+              {"--json", "", translatable("as one JSON object, for programs"), choose(Form::json)},
+              {"--html", "", translatable("its body as HTML, as a mail client would show it"),
                choose(Form::html)},
           },
-      .after = R"(
-Exit status: 0; 1 when the output cannot be written; 2 for wrong usage or a text
-that is not a URL of this kind.
-)",
+      .after =
+          [] {
+            return translated(
+                "\nExit status: 0; 1 when the output cannot be written; 2 for wrong usage or a "
+                "text\n"
+                "that is not a URL of this kind.\n");
+          },
       .takeOther =
           [&](std::string given) {
-            if (url) throw InputError("more than one URL is given");
+            if (url) throw InputError(translated("more than one URL is given"));
             url = std::move(given);
           },
   };
   return runProgram(line, argc, argv, [&] {
     Platform::install(linuxPlatform(ownServices()));
-    if (!url && ::isatty(STDIN_FILENO) != 0) throw InputError("no URL is given");
+    if (!url && ::isatty(STDIN_FILENO) != 0) throw InputError(translated("no URL is given"));
     const bool isInput = !url || *url == "-";
     return show(isInput ? readStandardInput() : *url, form.value_or(Form::text));
   });

@@ -1,5 +1,6 @@
 #include "host/MessageReport.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <filesystem>
 #include <optional>
@@ -9,7 +10,9 @@
 
 #include "host/JSONWriter.h"
 #include "model/detail/MessageKeys.h"
+#include "platform/detail/Translation.h"
 #include "text/PrintableText.h"
+#include "text/UTF8.h"
 
 namespace korvane {
 namespace {
@@ -54,18 +57,18 @@ std::optional<std::string> textOf(const Value& value) {
 }
 
 struct Field {
-  std::string_view label;  // in text
-  std::string_view key;    // in JSON
+  std::string label;     // in text
+  std::string_view key;  // in JSON
   std::optional<std::string> text;
 };
 
 std::vector<Field> headerFields(const ExtensionMessage& message) {
-  return {{"Subject:", MessageKeys::kSubject, textOf(message.subject())},
-          {"From:", MessageKeys::kFrom, textOf(message.from())},
-          {"Account:", MessageKeys::kAccount, textOf(message.account())},
-          {"To:", MessageKeys::kTo, message.toString()},
-          {"Cc:", MessageKeys::kCc, message.ccString()},
-          {"Bcc:", MessageKeys::kBcc, message.bccString()}};
+  return {{translated("Subject:"), MessageKeys::kSubject, textOf(message.subject())},
+          {translated("From:"), MessageKeys::kFrom, textOf(message.from())},
+          {translated("Account:"), MessageKeys::kAccount, textOf(message.account())},
+          {translated("To:"), MessageKeys::kTo, message.toString()},
+          {translated("Cc:"), MessageKeys::kCc, message.ccString()},
+          {translated("Bcc:"), MessageKeys::kBcc, message.bccString()}};
 }
 
 void appendBody(std::string& text, std::string_view label, const std::string& body) {
@@ -77,35 +80,37 @@ void appendBody(std::string& text, std::string_view label, const std::string& bo
   if (body.back() != '\n') text += '\n';
 }
 
+std::string kindOf(const Attachment& attachment) {
+  if (!attachment.exists) return translated("missing");
+  if (attachment.size) return translatedCount("{0} byte", "{0} bytes", *attachment.size);
+  return attachment.isFolder ? translated("folder") : translated("not a file");
+}
+
 }  // namespace
 
 std::string messageText(const ExtensionMessage& message) {
-  constexpr std::size_t column = 13;
+  const std::vector<Field> fields = headerFields(message);
+  const std::string attachmentsLabel = translated("Attachments:");
+  std::size_t column = columnsOf(attachmentsLabel);
+  for (const Field& field : fields) column = std::max(column, columnsOf(field.label));
   std::string text;
   const auto appendLine = [&](std::string_view label, std::string_view content) {
     text += label;
-    text.append(column - label.size(), ' ');
+    text.append(column + 1 - columnsOf(label), ' ');
     text += content;
     text += '\n';
   };
-  for (const Field& field : headerFields(message)) {
+  for (const Field& field : fields) {
     appendLine(field.label, printableText(field.text.value_or("-"), LineBreaks::show));
   }
   const std::vector<Attachment> attachments = inspectAttachments(message);
-  appendLine("Attachments:", attachments.empty() ? "-" : std::to_string(attachments.size()));
+  appendLine(attachmentsLabel, attachments.empty() ? "-" : std::to_string(attachments.size()));
   for (const Attachment& attachment : attachments) {
-    text += "  " + printableText(attachment.path, LineBreaks::show);
-    if (!attachment.exists) {
-      text += " (missing)\n";
-    } else if (!attachment.size) {
-      text += attachment.isFolder ? " (folder)\n" : " (not a file)\n";
-    } else {
-      text += " (" + std::to_string(*attachment.size) +
-              (*attachment.size == 1 ? " byte)\n" : " bytes)\n");
-    }
+    text +=
+        "  " + printableText(attachment.path, LineBreaks::show) + " (" + kindOf(attachment) + ")\n";
   }
-  appendBody(text, "Plain body:", message.plainBody().value_or(std::string()));
-  appendBody(text, "HTML body:", message.htmlBody().value_or(std::string()));
+  appendBody(text, translated("Plain body:"), message.plainBody().value_or(std::string()));
+  appendBody(text, translated("HTML body:"), message.htmlBody().value_or(std::string()));
   return text;
 }
 

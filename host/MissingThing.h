@@ -2,6 +2,8 @@
 
 #include <string>
 
+#include "platform/detail/Translation.h"
+
 namespace korvane {
 
 /// A thing that is not in the message, and why: both one line of text for people, from outside as
@@ -16,9 +18,9 @@ struct MissingThing {
   }
 };
 
-/// "ITEM is not in the message: REASON".
+/// "ITEM is not in the message: REASON", in the person's language.
 inline std::string lineOf(const MissingThing& missing) {
-  return missing.item + " is not in the message: " + missing.reason;
+  return translated("{0} is not in the message: {1}", missing.item, missing.reason);
 }
 
 }  // namespace korvane

@@ -23,6 +23,7 @@
 #include "host/ShareRun.h"
 #include "host/WatchedServices.h"
 #include "linux/detail/ContainerRoot.h"
+#include "platform/detail/Translation.h"
 
 namespace korvane {
 namespace {
@@ -46,9 +47,9 @@ void printOpening(const std::vector<NSURL>& urls, std::string_view application, 
   writeOut("]}\n");
 }
 
-ShareOutcome ended(ShareOutcome::Status status, const char* what, std::string reason) {
+ShareOutcome ended(ShareOutcome::Status status, std::string what, std::string reason) {
   ShareOutcome outcome{.status = status, .reason = std::move(reason)};
-  outcome.missing = {{what, outcome.reason}};
+  outcome.missing = {{std::move(what), outcome.reason}};
   return outcome;
 }
 
@@ -58,7 +59,8 @@ int tell(const ShareOutcome& outcome, const Arguments& arguments) noexcept {
     for (const std::string& line : outcomeLines(outcome)) complain(line);
     if (arguments.json) writeOut(outcomeJSON(outcome));
   } catch (const std::bad_alloc&) {
-    return fail(kProgram, kFailed, "there is not enough memory to tell what came of it");
+    return fail(kProgram, kFailed,
+                translationOf("there is not enough memory to tell what came of it"));
   } catch (const std::exception& error) {
     return fail(kProgram, kFailed, error.what());
   }
@@ -91,8 +93,9 @@ ShareOutcome run(const Arguments& arguments) {
     };
   }
   const Interruption interruption([&arguments] {
-    const ShareOutcome outcome = ended(ShareOutcome::Status::notOpened, "the share",
-                                       "it was interrupted before the mail client answered");
+    const ShareOutcome outcome =
+        ended(ShareOutcome::Status::notOpened, translated("the share"),
+              translated("it was interrupted before the mail client answered"));
     tell(outcome, arguments);
     removeUnfinishedAttachments();
     removeUnfinishedAttachments();  // what was being written in the meantime
@@ -115,11 +118,12 @@ int share(const Arguments& arguments) {
   try {
     outcome = run(arguments);
   } catch (const InputError& error) {
-    outcome = ended(Status::refused, "the request", error.what());
+    outcome = ended(Status::refused, translated("the request"), error.what());
   } catch (const std::bad_alloc&) {
-    outcome = ended(Status::notOpened, "the share", "there is not enough memory");
+    outcome =
+        ended(Status::notOpened, translated("the share"), translated("there is not enough memory"));
   } catch (const std::exception& error) {
-    outcome = ended(Status::notOpened, "the share", error.what());
+    outcome = ended(Status::notOpened, translated("the share"), error.what());
   }
   const int status = tell(outcome, arguments);
   if (outcome.busy) {
@@ -137,7 +141,8 @@ int NSExtensionMain(int argc, char* argv[]) {
   line.refused = [&](const std::string& reason) {
     // Wherever it stands: the option that is wrong may come first.
     if (std::find(argv, argv + argc, std::string_view("--json")) == argv + argc) return;
-    writeOut(outcomeJSON(ended(ShareOutcome::Status::refused, "the command line", reason)));
+    writeOut(
+        outcomeJSON(ended(ShareOutcome::Status::refused, translated("the command line"), reason)));
   };
   return runProgram(line, argc, argv, [&] { return share(arguments); });
 }

@@ -4,6 +4,7 @@
 
 #include "host/Edition.h"
 #include "host/JSONWriter.h"
+#include "platform/detail/Translation.h"
 
 namespace korvane {
 namespace {
@@ -11,14 +12,14 @@ namespace {
 constexpr std::size_t kMaxLines = 20;
 
 std::string nothingLine(const std::vector<MissingThing>& missing) {
-  std::string line = "nothing of what was given could be put into the message";
+  std::string list;
   for (std::size_t i = 0; i < missing.size() && i < kMaxLines; ++i) {
-    line += (i == 0 ? ": " : "; ") + missing[i].item + ": " + missing[i].reason;
+    list += (i == 0 ? "" : "; ") + missing[i].item + ": " + missing[i].reason;
   }
   if (missing.size() > kMaxLines) {
-    line += "; and " + std::to_string(missing.size() - kMaxLines) + " more";
+    list = translated("{0}; and {1} more", list, std::to_string(missing.size() - kMaxLines));
   }
-  return line;
+  return translated("nothing of what was given could be put into the message: {0}", list);
 }
 
 }  // namespace
@@ -26,9 +27,9 @@ std::string nothingLine(const std::vector<MissingThing>& missing) {
 std::vector<std::string> outcomeLines(const ShareOutcome& outcome) {
   switch (outcome.status) {
     case ShareOutcome::Status::refused:
-      return {outcome.reason + " (see " + ownName("korvane-share") + " --help)"};
+      return {translated("{0} (see {1} --help)", outcome.reason, ownName("korvane-share"))};
     case ShareOutcome::Status::notOpened:
-      return {"not handed over: " + outcome.reason};
+      return {translated("not handed over: {0}", outcome.reason)};
     case ShareOutcome::Status::opened:
       break;
   }
@@ -43,7 +44,10 @@ std::vector<std::string> outcomeLines(const ShareOutcome& outcome) {
       ++more;
     }
   }
-  if (more > 0) lines.push_back(std::to_string(more) + " more are not in the message");
+  if (more > 0) {
+    lines.push_back(
+        translatedCount("{0} more is not in the message", "{0} more are not in the message", more));
+  }
   return lines;
 }
 

@@ -11,6 +11,7 @@
 
 #include "platform/Dispatch.h"
 #include "platform/NSImage.h"
+#include "platform/detail/Translation.h"
 
 namespace korvane {
 namespace {
@@ -76,7 +77,7 @@ struct PictureLane::State : std::enable_shared_from_this<PictureLane::State> {
     try {
       prepare(entry);
     } catch (const std::bad_alloc&) {
-      entry.why = "there is not enough memory";
+      entry.why = translated("there is not enough memory");
     } catch (const std::exception& failure) {
       entry.why = failure.what();
     }
@@ -95,7 +96,7 @@ struct PictureLane::State : std::enable_shared_from_this<PictureLane::State> {
     if (!bitmap) return;
     auto png = images->encode(*bitmap, NSBitmapImageFileType::PNG, effortFor(*bitmap));
     if (!png) {
-      entry.why = "it could not be written as PNG";
+      entry.why = translated("it could not be written as PNG");
       return;
     }
     entry.picture.bitmap = withoutPixels(*bitmap);

@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "platform/detail/Translation.h"
+
 namespace korvane {
 namespace {
 
@@ -15,7 +17,7 @@ PreparedScope::~PreparedScope() { prepared = nullptr; }
 
 std::shared_ptr<const Bitmap> PreparedImages::decode(const NSData& encoded, std::string* why) {
   if (prepared != nullptr && &encoded == &prepared->data.data()) {
-    if (!prepared->bitmap && why != nullptr) *why = "it was tried before";
+    if (!prepared->bitmap && why != nullptr) *why = translated("it was tried before");
     return prepared->bitmap;
   }
   return images_->decode(encoded, why);

@@ -14,6 +14,7 @@
 #include "host/Edition.h"
 #include "host/InputError.h"
 #include "linux/detail/MessageCatalogue.h"
+#include "platform/detail/Translation.h"
 #include "text/PrintableText.h"
 
 namespace korvane {
@@ -52,14 +53,17 @@ int fail(std::string_view program, int status, std::string_view line) noexcept {
     writeAll(STDERR_FILENO, ownName(program) + ": " + printableText(line, LineBreaks::show) + "\n");
   } catch (...) {  // no memory; the lines that tell of it are our own
     writeAll(STDERR_FILENO, program);
-    writeAll(STDERR_FILENO, ": there is not enough memory\n");
+    writeAll(STDERR_FILENO, ": ");
+    writeAll(STDERR_FILENO, translationOf("there is not enough memory"));
+    writeAll(STDERR_FILENO, "\n");
   }
   return status;
 }
 
 void writeOut(std::string_view text) {
   if (const int error = writeAll(STDOUT_FILENO, text)) {
-    throw std::system_error(error, std::generic_category(), "standard output cannot be written");
+    throw std::system_error(error, std::generic_category(),
+                            translated("standard output cannot be written"));
   }
 }
 
@@ -68,8 +72,10 @@ int runProgram(const CommandLine& line, int argc, char* argv[], const std::funct
     openClosedStreams();
     survive(SIGXFSZ);
     survive(SIGPIPE);
-    std::setlocale(LC_ALL, "");
+    const bool isInstalled = std::setlocale(LC_ALL, "") != nullptr;
     useMessageCatalogue(ownServices().resources);
+    // The system's own texts come in the person's language, too.
+    if (!isInstalled) std::setlocale(LC_ALL, "C.UTF-8");
     switch (parse(line, std::vector<std::string>(argv + (argc > 0 ? 1 : 0), argv + argc))) {
       case CommandLineWish::help:
         writeOut(helpText(line));
@@ -83,9 +89,9 @@ int runProgram(const CommandLine& line, int argc, char* argv[], const std::funct
     return kDone;
   } catch (const InputError& error) {
     return fail(line.program, kUsage,
-                error.what() + (" (see " + ownName(line.program) + " --help)"));
+                translated("{0} (see {1} --help)", error.what(), ownName(line.program)));
   } catch (const std::bad_alloc&) {
-    return fail(line.program, kFailed, "there is not enough memory");
+    return fail(line.program, kFailed, translationOf("there is not enough memory"));
   } catch (const std::exception& error) {
     return fail(line.program, kFailed, error.what());
   }

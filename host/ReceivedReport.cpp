@@ -14,6 +14,7 @@
 #include "linux/detail/GLibPointer.h"
 #include "model/ExtensionMessage.h"
 #include "platform/NSURL.h"
+#include "platform/detail/Translation.h"
 #include "text/PrintableText.h"
 
 namespace korvane {
@@ -36,11 +37,12 @@ std::string describeFile(const std::string& path) {
   std::error_code error;
   if (std::filesystem::is_directory(path, error)) {
     const std::filesystem::recursive_directory_iterator entries(path, error);
-    return "folder of " + std::to_string(std::distance(begin(entries), end(entries)));
+    return translatedCount("folder of {0}", "folder of {0}",
+                           static_cast<unsigned long>(std::distance(begin(entries), end(entries))));
   }
   const auto size = std::filesystem::file_size(path, error);
-  if (error) return "cannot be read: " + error.message();
-  return std::to_string(size) + " bytes, " + contentType(path);
+  if (error) return translated("cannot be read: {0}", error.message());
+  return translatedCount("{0} byte, {1}", "{0} bytes, {1}", size, contentType(path));
 }
 
 /// A text with every line under the margin.
@@ -56,15 +58,18 @@ std::string indented(const std::string& text) {
 void reportURL(std::ostream& to, const std::string& text) {
   const auto url = NSURL::URLWithString(text);
   if (!url) {
-    to << "  not a URL, " << text.size() << " bytes\n";
+    to << "  " << translatedCount("not a URL, {0} byte", "not a URL, {0} bytes", text.size())
+       << "\n";
     return;
   }
-  to << "  " << url->scheme().value_or("") << "://" << url->host().value_or("") << ", "
-     << text.size() << " bytes\n";
+  to << "  "
+     << translatedCount("{1}, {0} byte", "{1}, {0} bytes", text.size(),
+                        url->scheme().value_or("") + "://" + url->host().value_or(""))
+     << "\n";
   const auto message = ExtensionMessage::ExtensionMessageWithUrl(*url);
   to << indented(messageText(*message));
   const List attachments = message->attachments().value_or(List());
-  if (!attachments.empty()) to << "\n  What is attached:\n";
+  if (!attachments.empty()) to << "\n  " << translated("What is attached:") << "\n";
   for (const Value& attachment : attachments) {
     const std::string path = attachment.description();
     to << "    " << printableText(std::filesystem::path(path).filename().string(), LineBreaks::show)
@@ -76,10 +81,12 @@ void reportURL(std::ostream& to, const std::string& text) {
 
 std::string receivedText(const ReceivedRequest& request, const std::string& application) {
   std::ostringstream to;
-  to << application << " was asked to open " << request.urls.size()
-     << (request.urls.size() == 1 ? " URL, " : " URLs, ")
-     << (request.platformData.empty() ? "in the background (no activation token)\n"
-                                      : "in the foreground (with an activation token)\n");
+  to << translatedCount("{1} was asked to open {0} URL, {2}", "{1} was asked to open {0} URLs, {2}",
+                        request.urls.size(), application,
+                        request.platformData.empty()
+                            ? translated("in the background (no activation token)")
+                            : translated("in the foreground (with an activation token)"))
+     << "\n";
   for (const std::string& url : request.urls) reportURL(to, url);
   return to.str();
 }

@@ -20,6 +20,7 @@
 #include "linux/detail/GLibPointer.h"
 #include "model/ExtensionMessage.h"
 #include "platform/NSURL.h"
+#include "platform/detail/Translation.h"
 
 namespace korvane {
 namespace {
@@ -134,12 +135,13 @@ void onCall(GDBusConnection* connection, const char*, const char*, const char*, 
   }
   if (service.options.refuse) {
     g_dbus_method_invocation_return_dbus_error(invocation, "it.drelk.korvane.Error.Refused",
-                                               "told to refuse");
+                                               translationOf("told to refuse"));
   } else if (write(requestOf(parameters), service.options)) {
     g_dbus_method_invocation_return_value(invocation, nullptr);
   } else {
-    g_dbus_method_invocation_return_dbus_error(invocation, "it.drelk.korvane.Error.Output",
-                                               "the request could not be written down");
+    g_dbus_method_invocation_return_dbus_error(
+        invocation, "it.drelk.korvane.Error.Output",
+        translationOf("the request could not be written down"));
   }
   if (service.options.once) {
     g_dbus_connection_flush_sync(connection, nullptr, nullptr);
@@ -149,12 +151,12 @@ void onCall(GDBusConnection* connection, const char*, const char*, const char*, 
 
 int serve(const Options& options) {
   if (!g_dbus_is_name(options.name.c_str()) || g_dbus_is_unique_name(options.name.c_str())) {
-    throw InputError('"' + options.name + "\" is not a bus name");
+    throw InputError(translated("\"{0}\" is not a bus name", options.name));
   }
   GErrorSlot error;
   GDBusConnection* bus = g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, error.out());
   if (!bus) {
-    return fail(kProgram, kFailed, std::string("no session bus: ") + error.message());
+    return fail(kProgram, kFailed, translated("there is no session bus: {0}", error.message()));
   }
 
   Service service;
@@ -169,11 +171,11 @@ int serve(const Options& options) {
   const guint name = g_bus_own_name_on_connection(
       bus, options.name.c_str(), G_BUS_NAME_OWNER_FLAGS_DO_NOT_QUEUE,
       [](GDBusConnection*, const char* acquired, gpointer) {
-        fail(kProgram, kDone, std::string("serving ") + acquired);
+        fail(kProgram, kDone, translated("serving {0}", acquired));
       },
       [](GDBusConnection*, const char* lost, gpointer data) {
         static_cast<Service*>(data)->status =
-            fail(kProgram, kFailed, std::string(lost) + " is another program's");
+            fail(kProgram, kFailed, translated("{0} is another program's already", lost));
         g_main_loop_quit(static_cast<Service*>(data)->loop);
       },
       &service, nullptr);
@@ -204,33 +206,38 @@ int ReceiverMain(int argc, char* argv[]) {
   Options options;
   const CommandLine line{
       .program = kProgram,
-      .usage = {"[OPTION]...          serve a name on the session bus",
-                "[OPTION]... URL...   take the URLs from the command line and end"},
+      .usage = {translatable("[OPTION]...          serve a name on the session bus"),
+                translatable("[OPTION]... URL...   take the URLs from the command line and end")},
       .before = "\n",
       .options =
           {
-              {"--name", "NAME", "the bus name to serve (default it.drelk.korvane)",
+              {"--name", translatable("NAME"),
+               translatable("the bus name to serve (default it.drelk.korvane)"),
                once("--name", options.name)},
-              {"--output", "FILE", "append what was received to FILE (default: standard output)",
+              {"--output", translatable("FILE"),
+               translatable("append what was received to FILE (default: standard output)"),
                once("--output", options.output)},
               {"--json", "",
-               "one line of JSON for each request, {\"urls\": [...],\n"
-               "\"platform_data\": {...}}, instead of a report",
+               translatable("one line of JSON for each request, {\"urls\": [...],\n"
+                            "\"platform_data\": {...}}, instead of a report"),
                flag(options.json)},
-              {"--once", "", "end after the first request", flag(options.once)},
-              {"--idle", "SECONDS", "end when no request comes for as long",
+              {"--once", "", translatable("end after the first request"), flag(options.once)},
+              {"--idle", translatable("SECONDS"),
+               translatable("end when no request comes for as long"),
                [&](const std::string& text) {
                  const auto [end, error] =
                      std::from_chars(text.data(), text.data() + text.size(), options.idle);
                  if (error != std::errc() || end != text.data() + text.size()) {
-                   throw InputError("--idle needs a number of seconds");
+                   throw InputError(translated("--idle needs a number of seconds"));
                  }
                }},
-              {"--refuse", "", "answer every request with an error", flag(options.refuse)},
-              {"--silent", "", "never answer a request", flag(options.silent)},
-              {"--crash", "", "end without an answer at the first request", flag(options.crash)},
+              {"--refuse", "", translatable("answer every request with an error"),
+               flag(options.refuse)},
+              {"--silent", "", translatable("never answer a request"), flag(options.silent)},
+              {"--crash", "", translatable("end without an answer at the first request"),
+               flag(options.crash)},
           },
-      .after = "",
+      .after = {},
       .takeOther = [&](std::string url) { options.urls.push_back(std::move(url)); },
   };
   return runProgram(line, argc, argv, [&] {

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <iterator>
 
+#include "platform/detail/Translation.h"
+
 namespace korvane {
 
 /// One call of a load handler.
@@ -236,7 +238,7 @@ std::vector<MissingThing> RunWatch::missing() const {
   for (const Thing& thing : things_) {
     if (thing.state == State::missing) missing.push_back({thing.name, thing.reason});
     if (thing.state == State::onItsWay) {
-      missing.push_back({thing.name, "it was not ready within ten seconds"});
+      missing.push_back({thing.name, translated("it was not ready within ten seconds")});
     }
   }
   missing.insert(missing.end(), others_.begin(), others_.end());

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "host/ContentText.h"
+#include "platform/detail/Translation.h"
 
 namespace korvane {
 namespace {
@@ -41,7 +42,8 @@ ShareContext::ShareContext(
     }
     if (from.title && !from.title->empty() && !handsTitleOver(item)) {
       if (noLinks.empty()) {
-        loads->run->miss("the title \"" + *from.title + '"', "it is shared with a link only");
+        loads->run->miss(translated("the title \"{0}\"", *from.title),
+                         translated("it is shared with a link only"));
       } else {
         from.contents.push_back({ShareRequest::Content::Kind::text, *from.title});
       }

@@ -8,6 +8,7 @@
 
 #include "host/InputError.h"
 #include "host/JSONWriter.h"
+#include "platform/detail/Translation.h"
 #include "text/ASCII.h"
 #include "text/Base64.h"
 
@@ -19,12 +20,21 @@ using Json = nlohmann::json;
 constexpr std::size_t kMaxElements = 100'000;
 constexpr std::size_t kMaxDepth = 32;
 
+// What a value may be.
+constexpr const char* kAnObject = translatable("an object");
+constexpr const char* kAList = translatable("a list");
+constexpr const char* kAText = translatable("a text");
+
 // What came from outside, as part of a one-line message.
 std::string inQuotes(const std::string& text) {
   constexpr std::size_t kShown = 60;
   std::string shown = text.substr(0, kShown);
   if (text.size() > kShown) shown += "...";
   return jsonString(shown);
+}
+
+std::string unknownKeys(std::size_t count, const std::string& names) {
+  return translatedCount("unknown key {1}", "unknown keys {1}", count, names);
 }
 
 bool isWebPage(std::string_view url) {
@@ -42,26 +52,28 @@ class RequestBuilder final : public nlohmann::json_sax<Json> {
 
   ShareRequest take() {
     if (!unknown_.empty()) {
-      throw InputError((unknownCount_ == 1 ? "unknown key " : "unknown keys ") + unknown_);
+      throw InputError(unknownKeys(unknownCount_, unknown_));
     }
     return std::move(request_);
   }
 
   bool null() override { return scalar("null"); }
-  bool boolean(bool) override { return scalar("a boolean"); }
-  bool number_integer(number_integer_t) override { return scalar("a number"); }
-  bool number_unsigned(number_unsigned_t) override { return scalar("a number"); }
-  bool number_float(number_float_t, const string_t&) override { return scalar("a number"); }
-  bool binary(binary_t&) override { return scalar("binary data"); }
+  bool boolean(bool) override { return scalar(translatable("a boolean")); }
+  bool number_integer(number_integer_t) override { return scalar(translatable("a number")); }
+  bool number_unsigned(number_unsigned_t) override { return scalar(translatable("a number")); }
+  bool number_float(number_float_t, const string_t&) override {
+    return scalar(translatable("a number"));
+  }
+  bool binary(binary_t&) override { return scalar(translatable("binary data")); }
 
   bool string(string_t& value) override {
-    if (skipping_ || !wantsText()) return scalar("a text");
+    if (skipping_ || !wantsText()) return scalar(kAText);
     if (at_ == Place::item) {
       if (key_ == "title") {
         item().title = std::move(value);
       } else {
         if (key_ == "baseUrl" && !isWebPage(value)) {
-          throw InputError(place() + "baseUrl must be an http or https URL");
+          throw InputError(translated("{0} must be an http or https URL", place() + "baseUrl"));
         }
         (key_ == "text" ? text_ : key_ == "html" ? html_ : baseUrl_) = std::move(value);
       }
@@ -79,7 +91,7 @@ class RequestBuilder final : public nlohmann::json_sax<Json> {
         at_ = Place::root;
         return true;
       case Place::items:
-        if (request_.items.size() == kMaxElements) tooMany("items");
+        if (request_.items.size() == kMaxElements) tooMany(translatable("more than {0} items"));
         request_.items.emplace_back();
         text_.reset();
         html_.reset();
@@ -91,7 +103,7 @@ class RequestBuilder final : public nlohmann::json_sax<Json> {
         at_ = Place::attachment;
         return true;
       default:
-        return scalar("an object");
+        return scalar(kAnObject);
     }
   }
 
@@ -99,17 +111,17 @@ class RequestBuilder final : public nlohmann::json_sax<Json> {
     if (skipping_) return true;
     const bool isTwice = std::find(keys_.begin(), keys_.end(), name) != keys_.end();
     if (at_ == Place::attachment && (isTwice || !isKnown(name))) {
-      loseAttachment(isTwice ? inQuotes(name) + " is given twice"
-                             : "unknown key " + inQuotes(name));
+      loseAttachment(isTwice ? translated("{0} is given twice", inQuotes(name))
+                             : unknownKeys(1, inQuotes(name)));
       skipping_ = true;
       return true;
     }
-    if (isTwice) throw InputError(place() + inQuotes(name) + " is given twice");
+    if (isTwice) throw InputError(translated("{0} is given twice", place() + inQuotes(name)));
     if (!isKnown(name)) {
       constexpr std::size_t kNamed = 10;
       if (++unknownCount_ <= kNamed)
         unknown_ += (unknown_.empty() ? "" : ", ") + place() + inQuotes(name);
-      if (unknownCount_ == kNamed + 1) unknown_ += " and others";
+      if (unknownCount_ == kNamed + 1) unknown_ = translated("{0} and others", unknown_);
       skipping_ = true;
       return true;
     }
@@ -122,7 +134,8 @@ class RequestBuilder final : public nlohmann::json_sax<Json> {
     if (skipping_) return shallower();
     switch (at_) {
       case Place::root:
-        if (keys_.empty() && unknown_.empty()) throw InputError("\"items\" is missing");
+        if (keys_.empty() && unknown_.empty())
+          throw InputError(translated("\"{0}\" is missing", "items"));
         at_ = Place::start;
         break;
       case Place::item:
@@ -144,7 +157,7 @@ class RequestBuilder final : public nlohmann::json_sax<Json> {
       at_ = Place::attachments;
       attachmentIndex_ = 0;
     } else {
-      return scalar("a list");
+      return scalar(kAList);
     }
     return true;
   }
@@ -163,12 +176,12 @@ class RequestBuilder final : public nlohmann::json_sax<Json> {
 
   bool parse_error(std::size_t position, const std::string&,
                    const nlohmann::detail::exception&) override {
-    if (position > json_.size()) throw InputError("the JSON text ends too early");
+    if (position > json_.size()) throw InputError(translated("the JSON text ends too early"));
     const std::string_view before = json_.substr(0, position == 0 ? 0 : position - 1);
     const std::size_t lineStart = before.rfind('\n') + 1;  // npos + 1 is 0
-    throw InputError("no JSON at line " +
-                     std::to_string(1 + std::count(before.begin(), before.end(), '\n')) +
-                     ", byte " + std::to_string(before.size() - lineStart + 1));
+    throw InputError(translated("no JSON at line {0}, byte {1}",
+                                std::to_string(1 + std::count(before.begin(), before.end(), '\n')),
+                                std::to_string(before.size() - lineStart + 1)));
   }
 
  private:
@@ -213,7 +226,7 @@ class RequestBuilder final : public nlohmann::json_sax<Json> {
   }
 
   void beginAttachment() {
-    if (attachmentCount_ == kMaxElements) tooMany("attachments");
+    if (attachmentCount_ == kMaxElements) tooMany(translatable("more than {0} attachments"));
     ++attachmentCount_;
     ++attachmentIndex_;
     fields_ = {};
@@ -225,12 +238,12 @@ class RequestBuilder final : public nlohmann::json_sax<Json> {
     if (wrong_.empty()) wrong_ = std::move(why);
   }
 
-  [[noreturn]] static void tooMany(std::string_view what) {
-    throw InputError("more than " + std::to_string(kMaxElements) + ' ' + std::string(what));
+  [[noreturn]] static void tooMany(const char* text) {
+    throw InputError(translated(text, std::to_string(kMaxElements)));
   }
 
   // A value that is not what its place asks for, unless it belongs to an unknown key.
-  bool scalar(std::string_view got) {
+  bool scalar(const char* got) {
     if (skipping_) {
       if (skipDepth_ == 0) skipping_ = false;
       return true;
@@ -239,9 +252,9 @@ class RequestBuilder final : public nlohmann::json_sax<Json> {
       const bool isWhole = at_ == Place::attachments;
       if (isWhole) beginAttachment();
       loseAttachment(
-          (isWhole ? "it must be an object, not " : inQuotes(key_) + " must be a text, not ") +
-          std::string(got));
-      if (got == "an object" || got == "a list") {
+          isWhole ? translated("it must be an object, not {0}", translated(got))
+                  : translated("{0} must be a text, not {1}", inQuotes(key_), translated(got)));
+      if (got == kAnObject || got == kAList) {
         skipping_ = true;
         skipDepth_ = 1;
       }
@@ -249,28 +262,29 @@ class RequestBuilder final : public nlohmann::json_sax<Json> {
       return true;
     }
     std::string where;
-    std::string_view wanted = "an object";
+    const char* wanted = kAnObject;
     switch (at_) {
       case Place::start:
-        where = "the request";
+        where = translated("the request");
         break;
       case Place::root:
         where = "items";
-        wanted = "a list";
+        wanted = kAList;
         break;
       case Place::items:
         where = "items[" + std::to_string(request_.items.size()) + ']';
         break;
       default:
         where = place() + key_;
-        wanted = wantsText() ? "a text" : "a list";
+        wanted = wantsText() ? kAText : kAList;
         break;
     }
-    throw InputError(where + " must be " + std::string(wanted) + ", not " + std::string(got));
+    throw InputError(
+        translated("{0} must be {1}, not {2}", where, translated(wanted), translated(got)));
   }
 
   bool deeper() {
-    if (++skipDepth_ > kMaxDepth) throw InputError("nested too deeply");
+    if (++skipDepth_ > kMaxDepth) throw InputError(translated("nested too deeply"));
     return true;
   }
 
@@ -294,10 +308,9 @@ class RequestBuilder final : public nlohmann::json_sax<Json> {
         std::count_if(fields_.begin(), fields_.end(), [](const auto& field) { return !!field; }));
     const bool typed = fields_[kType] && fields_[kText];
     if (given != (typed ? 2 : 1) || (!typed && (fields_[kType] || fields_[kText]))) {
-      loseAttachment(
+      loseAttachment(translated(
           "it must have exactly one of \"url\", \"file\", \"image\", \"imageData\", or \"type\" "
-          "with "
-          "\"text\"");
+          "with \"text\""));
     }
     if (wrong_.empty()) {
       ShareRequest::Attachment made = attachment();
@@ -314,14 +327,14 @@ class RequestBuilder final : public nlohmann::json_sax<Json> {
   ShareRequest::Attachment attachment() {
     const auto notEmpty = [&](Field field) {
       std::string& value = *fields_[field];
-      if (value.empty()) loseAttachment('"' + std::string(kFields[field]) + "\" is empty");
+      if (value.empty()) loseAttachment(translated("\"{0}\" is empty", kFields[field]));
       return std::move(value);
     };
     const auto path = [&](Field field) {
       std::string value = notEmpty(field);
       if (value.find('\0') != std::string::npos) {
-        loseAttachment('"' + std::string(kFields[field]) +
-                       "\" is not a path: it holds a NUL character");
+        loseAttachment(
+            translated("\"{0}\" is not a path: it holds a NUL character", kFields[field]));
       }
       return value;
     };
@@ -331,7 +344,7 @@ class RequestBuilder final : public nlohmann::json_sax<Json> {
     if (fields_[kImageData]) {
       std::optional<NSData> data =
           decodedBase64<NSData>(notEmpty(kImageData), Base64Leniency::whiteSpace);
-      if (!data || data->empty()) loseAttachment("\"imageData\" is not base64");
+      if (!data || data->empty()) loseAttachment(translated("\"{0}\" is not base64", "imageData"));
       return ShareRequest::ImageData{std::move(data).value_or(NSData())};
     }
     return ShareRequest::TypedText{notEmpty(kType), std::move(*fields_[kText])};
@@ -387,7 +400,7 @@ std::optional<std::string> withoutLoneSurrogates(std::string_view json) {
 }  // namespace
 
 ShareRequest readShareRequest(std::string_view json) {
-  if (json.size() > kMaxInput) throw InputError("larger than 256 MiB");
+  if (json.size() > kMaxInput) throw InputError(translated("larger than 256 MiB"));
   const std::optional<std::string> repaired = withoutLoneSurrogates(json);
   if (repaired) json = *repaired;
   RequestBuilder builder(json);

@@ -5,6 +5,7 @@
 
 #include "host/FetchedFiles.h"
 #include "host/ShareContext.h"
+#include "platform/detail/Translation.h"
 #include "share/ShareViewController.h"
 
 namespace korvane {
@@ -27,11 +28,12 @@ ShareOutcome runShare(ShareRequest request, const ShareOptions& options) {
     });
   }
   if (context->hasText() && run->textFailed()) {
-    outcome.missing.push_back({"the accompanying text", "there is not enough memory for it"});
+    outcome.missing.push_back(
+        {translated("the accompanying text"), translated("there is not enough memory for it")});
   }
   const bool isOpened = outcome.status == ShareOutcome::Status::opened;
   if (context->hasText() && !isOpened) {
-    outcome.missing.push_back({"the accompanying text", outcome.reason});
+    outcome.missing.push_back({translated("the accompanying text"), outcome.reason});
   }
   outcome.empty = isOpened && !outcome.missing.empty() && run->namesDelivered().empty() &&
                   (!context->hasText() || run->textFailed());

@@ -5,6 +5,7 @@
 #include "host/InputError.h"
 #include "host/Program.h"
 #include "host/SampleView.h"
+#include "platform/detail/Translation.h"
 #include "text/PrintableText.h"
 
 namespace korvane {
@@ -13,22 +14,26 @@ int ViewMain(int argc, char* argv[], void (*showWindow)()) {
   std::string path;
   const CommandLine line{
       .program = "korvane-view",
-      .usage = {"FILE.png"},
-      .before = R"(Draws a sample view to a PNG file and, where GTK 4 and a display are there, shows
-it in a window.
-
-)",
+      .usage = {translatable("FILE.png")},
+      .before = translatable(
+          "Draws a sample view to a PNG file and, where GTK 4 and a display are there, shows\n"
+          "it in a window.\n\n"),
       .options = {},
-      .after = "",
-      .takeOther = once("the picture", path),
+      .after = {},
+      .takeOther =
+          [&path](std::string given) {
+            if (!path.empty()) throw InputError(translated("more than one picture is given"));
+            path = std::move(given);
+          },
       .check =
           [&] {
-            if (path.empty()) throw InputError("which file is the picture to be?");
+            if (path.empty()) throw InputError(translated("no file for the picture is given"));
           },
   };
   return runProgram(line, argc, argv, [&] {
-    if (!writeSampleView(path)) return fail(line.program, kFailed, "cannot write " + path);
-    writeOut("The view is drawn in " + printableText(path, LineBreaks::show) + "\n");
+    if (!writeSampleView(path))
+      return fail(line.program, kFailed, translated("{0} cannot be written", path));
+    writeOut(translated("The view is drawn in {0}", printableText(path, LineBreaks::show)) + "\n");
     if (showWindow) showWindow();
     return kDone;
   });

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "host/PreparedImages.h"
+#include "platform/detail/Translation.h"
 
 namespace korvane {
 namespace {
@@ -34,7 +35,8 @@ class WatchedQueue : public DispatchQueue {
       try {
         running();
       } catch (const std::bad_alloc&) {
-        if (ending->isBackground) ending->run->launchFailed("there is not enough memory");
+        if (ending->isBackground)
+          ending->run->launchFailed(translated("there is not enough memory"));
         throw;
       }
     });
@@ -90,7 +92,7 @@ class WatchedWorkspace : public NSWorkspace {
 
 /// What an error says beside the path, which the person knows the thing by.
 std::string reasonOf(const std::optional<NSError>& error, std::string_view path) {
-  if (!error || error->localizedDescription.empty()) return "it could not be written";
+  if (!error || error->localizedDescription.empty()) return translated("it could not be written");
   std::string_view text = error->localizedDescription;
   if (text.starts_with(path) && text.substr(path.size()).starts_with(": ")) {
     text.remove_prefix(path.size() + 2);
@@ -185,8 +187,8 @@ class WatchedCoordinator : public NSFileCoordinator {
     coordinator_->coordinateWritingItemAtURL(url, options, error, accessor);
     if (!error) return;
     if (const auto run = RunScope::current()) {
-      run->blame(url ? "the staging folder cannot be used: " + reasonOf(error, {})
-                     : "there is no container for attachments");
+      run->blame(url ? translated("the staging folder cannot be used: {0}", reasonOf(error, {}))
+                     : translated("there is no container for attachments"));
     }
   }
 

@@ -42,6 +42,13 @@ constexpr bool isUTF8Continuation(char byte) {
 /// Whether all of the bytes are UTF-8.
 bool isValidUTF8(std::string_view bytes);
 
+/// How many characters a text of UTF-8 has, which in our languages is how many columns it takes.
+constexpr std::size_t columnsOf(std::string_view text) {
+  std::size_t count = 0;
+  for (const char byte : text) count += isUTF8Continuation(byte) ? 0 : 1;
+  return count;
+}
+
 /// Appends a character (up to U+10FFFF, no surrogate) in UTF-8.
 void appendUTF8(char32_t code, std::string& text);
 

@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "linux/detail/GLibPointer.h"
+#include "platform/detail/Translation.h"
 
 namespace korvane {
 namespace {
@@ -111,11 +112,12 @@ std::unique_ptr<Clipboard> Clipboard::ofSession(std::string& reason) {
         Command{"xclip", "-selection", "clipboard", "-out", "-target"});
   }
   if (isSet("WAYLAND_DISPLAY")) {
-    reason = "the clipboard cannot be read: wl-paste is not installed (package wl-clipboard)";
+    reason = translated(
+        "the clipboard cannot be read: wl-paste is not installed (package wl-clipboard)");
   } else if (isSet("DISPLAY")) {
-    reason = "the clipboard cannot be read: xclip is not installed (package xclip)";
+    reason = translated("the clipboard cannot be read: xclip is not installed (package xclip)");
   } else {
-    reason = "the clipboard cannot be read: this is not a graphical session";
+    reason = translated("the clipboard cannot be read: this is not a graphical session");
   }
   return nullptr;
 }

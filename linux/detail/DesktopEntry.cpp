@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include "linux/detail/GLibPointer.h"
+#include "platform/detail/Translation.h"
 
 namespace korvane {
 namespace {
@@ -15,7 +16,7 @@ constexpr std::size_t kMaxArgument = 131'071;
 const char* const kGroup = G_KEY_FILE_DESKTOP_GROUP;
 
 std::string notInstalled(std::string_view identifier) {
-  return "no application " + std::string(identifier) + " is installed";
+  return translated("no application {0} is installed", identifier);
 }
 
 /// The desktop entry of the identifier, the user's own before the system's.
@@ -76,7 +77,7 @@ std::optional<std::string> launch(GKeyFile* entry, const std::string& exec,
                                   const Activation& activation) {
   g_key_file_set_string(entry, kGroup, G_KEY_FILE_DESKTOP_KEY_EXEC, exec.c_str());
   const GObjectPointer<GDesktopAppInfo> application(g_desktop_app_info_new_from_keyfile(entry));
-  if (!application) return "its desktop entry names a program that is not there";
+  if (!application) return translated("its desktop entry names a program that is not there");
 
   const GObjectPointer<GAppLaunchContext> context(g_app_launch_context_new());
   const auto pass = [&](const char* name, const std::optional<std::string>& value) {
@@ -105,7 +106,7 @@ std::optional<std::string> launch(GKeyFile* entry, const std::string& exec,
   }
   // Other messages than those of spawning may quote the command line.
   if (error.isOf(G_SPAWN_ERROR)) return error.message();
-  return "its desktop entry cannot be run";
+  return translated("its desktop entry cannot be run");
 }
 
 }  // namespace
@@ -115,16 +116,20 @@ std::optional<std::string> launchDesktopEntry(std::string_view identifier,
                                               const Activation& activation) {
   const GPointer<GKeyFile> entry = findEntry(identifier);
   if (!entry) return notInstalled(identifier);
-  const std::string who = std::string(identifier) + " cannot be started: ";
+  const auto because = [&](const std::string& why) {
+    return translated("{0} cannot be started: {1}", identifier, why);
+  };
 
   const GPointer<char> line(
       g_key_file_get_string(entry.get(), kGroup, G_KEY_FILE_DESKTOP_KEY_EXEC, nullptr));
   const std::string exec = line ? line.get() : "";
-  if (!takes(exec, 'u') && !takes(exec, 'U')) return who + "its desktop entry takes no URLs";
+  if (!takes(exec, 'u') && !takes(exec, 'U'))
+    return because(translated("its desktop entry takes no URLs"));
   for (const NSURL& url : urls) {
     if (url.absoluteString().size() > kMaxArgument) {
-      return who + "the message makes a URL of " + std::to_string(url.absoluteString().size()) +
-             " bytes, and a program can be given " + std::to_string(kMaxArgument);
+      return because(
+          translated("the message makes a URL of {0} bytes, and a program can be given {1}",
+                     std::to_string(url.absoluteString().size()), std::to_string(kMaxArgument)));
     }
   }
   // The entry was found to say how to run the program; the bus was tried.
@@ -132,11 +137,11 @@ std::optional<std::string> launchDesktopEntry(std::string_view identifier,
 
   if (takes(exec, 'U')) {
     const auto failure = launch(entry.get(), withUrls(exec, urls), activation);
-    return failure ? std::optional(who + *failure) : std::nullopt;
+    return failure ? std::optional(because(*failure)) : std::nullopt;
   }
   for (const NSURL& url : urls) {  // one program for each
     const auto failure = launch(entry.get(), withUrls(exec, {url}), activation);
-    if (failure) return who + *failure;
+    if (failure) return because(*failure);
   }
   return std::nullopt;
 }

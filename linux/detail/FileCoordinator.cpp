@@ -18,6 +18,7 @@
 
 #include "linux/detail/FileDescriptor.h"
 #include "linux/detail/FileTree.h"
+#include "platform/detail/Translation.h"
 
 namespace korvane {
 namespace {
@@ -71,7 +72,8 @@ off_t lockByte(const std::string& name) {
 }
 
 FileFailure lockedTooLong(const std::string& item) {
-  return {ETIMEDOUT, item.empty() ? "the container" : item, "another program keeps it locked"};
+  return {ETIMEDOUT, item.empty() ? translated("the container") : item,
+          translated("another program keeps it locked")};
 }
 
 using SteadyClock = std::chrono::steady_clock;
@@ -146,7 +148,7 @@ FileDescriptor openLockFile(const std::string& path) {
   }
   struct stat status = {};
   if (!file || ::fstat(file.get(), &status) != 0) throw FileFailure{errno, path};
-  if (!S_ISREG(status.st_mode)) throw FileFailure{EINVAL, path, "not a lock file"};
+  if (!S_ISREG(status.st_mode)) throw FileFailure{EINVAL, path, translated("not a lock file")};
   // The process's mask may have taken from a new file what the next one to open it needs.
   if ((status.st_mode & 0777) != 0600) (void)::fchmod(file.get(), S_IRUSR | S_IWUSR);
   return file;
@@ -170,7 +172,7 @@ std::shared_ptr<FileDescriptor> lock(const std::string& path, const LockNames& n
     // Locks on a file that is no longer the lock file exclude nobody.
     if (isStillAt(path, *file)) return file;
   }
-  throw FileFailure{EAGAIN, path, "the lock file is being replaced over and over"};
+  throw FileFailure{EAGAIN, path, translated("the lock file is being replaced over and over")};
 }
 
 /// The accesses that the calling thread is inside of.
@@ -251,7 +253,7 @@ void FileCoordinator::coordinateWritingItemAtURL(
     const std::optional<NSURL>& url, NSFileCoordinatorWritingOptions, std::optional<NSError>& error,
     const std::function<void(const NSURL&)>& accessor) {
   if (!url || !url->isFileURL() || !container_.path()) {
-    error = NSError::withErrno(EINVAL, url ? "" : "no URL");
+    error = NSError::withErrno(EINVAL, url ? "" : translated("no URL"));
     return;
   }
   const std::string path = url->fileSystemRepresentation();

@@ -14,6 +14,8 @@
 #include <utility>
 #include <vector>
 
+#include "platform/detail/Translation.h"
+
 namespace korvane {
 namespace {
 
@@ -79,10 +81,10 @@ OpenedItem openItem(int folder, const std::string& name, const std::string& path
   }
   const auto check = [&] {
     if (S_ISLNK(item.status.st_mode)) {
-      throw FileFailure{ELOOP, path, "a link inside the container is not followed"};
+      throw FileFailure{ELOOP, path, translated("a link inside the container is not followed")};
     }
     if (!S_ISREG(item.status.st_mode) && !S_ISDIR(item.status.st_mode)) {
-      throw FileFailure{EOPNOTSUPP, path, "neither a file nor a folder"};
+      throw FileFailure{EOPNOTSUPP, path, translated("neither a file nor a folder")};
     }
   };
   check();
@@ -103,7 +105,7 @@ void copyOnce(const OpenedItem& source, int target, const std::string& path) {
   const off_t size = source.status.st_size;
   if (size == 0) {
     if (copyThroughBuffer(from, target, 0, kUnannouncedMaximum, path) >= kUnannouncedMaximum) {
-      throw FileFailure{EFBIG, path, "grows without end"};
+      throw FileFailure{EFBIG, path, translated("grows without end")};
     }
     return;
   }
@@ -148,7 +150,8 @@ void copyContent(OpenedItem& source, int target, const std::string& path) {
     if (::fstat(source.descriptor.get(), &now) != 0) throw FileFailure{errno, path};
     if (isSameVersion(source.status, now)) return;
     if (repeats == kMaximumRepeats) {
-      throw FileFailure{EBUSY, path, "is being changed over and over while it is copied"};
+      throw FileFailure{EBUSY, path,
+                        translated("is being changed over and over while it is copied")};
     }
     source.status = now;
     if (::ftruncate(target, 0) != 0) throw FileFailure{errno, path};
@@ -175,11 +178,13 @@ OpenedItem openLinkedFile(int root, int folder, const std::string& name, const s
   std::string inside = realPath(root, path);
   if (!inside.ends_with('/')) inside += '/';
   if (!realPath(found.get(), path).starts_with(inside)) {
-    throw FileFailure{ELOOP, path, "a link that leads out of the folder is not followed"};
+    throw FileFailure{ELOOP, path,
+                      translated("a link that leads out of the folder is not followed")};
   }
-  if (item.isFolder()) throw FileFailure{ELOOP, path, "a link to a folder is not followed"};
+  if (item.isFolder())
+    throw FileFailure{ELOOP, path, translated("a link to a folder is not followed")};
   if (!S_ISREG(item.status.st_mode)) {
-    throw FileFailure{EOPNOTSUPP, path, "neither a file nor a folder"};
+    throw FileFailure{EOPNOTSUPP, path, translated("neither a file nor a folder")};
   }
   const std::string self = "/proc/self/fd/" + std::to_string(found.get());
   item.descriptor = FileDescriptor(::open(self.c_str(), O_RDONLY | O_NOCTTY | O_CLOEXEC));
@@ -269,7 +274,8 @@ class FolderCopy {
 
   FolderTooLarge tooLarge(const std::string& path) const {
     return {{E2BIG, path,
-             "holds more than " + std::to_string(rules_.maximumEntries) + " files and folders"}};
+             translated("holds more than {0} files and folders",
+                        std::to_string(rules_.maximumEntries))}};
   }
 
   void copyEntry(const Entry& entry) {
@@ -310,7 +316,7 @@ class FolderCopy {
 
   void enterFolder(OpenedItem item, const std::string& name, std::size_t pathLength) {
     if (identity(item.status) == targetRoot_) {
-      throw FileFailure{EINVAL, path_, "a folder cannot be copied into itself"};
+      throw FileFailure{EINVAL, path_, translated("a folder cannot be copied into itself")};
     }
     if (::mkdirat(target_.get(), name.c_str(), S_IRWXU) != 0) throw FileFailure{errno, path_};
     try {
@@ -356,7 +362,7 @@ class FolderCopy {
     FileDescriptor above(::openat(folder, "..", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (!above) throw FileFailure{errno, path_};
     if (identity(status(above.get())) != expected) {
-      throw FileFailure{ESTALE, path_, "moved while it was being copied"};
+      throw FileFailure{ESTALE, path_, translated("moved while it was being copied")};
     }
     return above;
   }

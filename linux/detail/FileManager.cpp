@@ -12,6 +12,7 @@
 #include "linux/detail/FileCopy.h"
 #include "linux/detail/FilePlace.h"
 #include "linux/detail/FileTree.h"
+#include "platform/detail/Translation.h"
 
 namespace korvane {
 namespace {
@@ -29,9 +30,10 @@ bool attempt(std::optional<NSError>& error, const Operation& operation) {
 }
 
 std::string pathOf(const NSURL& url) {
-  if (!url.isFileURL()) throw FileFailure{EINVAL, url.scheme().value_or(""), "not a file URL"};
+  if (!url.isFileURL())
+    throw FileFailure{EINVAL, url.scheme().value_or(""), translated("not a file URL")};
   std::string path = url.fileSystemRepresentation();
-  if (!path.starts_with('/')) throw FileFailure{EINVAL, path, "not an absolute path"};
+  if (!path.starts_with('/')) throw FileFailure{EINVAL, path, translated("not an absolute path")};
   return path;
 }
 
@@ -191,7 +193,8 @@ void FileManager::createIntermediateDirectories(std::string_view path) const {
     if (const auto status = statusAt(place, place.links)) {
       if (S_ISDIR(status->st_mode)) continue;
       if (S_ISLNK(status->st_mode)) {
-        throw FileFailure{ELOOP, place.path, "a link inside the container is not followed"};
+        throw FileFailure{ELOOP, place.path,
+                          translated("a link inside the container is not followed")};
       }
       throw FileFailure{end == std::string::npos ? EEXIST : ENOTDIR, place.path};
     }

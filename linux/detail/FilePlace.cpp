@@ -10,6 +10,8 @@
 #include <utility>
 #include <vector>
 
+#include "platform/detail/Translation.h"
+
 namespace korvane {
 namespace {
 
@@ -44,7 +46,7 @@ FileDescriptor stepInto(const FileDescriptor& folder, const std::string& name,
   if (next) return next;
   const int code = errno;
   if (isLink(folder.get(), name)) {
-    throw FileFailure{ELOOP, path, "a link inside the container is not followed"};
+    throw FileFailure{ELOOP, path, translated("a link inside the container is not followed")};
   }
   throw FileFailure{code, path};
 }
@@ -56,7 +58,8 @@ FilePlace locate(const ContainerRoot& container, std::string_view path) {
   place.path = path;
   if (path.empty()) throw FileFailure{ENOENT, {}};
   if (path.find('\0') != std::string_view::npos) {
-    throw FileFailure{EINVAL, place.path.substr(0, path.find('\0')), "a path holds no NUL"};
+    throw FileFailure{EINVAL, place.path.substr(0, path.find('\0')),
+                      translated("a path cannot hold a NUL character")};
   }
 
   const auto relative = container.relativePath(path);

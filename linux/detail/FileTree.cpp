@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "linux/detail/UnfinishedNames.h"
+#include "platform/detail/Translation.h"
 
 namespace korvane {
 namespace {
@@ -107,7 +108,7 @@ void removeFolder(int parent, const std::string& topName, const std::string& top
       above = FileDescriptor(::openat(current.get(), "..", kOpenFolder));
       if (!above) throw FileFailure{errno, path};
       if (identity(above.get(), path) != levels[levels.size() - 2].identity) {
-        throw FileFailure{ESTALE, path, "moved while it was being removed"};
+        throw FileFailure{ESTALE, path, translated("moved while it was being removed")};
       }
     }
     const int holder = above ? above.get() : parent;

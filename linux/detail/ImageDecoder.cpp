@@ -24,6 +24,7 @@
 #include "formats/images/DecodedPicture.h"
 #include "formats/images/ImageFormat.h"
 #include "linux/detail/FileDescriptor.h"
+#include "platform/detail/Translation.h"
 
 namespace korvane {
 namespace {
@@ -183,30 +184,34 @@ class SealedBytes {
 const char* reason(DecodeStatus status) {
   switch (status) {
     case DecodeStatus::notAPicture:
-      return "it is not a picture that can be read";
+      return translatable("it is not a picture that can be read");
     case DecodeStatus::damaged:
-      return "the picture is damaged or incomplete";
+      return translatable("the picture is damaged or incomplete");
     case DecodeStatus::tooLarge:
-      return "the picture has more than 108 megapixels, or more than 81 with transparency";
+      return translatable(
+          "the picture has more than 108 megapixels, or more than 81 with transparency");
     case DecodeStatus::noMemory:
-      return "decoding the picture needs too much memory";
+      return translatable("decoding the picture needs too much memory");
     default:
-      return "the program that decodes pictures gave back what does not fit together";
+      return translatable("the program that decodes pictures gave back what does not fit together");
   }
 }
 
 // Of a process that ended by itself but not well.
 std::string reasonOfEnd(int status) {
-  if (!WIFSIGNALED(status)) return "the program that decodes pictures could not decode this one";
+  if (!WIFSIGNALED(status))
+    return translated("the program that decodes pictures could not decode this one");
   switch (WTERMSIG(status)) {
     case SIGXCPU:
     case SIGKILL:
-      return "decoding the picture takes too long";
+      return translated("decoding the picture takes too long");
     case SIGSYS:
-      return "the picture made the program that decodes it try what it may not do";
+      return translated("the picture made the program that decodes it try what it may not do");
     default:
-      return std::string("the program that decodes pictures ended by itself on this one (") +
-             strsignal(WTERMSIG(status)) + "), for want of memory perhaps";
+      return translated(
+          "the program that decodes pictures ended by itself on this one ({0}), for want of memory "
+          "perhaps",
+          strsignal(WTERMSIG(status)));
   }
 }
 
@@ -221,7 +226,7 @@ std::shared_ptr<const Bitmap> ImageDecoder::decode(const NSData& encoded, std::s
   FileDescriptor here = aboveStandardStreams(ends[0]);
   FileDescriptor there = aboveStandardStreams(ends[1]);
   if (!output || !connected || !here || !there) {
-    why = "the program that decodes pictures cannot be started: " + errorText(errno);
+    why = translated("the program that decodes pictures cannot be started: {0}", errorText(errno));
     return nullptr;
   }
   const std::string_view format = imageFormat(encoded);
@@ -231,14 +236,14 @@ std::shared_ptr<const Bitmap> ImageDecoder::decode(const NSData& encoded, std::s
                                {kProgramName, format.empty() ? "-" : std::string(format),
                                 std::to_string(encoded.size())});
   if (error != 0) {
-    why = "the program that decodes pictures cannot be started: " + program.string() + ": " +
-          errorText(error);
+    why = translated("the program that decodes pictures cannot be started: {0}",
+                     program.string() + ": " + errorText(error));
     return nullptr;
   }
   Process process(number);
   there = FileDescriptor();
   if (!feedUntilEnd(process, std::move(here), encoded, deadline)) {
-    why = "decoding the picture takes too long";
+    why = translated("decoding the picture takes too long");
     return nullptr;
   }
   const std::optional<int> status = process.status();
@@ -249,7 +254,7 @@ std::shared_ptr<const Bitmap> ImageDecoder::decode(const NSData& encoded, std::s
   }
   DecodedPicture picture = readDecodedPicture(bytes.get());
   if (picture.status != DecodeStatus::decoded) {
-    why = reason(picture.status);
+    why = translated(reason(picture.status));
     return nullptr;
   }
   return std::move(picture.bitmap);

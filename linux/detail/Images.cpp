@@ -5,6 +5,7 @@
 #include "formats/images/ImageEnd.h"
 #include "formats/images/ImageWriters.h"
 #include "formats/images/PNGWriter.h"
+#include "platform/detail/Translation.h"
 
 namespace korvane {
 
@@ -13,14 +14,14 @@ std::shared_ptr<const Bitmap> Images::decode(const NSData& encoded, std::string*
   try {
     if (auto bitmap = readOwnTIFF(encoded)) return bitmap;
     if (encoded.empty()) {
-      reason = "there is no data";
+      reason = translated("there is no data");
     } else if (isCutOff(encoded)) {
-      reason = "the picture is incomplete";
+      reason = translated("the picture is incomplete");
     } else if (auto bitmap = decoder_.decode(encoded, reason)) {
       return bitmap;
     }
   } catch (const std::bad_alloc&) {
-    reason = "there is not enough memory";
+    reason = translated("there is not enough memory");
   }
   if (why != nullptr) *why = std::move(reason);
   return nullptr;

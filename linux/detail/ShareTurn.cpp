@@ -18,6 +18,7 @@
 #include "platform/Clock.h"
 #include "platform/NSFileManager.h"
 #include "platform/NSString.h"
+#include "platform/detail/Translation.h"
 
 namespace korvane {
 namespace {
@@ -31,7 +32,7 @@ constexpr double kTimeStep = 0.012;
 constexpr std::size_t kMaxNotes = 4096;
 
 constexpr const char* kNotTaken =
-    "the mail client has not taken the files of the message before this one yet";
+    translatable("the mail client has not taken the files of the message before this one yet");
 
 /// Hand-overs: the staging folder, relative to the container, and the time in seconds since 1970.
 using Notes = std::map<std::string, double>;
@@ -80,11 +81,12 @@ int writeNotes(int file, const Notes& notes) {
   return ::ftruncate(file, static_cast<off_t>(text.size())) == 0 ? 0 : errno;
 }
 
-std::string unusable(const std::string& path, const std::string& why) {
-  return "the lock file of shares, " + path + ", " + why;
-}
-
 std::string systemText(int code) { return NSError::withErrno(code).localizedDescription; }
+
+/// `why` has a place for the path and may have one for the system's text of the errno value.
+std::string unusable(const std::string& path, const char* why, int code = 0) {
+  return translated(why, path, systemText(code));
+}
 
 /// Whether the lock file is the one that is open; absent, with errno set, where that cannot be
 /// told.
@@ -111,12 +113,18 @@ FileDescriptor openLockFile(const std::string& path, std::optional<std::string>&
   struct stat status = {};
   const int code = file ? 0 : errno;
   if (code == ELOOP) {
-    refusal = unusable(path, "is a symbolic link, and only a regular file will do");
+    refusal = unusable(
+        path,
+        translatable(
+            "the lock file of shares, {0}, is a symbolic link, and only a regular file will do"));
   } else if (code == EISDIR ||
              (file && ::fstat(file.get(), &status) == 0 && !S_ISREG(status.st_mode))) {
-    refusal = unusable(path, "is not a regular file, and only one will do");
+    refusal = unusable(
+        path,
+        translatable("the lock file of shares, {0}, is not a regular file, and only one will do"));
   } else if (code != 0) {
-    refusal = unusable(path, "cannot be opened: " + systemText(code));
+    refusal =
+        unusable(path, translatable("the lock file of shares, {0}, cannot be opened: {1}"), code);
   }
   if (refusal) return {};
   // The process's mask may have taken from a new file what the next one to open it needs.
@@ -158,12 +166,14 @@ void ShareTurn::begin(const std::function<void(const std::string& line)>& tell) 
     if (!isLocked) {
       isLocked = ::flock(file_.get(), LOCK_EX | LOCK_NB) == 0;
       if (!isLocked && errno != EWOULDBLOCK && errno != EINTR) {
-        refusal_ = unusable(path_, "cannot be locked: " + systemText(errno));
+        refusal_ = unusable(
+            path_, translatable("the lock file of shares, {0}, cannot be locked: {1}"), errno);
         return;
       }
       const auto isSame = isLocked ? isStillAt(path_, file_.get()) : std::optional(true);
       if (!isSame) {
-        refusal_ = unusable(path_, "cannot be looked at: " + systemText(errno));
+        refusal_ = unusable(
+            path_, translatable("the lock file of shares, {0}, cannot be looked at: {1}"), errno);
         return;
       }
       if (!*isSame) {
@@ -173,12 +183,13 @@ void ShareTurn::begin(const std::function<void(const std::string& line)>& tell) 
     }
     if (isLocked && (mayEmpty() || refusal_)) return;
     if (waited >= kLongestWait) {
-      refusal_ = kNotTaken;
+      refusal_ = translated(kNotTaken);
       return;
     }
     if (tell && !isTold && waited >= kSilentWait) {
       isTold = true;
-      tell("waiting until the mail client has taken the files of the message before this one");
+      tell(translated(
+          "waiting until the mail client has taken the files of the message before this one"));
     }
     sleepForTimeInterval(kPause);
   }
@@ -187,7 +198,8 @@ void ShareTurn::begin(const std::function<void(const std::string& line)>& tell) 
 bool ShareTurn::mayEmpty() {
   const auto notes = readNotes(file_.get());
   if (!notes) {
-    refusal_ = unusable(path_, "cannot be read: " + systemText(errno));
+    refusal_ =
+        unusable(path_, translatable("the lock file of shares, {0}, cannot be read: {1}"), errno);
     return false;
   }
   const auto noted = notes->find(name_);
@@ -213,7 +225,8 @@ std::optional<std::string> ShareTurn::noteHandOver() {
   if (!file_ || !holdsUnreadFiles(folder_)) return std::nullopt;
   sleepForTimeInterval(kTimeStep);
   if (const int code = note(NSDate::date().timeIntervalSince1970); code != 0) {
-    return unusable(path_, "cannot be written: " + systemText(code));
+    return unusable(path_, translatable("the lock file of shares, {0}, cannot be written: {1}"),
+                    code);
   }
   return std::nullopt;
 }

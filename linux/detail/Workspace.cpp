@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "linux/detail/GLibPointer.h"
+#include "platform/detail/Translation.h"
 
 namespace korvane {
 namespace {
@@ -116,7 +117,7 @@ GVariant* openParameters(const std::vector<NSURL>& urls, const Activation& activ
 /// could quote the message, so only the error's name is passed on.
 BusAnswer answerOfError(const std::string& identifier, GDBusMessage* reply) {
   const char* name = g_dbus_message_get_error_name(reply);
-  const std::string error = name ? name : "an unnamed error";
+  const std::string error = name ? name : translated("an unnamed error");
   const char* sender = g_dbus_message_get_sender(reply);
   const bool fromBus = sender && std::string_view(sender) == "org.freedesktop.DBus";
 
@@ -124,10 +125,11 @@ BusAnswer answerOfError(const std::string& identifier, GDBusMessage* reply) {
                   error == "org.freedesktop.DBus.Error.NameHasNoOwner")) {
     return {BusAnswer::unreachable, {}};
   }
-  if (!fromBus) return {BusAnswer::refused, identifier + " refused the request (" + error + ")"};
+  if (!fromBus)
+    return {BusAnswer::refused, translated("{0} refused the request ({1})", identifier, error)};
   const char* text = g_dbus_message_get_arg0(reply);
   return {BusAnswer::refused,
-          identifier + " cannot be reached: " + (text ? std::string(text) : error)};
+          translated("{0} cannot be reached: {1}", identifier, text ? std::string(text) : error)};
 }
 
 BusAnswer openOverBus(const std::string& identifier, const std::vector<NSURL>& urls,
@@ -137,13 +139,13 @@ BusAnswer openOverBus(const std::string& identifier, const std::vector<NSURL>& u
   const auto connection = connectToSessionBus(limits.connecting, error);
   // Whoever is started by its desktop entry would wait for the same bus.
   if (error.is(G_IO_ERROR, G_IO_ERROR_CANCELLED)) {
-    return {BusAnswer::refused, "the session bus does not answer"};
+    return {BusAnswer::refused, translated("the session bus does not answer")};
   }
   if (!connection) return {BusAnswer::unreachable, {}};
   if (arraySize(urls) > kMaxArray) {
-    return {BusAnswer::refused, "the message makes URLs of " + std::to_string(arraySize(urls)) +
-                                    " bytes, and the session bus takes " +
-                                    std::to_string(kMaxArray)};
+    return {BusAnswer::refused,
+            translated("the message makes URLs of {0} bytes, and the session bus takes {1}",
+                       std::to_string(arraySize(urls)), std::to_string(kMaxArray))};
   }
 
   const GObjectPointer<GDBusMessage> call(g_dbus_message_new_method_call(
@@ -154,12 +156,13 @@ BusAnswer openOverBus(const std::string& identifier, const std::vector<NSURL>& u
       connection.get(), call.get(), G_DBUS_SEND_MESSAGE_FLAGS_NONE,
       static_cast<gint>(limits.answering.count()), nullptr, nullptr, failure.out()));
   if (failure.is(G_IO_ERROR, G_IO_ERROR_TIMED_OUT)) {
-    return {BusAnswer::refused, kNotAnsweredYet};
+    return {BusAnswer::refused, translated(kNotAnsweredYet)};
   }
   if (!reply) {
-    return {BusAnswer::refused,
-            "the session bus ended the connection; it may not take messages of " +
-                std::to_string(arraySize(urls)) + " bytes"};
+    return {
+        BusAnswer::refused,
+        translated("the session bus ended the connection; it may not take messages of {0} bytes",
+                   std::to_string(arraySize(urls)))};
   }
   if (g_dbus_message_get_message_type(reply.get()) == G_DBUS_MESSAGE_TYPE_METHOD_RETURN) {
     return {BusAnswer::opened, {}};

@@ -10,6 +10,7 @@
 #include "linux/detail/DesktopEntry.h"
 #include "platform/Export.h"
 #include "platform/NSWorkspace.h"
+#include "platform/detail/Translation.h"
 
 namespace korvane {
 
@@ -24,7 +25,7 @@ struct WorkspaceLimits {
 /// Why an opening failed whose application was reached and has not answered: it may still do what
 /// it was asked to.
 inline constexpr const char* kNotAnsweredYet =
-    "the mail client has not answered yet; its window may still come";
+    translatable("the mail client has not answered yet; its window may still come");
 
 /// Opens URLs with an application of the Linux desktop. An application's identifier is the name of
 /// its desktop entry and its name on the session bus.

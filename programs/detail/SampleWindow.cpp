@@ -6,12 +6,13 @@
 
 #include "host/SampleView.h"
 #include "linux/CairoSurface.h"
+#include "platform/detail/Translation.h"
 
 namespace korvane {
 
 void showSampleWindow() {
   if (!gtk_init_check()) {
-    std::puts("No display: the view is in the picture alone.");
+    std::puts(translationOf("No display: the view is in the picture alone."));
     return;
   }
   auto container = sampleView(480, 360);

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include "host/InputError.h"
+#include "platform/detail/Translation.h"
 
 namespace korvane {
 namespace {
@@ -30,7 +31,7 @@ class CommandLines : public ::testing::Test {
       .before = "What it does.\n\n",
       .options = {{"--name", "NAME", "its name,\nin two lines", once("--name", name)},
                   {"-l, --loud", "", "make noise", flag(isLoud)}},
-      .after = "\nThe end.\n",
+      .after = [] { return std::string("\nThe end.\n"); },
       .takeOther = [this](std::string other) { others.push_back(std::move(other)); },
   };
 };
@@ -86,7 +87,28 @@ TEST_F(CommandLines, HelpIsMadeOfTheTable) {
             "  -h, --help   print this text\n"
             "  --version    print the version\n"
             "\nThe end.\n");
+  line.after = {};
+  EXPECT_TRUE(helpText(line).ends_with("print the version\n"));
   EXPECT_THAT(versionText(line), ::testing::MatchesRegex("a-program [0-9]+\\.[0-9]+\\.[0-9]+\n"));
+}
+
+// The texts are taken as they stand in the table, and translated when they are shown.
+TEST_F(CommandLines, HelpIsInThePersonsLanguage) {
+  setTranslator([](const char* one, const char*, unsigned long) -> const char* {
+    const std::string text = one;
+    if (text == "Usage:") return "Größe:";
+    if (text == "NAME") return "ÄÖÜ";
+    if (text == "make noise") return "lärmen";
+    return one;
+  });
+  const std::string help = helpText(line);
+  setTranslator(nullptr);
+  EXPECT_THAT(help, ::testing::StartsWith("Größe: a-program [OPTION]... FILE\n"
+                                          "       a-program --list\n"));
+  EXPECT_THAT(help, ::testing::HasSubstr("  --name ÄÖÜ  its name,\n"
+                                         "              in two lines\n"
+                                         "  -l, --loud  lärmen\n"
+                                         "  -h, --help  print this text\n"));
 }
 
 }  // namespace

@@ -33,7 +33,7 @@ class ProgramTest : public ::testing::Test {
                    .usage = {"X"},
                    .before = "",
                    .options = {},
-                   .after = "",
+                   .after = {},
                    .takeOther = [](const std::string&) {}};
   std::string output, errors;
 };

@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <regex>
 #include <string>
 #include <vector>
 
@@ -61,6 +62,28 @@ TEST(Translations, TheirPlacesAndLineBreaksAreThoseOfTheText) {
 TEST(Translations, NothingIsLeftOfTextsThatAreGone) {
   for (const std::string& language : languages()) {
     EXPECT_NE(complaintOf("grep '^#~' " + kFolder + language + ".po"), "") << language;
+  }
+}
+
+// Where texts for people go in, none goes in as it stands. What is written in capitals or without
+// a blank is no sentence: a name, an option, a key.
+TEST(Translations, NoLineForPeopleGoesPastThem) {
+  static const std::regex kPast(
+      R"re((?:InputError|runtime_error|ComposeError|refuse|giveUp|launchFailed|blame|complain)\()re"
+      R"re((?:[A-Za-z:]+, )?(?:std::string\()?"[^"]* [^"]*")re"
+      R"re(|(?:fail|tell)\((?:[A-Za-z]+, ){0,2}(?:std::string\()?"[^"]* [^"]*")re"
+      R"re(|(?:leftOut_?|missing)\.(?:push|emplace)_back\(\{?"[^"]* [^"]*")re"
+      R"re(|(?:reason|why|failure)_? = "[^"]* [^"]*")re");
+  for (const char* room : {"linux", "host", "compose", "programs"}) {
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(
+             std::string(KORVANE_SOURCE_DIR "/") + room)) {
+      if (entry.path().extension() != ".cpp" && entry.path().extension() != ".h") continue;
+      const std::string text = contentOf(entry.path());
+      for (std::sregex_iterator found(text.begin(), text.end(), kPast), end; found != end;
+           ++found) {
+        ADD_FAILURE() << entry.path() << ": " << found->str();
+      }
+    }
   }
 }
 
