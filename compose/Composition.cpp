@@ -12,6 +12,7 @@
 #include "compose/StartedProgram.h"
 #include "extension/ConstVars.h"
 #include "linux/detail/FileTree.h"
+#include "linux/detail/FileViewer.h"
 #include "model/ExtensionMessage.h"
 #include "platform/NSException.h"
 #include "platform/detail/Translation.h"

@@ -5,13 +5,10 @@
 
 #include <memory>
 
-#include "compose/MailtoURL.h"
 #include "linux/detail/GLibPointer.h"
 
 namespace korvane {
 namespace {
-
-constexpr int kFileManagerTimeout = 10'000;
 
 struct Free {
   void operator()(char** texts) const { g_strfreev(texts); }
@@ -45,23 +42,6 @@ std::optional<std::string> startProgram(const std::vector<std::string>& command,
     return std::nullopt;
   }
   return error.message();
-}
-
-bool showInFileManager(const std::string& path, const Activation& activation) {
-  const GObjectPointer<GDBusConnection> bus(g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, nullptr));
-  if (bus) {
-    // One file: with several, some file managers open a window for each.
-    const std::string uri = fileURI(path);
-    const char* const uris[] = {uri.c_str(), nullptr};
-    const GPointer<GVariant> answer(g_dbus_connection_call_sync(
-        bus.get(), "org.freedesktop.FileManager1", "/org/freedesktop/FileManager1",
-        "org.freedesktop.FileManager1", "ShowItems",
-        g_variant_new("(^ass)", uris, activation.startupId.value_or("").c_str()), nullptr,
-        G_DBUS_CALL_FLAGS_NONE, kFileManagerTimeout, nullptr, nullptr));
-    if (answer) return true;
-  }
-  const std::string folder = fileURI(path.substr(0, path.rfind('/')));
-  return g_app_info_launch_default_for_uri(folder.c_str(), nullptr, nullptr);
 }
 
 }  // namespace korvane

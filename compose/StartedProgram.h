@@ -14,8 +14,4 @@ namespace korvane {
 std::optional<std::string> startProgram(const std::vector<std::string>& command,
                                         const Activation& activation);
 
-/// Shows a file in its folder, selected, with the desktop's file manager; false where none could be
-/// asked. Any thread may call.
-bool showInFileManager(const std::string& path, const Activation& activation);
-
 }  // namespace korvane

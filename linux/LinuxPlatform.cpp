@@ -16,6 +16,7 @@
 #include "linux/detail/MessageCatalogue.h"
 #include "linux/detail/PropertyLists.h"
 #include "linux/detail/SystemLog.h"
+#include "linux/detail/UserNotifications.h"
 #include "linux/detail/Workspace.h"
 
 namespace korvane {
@@ -36,6 +37,7 @@ Platform linuxPlatform(const LinuxOptions& options) {
   services.dates = std::make_shared<DateFormatters>();
   services.links = std::make_shared<LinkDetector>();
   services.workspace = std::make_shared<Workspace>(options.launchFailure);
+  services.notifications = std::make_shared<UserNotifications>();
   services.log = std::make_shared<SystemLog>(SystemLogOptions{options.logToStandardError});
   return services;
 }

@@ -90,6 +90,14 @@ class NoWorkspace : public NSWorkspace {
   bool openURLs(const std::vector<NSURL>&, std::string_view, unsigned) override { return false; }
 };
 
+class NoNotifications : public NSUserNotificationCenter {
+ public:
+  NSUserNotificationDelivery deliverNotification(const NSUserNotification&) override {
+    return NSUserNotificationDelivery::notShown;
+  }
+  void removeDeliveredNotification(std::string_view) override {}
+};
+
 class StandardError : public LogSink {
  public:
   void write(std::string_view line) noexcept override {
@@ -119,6 +127,7 @@ Platform::Platform()
       dates(std::make_shared<NoDates>()),
       links(std::make_shared<NoLinks>()),
       workspace(std::make_shared<NoWorkspace>()),
+      notifications(std::make_shared<NoNotifications>()),
       log(std::make_shared<StandardError>()),
       clock(std::make_shared<SystemClock>()),
       queue(std::make_shared<ThreadPool>()) {}
@@ -148,6 +157,11 @@ std::shared_ptr<NSFileCoordinator> NSFileCoordinator::coordinator() {
 
 std::shared_ptr<NSWorkspace> NSWorkspace::sharedWorkspace() {
   return Platform::current()->workspace;
+}
+
+std::shared_ptr<NSUserNotificationCenter>
+NSUserNotificationCenter::defaultUserNotificationCenter() {
+  return Platform::current()->notifications;
 }
 
 std::shared_ptr<ImageCodec> ImageCodec::installed() { return Platform::current()->images; }

@@ -14,6 +14,7 @@
 #include "platform/NSImage.h"
 #include "platform/NSLog.h"
 #include "platform/NSPropertyList.h"
+#include "platform/NSUserNotificationCenter.h"
 #include "platform/NSWorkspace.h"
 
 namespace korvane {
@@ -24,7 +25,7 @@ struct KORVANE_EXPORT Platform {
   /// What a process has before it installs anything, and what a new set starts from: a bundle
   /// without resources, the log on standard error, the system's clock and a thread pool. Every
   /// other service fails in its documented way: there is no container, nothing is coordinated,
-  /// read, decoded, found, formatted or opened.
+  /// read, decoded, found, formatted, opened or shown.
   Platform();
 
   // None may be null.
@@ -37,6 +38,7 @@ struct KORVANE_EXPORT Platform {
   std::shared_ptr<DateFormatterMaker> dates;
   std::shared_ptr<NSDataDetector> links;
   std::shared_ptr<NSWorkspace> workspace;
+  std::shared_ptr<NSUserNotificationCenter> notifications;
   std::shared_ptr<LogSink> log;
   std::shared_ptr<Clock> clock;
   std::shared_ptr<DispatchQueue> queue;

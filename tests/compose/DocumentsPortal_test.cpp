@@ -9,7 +9,7 @@
 #include <thread>
 #include <vector>
 
-#include "compose/StartedProgram.h"
+#include "linux/detail/FileViewer.h"
 #include "support/PrivateDesktop.h"
 
 namespace korvane {

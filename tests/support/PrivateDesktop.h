@@ -153,6 +153,13 @@ class PrivateDesktop {
     std::erase_if(environment, [&](const std::string& v) { return v.starts_with(name + "="); });
   }
 
+  std::string variable(const std::string& name) const {
+    for (const std::string& one : environment) {
+      if (one.starts_with(name + "=")) return one.substr(name.size() + 1);
+    }
+    return {};
+  }
+
   /// Lets the bus start the application of a name. Before startBus().
   void addService(const std::string& identifier, const std::string& exec) {
     writeFile(folder / "data/dbus-1/services" / (identifier + ".service"),
