@@ -11,7 +11,9 @@
 #include <vector>
 
 #include "formats/html/CSSWords.h"
+#include "formats/html/ColorSpaces.h"
 #include "text/ASCII.h"
+#include "text/UTF8.h"
 
 namespace korvane {
 namespace {
@@ -70,248 +72,61 @@ constexpr std::array<NamedColor, 148> kNames = {{
 }};
 // clang-format on
 
-using Triple = std::array<double, 3>;
-using Matrix = std::array<Triple, 3>;
+// Words for colours that only the program that shows them knows, and for the one around. Sorted.
+constexpr auto kWords = std::to_array<std::string_view>({"accentcolor",
+                                                         "accentcolortext",
+                                                         "activeborder",
+                                                         "activecaption",
+                                                         "activetext",
+                                                         "appworkspace",
+                                                         "background",
+                                                         "buttonborder",
+                                                         "buttonface",
+                                                         "buttonhighlight",
+                                                         "buttonshadow",
+                                                         "buttontext",
+                                                         "canvas",
+                                                         "canvastext",
+                                                         "captiontext",
+                                                         "currentcolor",
+                                                         "field",
+                                                         "fieldtext",
+                                                         "graytext",
+                                                         "highlight",
+                                                         "highlighttext",
+                                                         "inactiveborder",
+                                                         "inactivecaption",
+                                                         "inactivecaptiontext",
+                                                         "infobackground",
+                                                         "infotext",
+                                                         "inherit",
+                                                         "initial",
+                                                         "linktext",
+                                                         "mark",
+                                                         "marktext",
+                                                         "menu",
+                                                         "menutext",
+                                                         "revert",
+                                                         "revert-layer",
+                                                         "scrollbar",
+                                                         "selecteditem",
+                                                         "selecteditemtext",
+                                                         "threeddarkshadow",
+                                                         "threedface",
+                                                         "threedhighlight",
+                                                         "threedlightshadow",
+                                                         "threedshadow",
+                                                         "unset",
+                                                         "visitedtext",
+                                                         "window",
+                                                         "windowframe",
+                                                         "windowtext"});
+static_assert(std::is_sorted(kWords.begin(), kWords.end()));
 
+constexpr std::size_t kMaxLegacyColor = 128;
 constexpr int kMaxDepth = 4;  // of mixes in mixes
 
-Triple operator*(const Matrix& m, const Triple& v) {
-  Triple out{};
-  for (std::size_t i = 0; i < 3; ++i) out[i] = m[i][0] * v[0] + m[i][1] * v[1] + m[i][2] * v[2];
-  return out;
-}
-
-// To XYZ with the white of D65, and back, from the light of each space.
-constexpr Matrix kSRGBToXYZ = {{{0.4123907993, 0.3575843394, 0.1804807884},
-                                {0.2126390059, 0.7151686788, 0.0721923154},
-                                {0.0193308187, 0.1191947798, 0.9505321522}}};
-constexpr Matrix kXYZToSRGB = {{{3.2409699419, -1.5373831776, -0.4986107603},
-                                {-0.9692436363, 1.8759675015, 0.0415550574},
-                                {0.0556300797, -0.2039769589, 1.0569715142}}};
-constexpr Matrix kP3ToXYZ = {{{0.4865709486, 0.2656676932, 0.1982172852},
-                              {0.2289745641, 0.6917385218, 0.0792869141},
-                              {0, 0.0451133819, 1.0439443689}}};
-constexpr Matrix kA98ToXYZ = {{{0.5766690429, 0.1855582379, 0.1882286462},
-                               {0.2973449753, 0.6273635663, 0.0752914585},
-                               {0.0270313614, 0.0706888525, 0.9913375368}}};
-constexpr Matrix kRec2020ToXYZ = {{{0.6369580483, 0.1446169036, 0.1688809752},
-                                   {0.2627002120, 0.6779980715, 0.0593017165},
-                                   {0, 0.0280726930, 1.0609850577}}};
-constexpr Matrix kProPhotoToXYZ50 = {{{0.7977604897, 0.1351791879, 0.0313493495},
-                                      {0.2880711282, 0.7118432178, 0.0000856540},
-                                      {0, 0, 0.8251046025}}};
-// Between the whites of D50 and D65 (Bradford).
-constexpr Matrix kD50ToD65 = {{{0.9554734528, -0.0230985369, 0.0632593087},
-                               {-0.0283697070, 1.0099954580, 0.0210413990},
-                               {0.0123140016, -0.0205076964, 1.3303659366}}};
-constexpr Matrix kD65ToD50 = {{{1.0479298208, 0.0229467934, -0.0501922295},
-                               {0.0296278156, 0.9904344845, -0.0170738250},
-                               {-0.0092430581, 0.0150551448, 0.7518742899}}};
-constexpr Matrix kXYZToLMS = {{{0.8190224380, 0.3619062601, -0.1288737815},
-                               {0.0329836539, 0.9292868616, 0.0361446664},
-                               {0.0481771893, 0.2642395317, 0.6335478284}}};
-constexpr Matrix kLMSToXYZ = {{{1.2268798758, -0.5578149945, 0.2813910457},
-                               {-0.0405757452, 1.1122868033, -0.0717110580},
-                               {-0.0763729367, -0.4214933324, 1.5869240198}}};
-constexpr Matrix kLMSToOklab = {{{0.2104542683, 0.7936177747, -0.0040720430},
-                                 {1.9779985325, -2.4285922420, 0.4505937096},
-                                 {0.0259040424, 0.7827717125, -0.8086757549}}};
-constexpr Matrix kOklabToLMS = {{{1, 0.3963377774, 0.2158037573},
-                                 {1, -0.1055613458, -0.0638541728},
-                                 {1, -0.0894841775, -1.2914855480}}};
-constexpr Triple kD50 = {0.9642956764, 1, 0.8251046025};
-
-double sRGBToLight(double v) {
-  const double a = std::abs(v);
-  return a <= 0.04045 ? v / 12.92 : std::copysign(std::pow((a + 0.055) / 1.055, 2.4), v);
-}
-double lightToSRGB(double v) {
-  const double a = std::abs(v);
-  return a <= 0.0031308 ? v * 12.92 : std::copysign(1.055 * std::pow(a, 1 / 2.4) - 0.055, v);
-}
-double power(double v, double exponent) {
-  return std::copysign(std::pow(std::abs(v), exponent), v);
-}
-template <typename F>
-Triple each(Triple v, F f) {
-  for (double& one : v) one = f(one);
-  return v;
-}
-
-enum class Space {
-  srgb,
-  linear,
-  p3,
-  a98,
-  proPhoto,
-  rec2020,
-  xyz50,
-  xyz65,
-  lab,
-  lch,
-  oklab,
-  oklch,
-  hsl,
-  hwb
-};
-
-constexpr std::array<std::pair<std::string_view, Space>, 15> kSpaces = {{
-    {"srgb", Space::srgb},
-    {"srgb-linear", Space::linear},
-    {"display-p3", Space::p3},
-    {"a98-rgb", Space::a98},
-    {"prophoto-rgb", Space::proPhoto},
-    {"rec2020", Space::rec2020},
-    {"xyz-d50", Space::xyz50},
-    {"xyz-d65", Space::xyz65},
-    {"xyz", Space::xyz65},
-    {"lab", Space::lab},
-    {"lch", Space::lch},
-    {"oklab", Space::oklab},
-    {"oklch", Space::oklch},
-    {"hsl", Space::hsl},
-    {"hwb", Space::hwb},
-}};
-
-// Which part is the hue, 3 where there is none.
-std::size_t hueOf(Space space) {
-  if (space == Space::lch || space == Space::oklch) return 2;
-  return space == Space::hsl || space == Space::hwb ? 0 : 3;
-}
-
-Triple fromPolar(const Triple& v) {
-  const double angle = v[2] * std::numbers::pi / 180;
-  return {v[0], v[1] * std::cos(angle), v[1] * std::sin(angle)};
-}
-Triple toPolar(const Triple& v) {
-  return {v[0], std::hypot(v[1], v[2]), std::atan2(v[2], v[1]) * 180 / std::numbers::pi};
-}
-
-Triple fromHSL(const Triple& v) {
-  const double hue = v[0] - std::floor(v[0] / 360) * 360;
-  const auto part = [&](double n) {
-    const double k = std::fmod(n + hue / 30, 12);
-    return v[2] - v[1] * std::min(v[2], 1 - v[2]) * std::clamp(std::min(k - 3, 9 - k), -1.0, 1.0);
-  };
-  return {part(0), part(8), part(4)};
-}
-Triple toHSL(const Triple& v) {
-  const double most = std::max({v[0], v[1], v[2]});
-  const double least = std::min({v[0], v[1], v[2]});
-  const double light = (most + least) / 2;
-  const double range = most - least;
-  if (range == 0) return {0, 0, light};
-  double hue = 0;
-  if (most == v[0]) {
-    hue = (v[1] - v[2]) / range + (v[1] < v[2] ? 6 : 0);
-  } else {
-    hue = most == v[1] ? (v[2] - v[0]) / range + 2 : (v[0] - v[1]) / range + 4;
-  }
-  const double edge = std::min(light, 1 - light);
-  return {hue * 60, edge == 0 ? 0 : (most - light) / edge, light};
-}
-Triple fromHWB(const Triple& v) {
-  const double sum = v[1] + v[2];
-  if (sum >= 1) return {v[1] / sum, v[1] / sum, v[1] / sum};
-  return each(fromHSL({v[0], 1, 0.5}), [&](double part) { return part * (1 - sum) + v[1]; });
-}
-
-Triple labToXYZ50(const Triple& v) {
-  const double fy = (v[0] + 16) / 116;
-  const auto cube = [](double f) { return f > 6.0 / 29 ? f * f * f : (116 * f - 16) * 27 / 24389; };
-  return {cube(fy + v[1] / 500) * kD50[0], cube(fy) * kD50[1], cube(fy - v[2] / 200) * kD50[2]};
-}
-Triple xyz50ToLab(const Triple& v) {
-  const auto root = [](double t) {
-    return t > 216.0 / 24389 ? std::cbrt(t) : (t * 24389 / 27 + 16) / 116;
-  };
-  const double fx = root(v[0] / kD50[0]);
-  const double fy = root(v[1] / kD50[1]);
-  const double fz = root(v[2] / kD50[2]);
-  return {116 * fy - 16, 500 * (fx - fy), 200 * (fy - fz)};
-}
-
-// From a space to sRGB, not cut to what it holds.
-Triple toSRGB(Space space, Triple v) {
-  switch (space) {
-    case Space::srgb:
-      return v;
-    case Space::hsl:
-      return fromHSL(v);
-    case Space::hwb:
-      return fromHWB(v);
-    case Space::linear:
-      return each(v, lightToSRGB);
-    case Space::p3:
-      v = kP3ToXYZ * each(v, sRGBToLight);
-      break;
-    case Space::a98:
-      v = kA98ToXYZ * each(v, [](double part) { return power(part, 563.0 / 256); });
-      break;
-    case Space::rec2020:
-      v = kRec2020ToXYZ * each(v, [](double part) {
-            const double a = std::abs(part);
-            return a < 0.0812428583
-                       ? part / 4.5
-                       : std::copysign(std::pow((a + 0.0992968268) / 1.0992968268, 1 / 0.45), part);
-          });
-      break;
-    case Space::proPhoto:
-      v = kD50ToD65 * (kProPhotoToXYZ50 * each(v, [](double part) {
-                         return std::abs(part) <= 16.0 / 512 ? part / 16 : power(part, 1.8);
-                       }));
-      break;
-    case Space::xyz50:
-      v = kD50ToD65 * v;
-      break;
-    case Space::xyz65:
-      break;
-    case Space::lch:
-    case Space::lab:
-      v = kD50ToD65 * labToXYZ50(space == Space::lch ? fromPolar(v) : v);
-      break;
-    case Space::oklch:
-    case Space::oklab:
-      v = kLMSToXYZ * each(kOklabToLMS * (space == Space::oklch ? fromPolar(v) : v),
-                           [](double part) { return part * part * part; });
-      break;
-  }
-  return each(kXYZToSRGB * v, lightToSRGB);
-}
-
-// Only for spaces that colours are mixed in; others count as sRGB.
-Triple fromSRGB(Space space, const Triple& v) {
-  const Triple light = each(v, sRGBToLight);
-  const auto oklab = [&] {
-    return kLMSToOklab *
-           each(kXYZToLMS * (kSRGBToXYZ * light), [](double part) { return std::cbrt(part); });
-  };
-  const auto lab = [&] { return xyz50ToLab(kD65ToD50 * (kSRGBToXYZ * light)); };
-  switch (space) {
-    case Space::linear:
-      return light;
-    case Space::xyz65:
-      return kSRGBToXYZ * light;
-    case Space::xyz50:
-      return kD65ToD50 * (kSRGBToXYZ * light);
-    case Space::lab:
-      return lab();
-    case Space::lch:
-      return toPolar(lab());
-    case Space::oklab:
-      return oklab();
-    case Space::oklch:
-      return toPolar(oklab());
-    case Space::hsl:
-      return toHSL(v);
-    case Space::hwb:
-      return {toHSL(v)[0], std::min({v[0], v[1], v[2]}), 1 - std::max({v[0], v[1], v[2]})};
-    default:
-      return v;
-  }
-}
-
-CSSColor makeColor(const Triple& v, double alpha) {
+CSSColor makeColor(const ColorParts& v, double alpha) {
   const auto cut = [](double part) {
     return std::isfinite(part) ? std::clamp(part, 0.0, 1.0) : 0.0;
   };
@@ -390,51 +205,49 @@ std::optional<double> readAlpha(const std::vector<std::string_view>& parts) {
 
 std::optional<CSSColor> readPlain(const std::string& name, std::string_view arguments) {
   std::vector<std::string_view> parts = partsOf(arguments);
-  Space space = Space::srgb;
-  Triple whole = {1, 1, 1};
-  Triple scale = {1, 1, 1};
+  ColorSpace space = ColorSpace::srgb;
+  ColorParts whole = {1, 1, 1};
+  ColorParts scale = {1, 1, 1};
   if (name == "color") {
     if (parts.empty()) return std::nullopt;
-    const std::string wanted = lowercase(parts[0]);
-    const auto* found = std::find_if(kSpaces.begin(), kSpaces.begin() + 9,
-                                     [&](const auto& one) { return one.first == wanted; });
-    if (found == kSpaces.begin() + 9) return std::nullopt;
-    space = found->second;
+    const auto found = findColorSpace(parts[0]);
+    if (!found || *found >= ColorSpace::lab) return std::nullopt;  // those have functions
+    space = *found;
     parts.erase(parts.begin());
   } else if (name == "rgb" || name == "rgba") {
     scale = {1 / 255.0, 1 / 255.0, 1 / 255.0};
   } else if (name == "hsl" || name == "hsla" || name == "hwb") {
-    space = name == "hwb" ? Space::hwb : Space::hsl;
+    space = name == "hwb" ? ColorSpace::hwb : ColorSpace::hsl;
     scale = {1, 0.01, 0.01};
   } else if (name == "lab" || name == "lch") {
-    space = name == "lab" ? Space::lab : Space::lch;
-    whole = name == "lab" ? Triple{100, 125, 125} : Triple{100, 150, 0};
+    space = name == "lab" ? ColorSpace::lab : ColorSpace::lch;
+    whole = name == "lab" ? ColorParts{100, 125, 125} : ColorParts{100, 150, 0};
   } else if (name == "oklab" || name == "oklch") {
-    space = name == "oklab" ? Space::oklab : Space::oklch;
+    space = name == "oklab" ? ColorSpace::oklab : ColorSpace::oklch;
     whole = {1, 0.4, 0.4};
   } else {
     return std::nullopt;
   }
   if (parts.size() != 3 && parts.size() != 4) return std::nullopt;
-  Triple v{};
+  ColorParts v{};
   for (std::size_t i = 0; i < 3; ++i) {
     const auto part =
-        i == hueOf(space) ? readHue(parts[i]) : readPart(parts[i], whole[i], scale[i]);
+        i == huePart(space) ? readHue(parts[i]) : readPart(parts[i], whole[i], scale[i]);
     if (!part) return std::nullopt;
     v[i] = *part;
   }
   const auto alpha = readAlpha(parts);
   if (!alpha) return std::nullopt;
   // What no light can be is taken as the nearest that can.
-  if (space == Space::hsl || space == Space::hwb) {
+  if (space == ColorSpace::hsl || space == ColorSpace::hwb) {
     v[1] = std::clamp(v[1], 0.0, 1.0);
     v[2] = std::clamp(v[2], 0.0, 1.0);
-  } else if (space == Space::lab || space == Space::lch) {
+  } else if (space == ColorSpace::lab || space == ColorSpace::lch) {
     v[0] = std::clamp(v[0], 0.0, 100.0);
-  } else if (space == Space::oklab || space == Space::oklch) {
+  } else if (space == ColorSpace::oklab || space == ColorSpace::oklch) {
     v[0] = std::clamp(v[0], 0.0, 1.0);
   }
-  if (space == Space::lch || space == Space::oklch) v[1] = std::max(v[1], 0.0);
+  if (space == ColorSpace::lch || space == ColorSpace::oklch) v[1] = std::max(v[1], 0.0);
   return makeColor(toSRGB(space, v), *alpha);
 }
 
@@ -475,18 +288,22 @@ std::optional<std::pair<CSSColor, double>> readShare(std::string_view text, int 
 }
 
 std::optional<CSSColor> readMix(std::string_view arguments, int depth) {
-  const auto pieces = cssList(arguments);
-  if (pieces.size() != 3) return std::nullopt;
+  auto pieces = cssList(arguments);
+  // Where nothing is said of it, they are mixed in Oklab.
+  ColorSpace space = ColorSpace::oklab;
+  std::string method = "shorter";
   const auto how = cssWords(pieces[0]);
-  if (how.size() < 2 || !equalIgnoringCase(how[0], "in")) return std::nullopt;
-  const std::string name = lowercase(how[1]);
-  const auto* found = std::find_if(kSpaces.begin(), kSpaces.end(),
-                                   [&](const auto& one) { return one.first == name; });
-  if (found == kSpaces.end()) return std::nullopt;
-  const Space space = found->second;
-  const std::string method = how.size() > 2 ? lowercase(how[2]) : "shorter";
-  const auto one = readShare(pieces[1], depth);
-  const auto other = readShare(pieces[2], depth);
+  if (!how.empty() && equalIgnoringCase(how[0], "in")) {
+    if (how.size() < 2) return std::nullopt;
+    const auto found = findColorSpace(how[1]);
+    if (!found) return std::nullopt;
+    space = *found;
+    if (how.size() > 2) method = lowercase(how[2]);
+    pieces.erase(pieces.begin());
+  }
+  if (pieces.size() != 2) return std::nullopt;
+  const auto one = readShare(pieces[0], depth);
+  const auto other = readShare(pieces[1], depth);
   if (!one || !other) return std::nullopt;
 
   double first = one->second;
@@ -499,17 +316,17 @@ std::optional<CSSColor> readMix(std::string_view arguments, int depth) {
 
   const CSSColor& a = one->first;
   const CSSColor& b = other->first;
-  const Triple from = fromSRGB(space, {a.red, a.green, a.blue});
-  const Triple to = fromSRGB(space, {b.red, b.green, b.blue});
+  const ColorParts from = fromSRGB(space, {a.red, a.green, a.blue});
+  const ColorParts to = fromSRGB(space, {b.red, b.green, b.blue});
   const double alpha = a.alpha * (1 - share) + b.alpha * share;
-  Triple mixed{};
+  ColorParts mixed{};
   for (std::size_t i = 0; i < 3; ++i) {
-    if (i == hueOf(space)) {
+    if (i == huePart(space)) {
       // A grey has no hue of its own.
-      const std::size_t strength = space == Space::hsl ? 1 : i == 0 ? 3 : 1;
-      const auto isGrey = [&](const Triple& v, const CSSColor& color) {
+      const std::size_t strength = space == ColorSpace::hsl ? 1 : i == 0 ? 3 : 1;
+      const auto isGrey = [&](const ColorParts& v, const CSSColor& color) {
         return color.alpha == 0 || (strength < 3 && v[strength] < 1e-4) ||
-               (space == Space::hwb && v[1] + v[2] > 1 - 1e-6);
+               (space == ColorSpace::hwb && v[1] + v[2] > 1 - 1e-6);
       };
       const double begin = isGrey(from, a) ? to[i] : from[i];
       const double end = isGrey(to, b) ? from[i] : to[i];
@@ -565,5 +382,48 @@ std::string CSSColor::text() const {
 }
 
 std::optional<CSSColor> readCSSColor(std::string_view text) { return readColor(text, 0); }
+
+bool isCSSColor(std::string_view text) {
+  const std::string word = lowercase(text);
+  return std::binary_search(kWords.begin(), kWords.end(), word) || readCSSColor(text);
+}
+
+std::string legacyColor(std::string_view text) {
+  text = withoutOuterSpace(text);
+  if (text.empty() || equalIgnoringCase(text, "transparent")) return {};
+  const bool isHex = text.starts_with('#') && (text.size() == 4 || text.size() == 7);
+  if ((isHex || isLetter(text[0])) && text.find('(') == text.npos && readCSSColor(text)) {
+    return std::string(text);
+  }
+  // Any text is a colour: of three parts of the same length the two digits that count, with 0 for
+  // what is not a digit.
+  std::string digits;
+  for (std::size_t at = 0; at < text.size() && digits.size() < kMaxLegacyColor;) {
+    const UTF8Character character = firstUTF8Character(text.substr(at));
+    at += character.size;
+    const char c = character.code < 0x80 ? static_cast<char>(character.code) : '0';
+    digits += character.code > 0xFFFF ? "00" : std::string(1, c);
+  }
+  digits.resize(std::min(digits.size(), kMaxLegacyColor));
+  if (digits.starts_with('#')) digits.erase(0, 1);
+  for (char& c : digits) c = isHexDigit(c) ? lowercase(c) : '0';
+  while (digits.empty() || digits.size() % 3 != 0) digits += '0';
+  const std::size_t length = digits.size() / 3;
+  std::array<std::string_view, 3> parts;
+  for (std::size_t i = 0; i < 3; ++i) {
+    parts[i] = std::string_view(digits).substr(i * length, length);
+    if (length > 8) parts[i].remove_prefix(length - 8);
+  }
+  const auto isZero = [](std::string_view part) { return part[0] == '0'; };
+  while (parts[0].size() > 2 && std::all_of(parts.begin(), parts.end(), isZero)) {
+    for (std::string_view& part : parts) part.remove_prefix(1);
+  }
+  std::string color = "#";
+  for (const std::string_view part : parts) {
+    if (part.size() < 2) color += '0';
+    color += part.substr(0, 2);
+  }
+  return color;
+}
 
 }  // namespace korvane

@@ -21,4 +21,13 @@ struct CSSColor {
 /// (currentcolor) or on variables.
 std::optional<CSSColor> readCSSColor(std::string_view text);
 
+/// Whether a value is a colour: one of those above, or a word for one that depends on where it
+/// stands or on who shows it ("inherit", "currentcolor", "windowtext").
+bool isCSSColor(std::string_view text);
+
+/// The colour that browsers take from an attribute of old HTML (color, bgcolor, text): nearly every
+/// text is one there, "ff0000" without its "#" too. In a form that style sheets have; empty where
+/// it is none.
+std::string legacyColor(std::string_view text);
+
 }  // namespace korvane

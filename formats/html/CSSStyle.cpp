@@ -106,6 +106,9 @@ void CSSStyle::add(const CSSDeclaration& declaration) {
     }
   }
   std::optional<std::string> harmless = harmlessValue(value);
+  // What is no colour leaves the one that was there, as in a browser.
+  const bool isOneColor = name == "color" || name.ends_with("-color");
+  if (isOneColor && name != "border-color" && harmless && !isCSSColor(*harmless)) return;
   if (name == "background-color") colorLost_.set(!harmless, important);
   if (!harmless) return;
   if (name == "white-space" && isBody_) return;  // it is written with line breaks of its own

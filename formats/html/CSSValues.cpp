@@ -43,12 +43,12 @@ std::optional<std::string> harmlessValue(std::string_view value) {
       std::size_t begin = i;
       while (begin > 0 && (isLetter(value[begin - 1]) || value[begin - 1] == '-')) --begin;
       const std::size_t end = i + 1 + findOutside(value.substr(i + 1), ")");
-      if (end >= value.size()) return std::nullopt;
       std::string function;
       for (const char one : value.substr(begin, end + 1 - begin)) {
         const bool space = isHTMLSpace(one);
         if (!space || !function.ends_with(' ')) function += space ? ' ' : one;
       }
+      if (end >= value.size()) function += ')';  // what is open at the end of a style is closed
       const auto color = readCSSColor(function);
       if (!color) return std::nullopt;
       out.erase(out.size() - (i - begin));

@@ -17,7 +17,9 @@ std::string_view withoutOuterSpace(std::string_view text) {
   return text;
 }
 
-std::size_t findOutside(std::string_view text, std::string_view characters) {
+std::size_t findOutside(std::string_view text, std::string_view characters, CSSBrackets brackets) {
+  const char opening = brackets == CSSBrackets::round ? '(' : '{';
+  const char closing = brackets == CSSBrackets::round ? ')' : '}';
   char quote = '\0';
   std::size_t open = 0;
   for (std::size_t i = 0; i < text.size(); ++i) {
@@ -25,14 +27,14 @@ std::size_t findOutside(std::string_view text, std::string_view characters) {
     if (c == '\\') {
       ++i;
     } else if (quote != '\0') {
-      if (c == quote) quote = '\0';
+      if (c == quote || c == '\n') quote = '\0';
     } else if (open == 0 && characters.find(c) != characters.npos) {
       return i;
     } else if (c == '"' || c == '\'') {
       quote = c;
-    } else if (c == '(') {
+    } else if (c == opening) {
       ++open;
-    } else if (c == ')' && open > 0) {
+    } else if (c == closing && open > 0) {
       --open;
     }
   }
@@ -80,6 +82,8 @@ std::string withoutComments(std::string_view text) {
       } else if (quote == c) {
         quote = '\0';
       }
+    } else if (c == '\n') {
+      quote = '\0';
     }
     out += c;
     if (c == '\\' && i + 1 < text.size()) out += text[++i];

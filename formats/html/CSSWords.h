@@ -15,9 +15,11 @@ std::vector<std::string_view> cssWords(std::string_view value);
 /// What stands between the commas of a value, those within brackets aside. At most 64.
 std::vector<std::string_view> cssList(std::string_view value);
 
-/// Where the first of the characters stands outside of quotes and brackets, the size of the text
-/// where nowhere.
-std::size_t findOutside(std::string_view text, std::string_view characters);
+enum class CSSBrackets { round, curly };
+/// Where the first of the characters stands outside of quotes, which end with their line, and of
+/// brackets of a kind; the size of the text where nowhere.
+std::size_t findOutside(std::string_view text, std::string_view characters,
+                        CSSBrackets brackets = CSSBrackets::round);
 
 /// The text with a space in place of each comment.
 std::string withoutComments(std::string_view text);

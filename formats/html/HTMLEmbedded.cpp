@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "formats/html/CSSWords.h"
 #include "formats/html/HTMLCharacters.h"
 #include "formats/html/HTMLLinks.h"
 #include "formats/html/HTMLWriter.h"
@@ -65,13 +66,17 @@ void HTMLWriter::startSheet(const HTMLToken& token) {
   skip(token);
   const std::string type = lowercase(attributeValue(token.attributes, "type"));
   const std::string media = lowercase(attributeValue(token.attributes, "media"));
-  const bool isRead = (type.empty() || type == "text/css") &&
-                      (media.empty() || media == "all" || media == "screen");
+  const auto shownOn = cssList(media);
+  const bool isSeen = std::any_of(shownOn.begin(), shownOn.end(), [](std::string_view one) {
+    return one.empty() || one == "all" || one == "screen";
+  });
+  const bool isRead = (type.empty() || type == "text/css") && isSeen;
   skippedText_ = isRead ? &sheetText_ : nullptr;
 }
 
 // A link in place of something that is at the address.
 void HTMLWriter::addLink(std::string_view source, std::string_view name) {
+  if (source.empty()) return;
   const std::string link = resolvedLink(cleanedLink(std::string(source)), base_);
   if (!isWebAddress(link) || isHidden() || !isVisible()) return;
   const bool inLink = std::any_of(styles_.begin(), styles_.end(),

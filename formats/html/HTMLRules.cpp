@@ -4,7 +4,9 @@
 #include <array>
 #include <charconv>
 #include <initializer_list>
+#include <limits>
 
+#include "formats/html/CSSColor.h"
 #include "formats/html/CSSStyle.h"
 #include "formats/html/CSSWords.h"
 #include "formats/html/HTMLCharacters.h"
@@ -24,7 +26,7 @@ constexpr std::array kRules = {
     HTMLRule{"a", Role::anchor, "a", ""},
     HTMLRule{"abbr", Role::inlined, "abbr", ""},
     HTMLRule{"acronym", Role::inlined, "abbr", ""},
-    HTMLRule{"address", Role::block, "div", ""},
+    HTMLRule{"address", Role::block, "div", "font-style:italic"},
     HTMLRule{"article", Role::block, "div", ""},
     HTMLRule{"aside", Role::block, "div", ""},
     HTMLRule{"audio", Role::media, "", ""},
@@ -54,7 +56,7 @@ constexpr std::array kRules = {
     HTMLRule{"em", Role::inlined, "em", ""},
     HTMLRule{"fieldset", Role::block, "div", ""},
     HTMLRule{"figcaption", Role::block, "div", ""},
-    HTMLRule{"figure", Role::block, "div", ""},
+    HTMLRule{"figure", Role::block, "div", "margin:1em 40px"},
     HTMLRule{"font", Role::inlined, "span", ""},
     HTMLRule{"footer", Role::block, "div", ""},
     HTMLRule{"form", Role::block, "div", ""},
@@ -146,32 +148,43 @@ void appendAttribute(std::string_view name, std::string_view value, std::string&
   out += '"';
 }
 
-// A whole number of those, nothing for anything else.
-std::optional<int> wholeNumber(std::string_view text, int least, int most) {
+// The whole number that a text begins with, whatever follows it, as browsers read attributes; taken
+// off the text. Nothing where it is not one of those.
+std::optional<int> wholeNumber(std::string_view& text, int least, int most) {
   text = withoutOuterSpace(text);
+  const bool hasPlus = text.size() > 1 && text[0] == '+' && isDigit(text[1]);
+  if (hasPlus) text.remove_prefix(1);
   int number = 0;
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-  if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
-  if (number < least || number > most) return std::nullopt;
+  if (error != std::errc() || number < least || number > most) return std::nullopt;
+  text.remove_prefix(static_cast<std::size_t>(end - text.data()));
   return number;
 }
 
 void keepNumber(const HTMLAttribute& attribute, int least, int most, std::string& out) {
-  const auto number = wholeNumber(attribute.rawValue, least, most);
+  std::string_view value = attribute.rawValue;
+  const auto number = wholeNumber(value, least, most);
   if (number) appendAttribute(attribute.name, std::to_string(*number), out);
+}
+
+// How many columns or rows a cell goes over.
+void keepSpan(const HTMLAttribute& attribute, std::string& out) {
+  constexpr int kMaxSpan = 1000;  // that of browsers, for columns
+  std::string_view value = attribute.rawValue;
+  const auto number = wholeNumber(value, 0, std::numeric_limits<int>::max());
+  if (number) appendAttribute(attribute.name, std::to_string(std::min(*number, kMaxSpan)), out);
 }
 
 // A length in pixels or percent.
 void keepLength(const HTMLAttribute& attribute, std::string& out) {
-  std::string_view value = withoutOuterSpace(attribute.rawValue);
-  const bool isShare = value.ends_with('%');
-  if (isShare) value.remove_suffix(1);
-  if (value.size() > 2 && equalIgnoringCase(value.substr(value.size() - 2), "px")) {
-    value.remove_suffix(2);
-  }
-  value = value.substr(0, value.find('.'));
-  const auto number = wholeNumber(value, 0, isShare ? 100 : 10'000);
-  if (number) appendAttribute(attribute.name, std::to_string(*number) + (isShare ? "%" : ""), out);
+  constexpr int kMaxPixels = 10'000;
+  std::string_view value = attribute.rawValue;
+  const auto number = wholeNumber(value, 0, kMaxPixels);
+  if (value.starts_with('.')) value.remove_prefix(1);
+  while (!value.empty() && isDigit(value[0])) value.remove_prefix(1);
+  const bool isShare = value.starts_with('%');
+  if (number && (!isShare || *number <= 100))
+    appendAttribute(attribute.name, std::to_string(*number) + (isShare ? "%" : ""), out);
 }
 
 void keepWord(const HTMLAttribute& attribute, std::initializer_list<std::string_view> words,
@@ -204,9 +217,12 @@ void keepTableAttribute(const HTMLRule& rule, const HTMLAttribute& attribute, st
   constexpr int kMaxPixels = 1000;
   const std::string& name = attribute.name;
   if (rule.role == Role::table) {
-    if (name == "border" && withoutOuterSpace(attribute.rawValue).empty()) {
-      appendAttribute(name, "1", out);
-    } else if (name == "border" || name == "cellpadding" || name == "cellspacing") {
+    if (name == "border") {
+      // Without a number it is 1, whatever is written.
+      std::string_view value = attribute.rawValue;
+      const int width = wholeNumber(value, 0, kMaxPixels).value_or(1);
+      appendAttribute(name, std::to_string(width), out);
+    } else if (name == "cellpadding" || name == "cellspacing") {
       keepNumber(attribute, 0, kMaxPixels, out);
     } else if (name == "frame") {
       keepWord(attribute,
@@ -223,7 +239,7 @@ void keepTableAttribute(const HTMLRule& rule, const HTMLAttribute& attribute, st
   } else if (name == "height" && rule.role == Role::row) {
     keepLength(attribute, out);
   } else if (rule.role == Role::cell) {
-    if (name == "colspan" || name == "rowspan") keepNumber(attribute, 0, 1000, out);
+    if (name == "colspan" || name == "rowspan") keepSpan(attribute, out);
     if (name == "width" || name == "height") keepLength(attribute, out);
     if (name == "nowrap") out += " nowrap=\"\"";
   }
@@ -250,8 +266,13 @@ bool isLanguage(std::string_view text) {
 void addLegacyFontSize(std::string_view value, CSSStyle& style) {
   static constexpr std::array<std::string_view, 8> kSizes = {
       "", "x-small", "small", "medium", "large", "x-large", "xx-large", "xx-large"};
-  const auto size = wholeNumber(value, 1, 7);
-  if (size) style.add("font-size", kSizes[static_cast<std::size_t>(*size)]);
+  // "+1" and "-1" count from the usual size, which is 3.
+  value = withoutOuterSpace(value);
+  const bool isRelative = value.starts_with('+') || value.starts_with('-');
+  auto size = wholeNumber(value, -100, 100);
+  if (!size) return;
+  if (isRelative) *size += 3;
+  style.add("font-size", kSizes[static_cast<std::size_t>(std::clamp(*size, 1, 7))]);
 }
 
 std::string valueOf(const HTMLAttribute& attribute) {
@@ -287,12 +308,12 @@ HTMLKeptAttributes keepAttributes(const HTMLRule& rule, const std::vector<HTMLAt
     } else if (name == "align") {
       addAlignment(rule, lowercase(value()), style);
     } else if (name == "bgcolor") {
-      style.add("background-color", value());
+      style.add("background-color", legacyColor(value()));
     } else if (name == "background") {
       if (!attribute.rawValue.empty()) style.add("background-image", "url()");
     } else if ((name == "color" && rule.name == "font") ||
                (name == "text" && rule.role == Role::body)) {
-      style.add("color", value());
+      style.add("color", legacyColor(value()));
     } else if (name == "face" && rule.name == "font") {
       style.add("font-family", value());
     } else if (name == "size" && rule.name == "font") {
@@ -346,8 +367,17 @@ std::optional<std::string> pictureTag(const std::vector<HTMLAttribute>& all) {
   }
   std::string tag = "<img src=\"" + head + ',' + std::string(data) + '"';
   appendAttribute("alt", attributeValue(all, "alt"), tag);
-  for (const HTMLAttribute& attribute : all) {
-    if (attribute.name == "width" || attribute.name == "height") keepLength(attribute, tag);
+  const std::vector<CSSDeclaration> style = readDeclarations(attributeValue(all, "style"));
+  for (const std::string_view side : {"width", "height"}) {
+    // A size in pixels may stand in the style, which counts for more.
+    HTMLAttribute size{std::string(side), {}};
+    for (const HTMLAttribute& one : all) {
+      if (one.name == side) size.rawValue = one.rawValue;
+    }
+    for (const CSSDeclaration& one : style) {
+      if (one.property == side && one.value.ends_with("px")) size.rawValue = one.value;
+    }
+    keepLength(size, tag);
   }
   return tag + '>';
 }

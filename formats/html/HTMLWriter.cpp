@@ -1,6 +1,7 @@
 #include "formats/html/HTMLWriter.h"
 
 #include <algorithm>
+#include <array>
 
 #include "formats/html/HTMLCharacters.h"
 #include "formats/html/HTMLLinks.h"
@@ -36,7 +37,16 @@ bool isBarrier(Role role) {
   return role == Role::cell || role == Role::caption || role == Role::table || role == Role::body;
 }
 
+bool isHeading(const HTMLRule& rule) { return rule.role == Role::line && rule.written != "pre"; }
+
 bool isDefinition(const HTMLRule& rule) { return rule.written == "dt" || rule.written == "dd"; }
+
+// The elements that style text since before there were style sheets.
+bool goesOn(const HTMLRule& rule) {
+  static constexpr std::array<std::string_view, 13> kNames = {
+      "a", "b", "big", "code", "em", "font", "i", "s", "small", "strike", "strong", "tt", "u"};
+  return std::binary_search(kNames.begin(), kNames.end(), rule.name);
+}
 
 // An item outside of any list.
 const HTMLRule& strayItem() {
@@ -100,7 +110,7 @@ bool HTMLWriter::skips(const HTMLToken& token) {
   if (!isEnd && !token.selfClosing) ++skippedDepth_;
   if (isEnd && --skippedDepth_ == 0) {
     skipped_.clear();
-    if (skippedText_ == &sheetText_) sheet_.read(sheetText_);
+    if (skippedText_ == &sheetText_) sheet_.read(withoutControlCharacters(sheetText_));
     sheetText_.clear();
     skippedText_ = nullptr;
   }
@@ -157,7 +167,9 @@ void HTMLWriter::startTag(const HTMLToken& token) {
       break;
   }
   const HTMLKeptAttributes kept = keep(*rule, token.attributes);
+  endReading();
   leaveParagraph();
+  if (isHeading(*rule) && isHeading(*blocks_.back().rule) && blocks_.back().inner.empty()) pop();
   if (blocks_.back().rule->role == Role::line) {
     placeAside(*rule);
   } else if (rule->role == Role::item) {
@@ -222,6 +234,7 @@ void HTMLWriter::startTablePart(const HTMLRule& rule, const HTMLKeptAttributes& 
 
 void HTMLWriter::startStyle(const HTMLRule& rule, HTMLKeptAttributes kept) {
   if (rule.role == Role::anchor) endLinks();
+  if (goesOn(rule)) boundStyle(rule, kept.text);
   if (styles_.size() >= kMaxStyles) return;
   const bool needsAttributes = rule.written == "span" || rule.role == Role::anchor;
   const bool empty = needsAttributes && kept.text.empty();
@@ -272,7 +285,7 @@ void HTMLWriter::endTag(std::string_view name) {
 std::size_t HTMLWriter::findOpen(const HTMLRule& rule) const {
   for (std::size_t i = blocks_.size(); i-- > 1;) {
     const HTMLRule& open = *blocks_[i].rule;
-    if (open.name == rule.name) return i;
+    if (open.name == rule.name || (isHeading(open) && isHeading(rule))) return i;
     if (open.role == Role::table ||
         (isBarrier(open.role) && !isTablePart(rule.role) && rule.role != Role::table) ||
         (open.role == Role::list && rule.role == Role::item)) {
@@ -296,8 +309,35 @@ void HTMLWriter::endStyle(std::size_t index) {
   styles_.erase(styles_.begin() + static_cast<std::ptrdiff_t>(index));
 }
 
+// What becomes of the styles that were begun in the block that ends: those of old go on behind it
+// until they are ended, as in browsers, the others end with it.
+void HTMLWriter::leaveStyles() {
+  const std::size_t depth = blocks_.size();
+  const bool goOn = !isBarrier(blocks_.back().rule->role);
+  for (std::size_t i = styles_.size(); i-- > 0 && styles_[i].depth >= depth;) {
+    TextStyle& style = styles_[i];
+    if (goOn && goesOn(*style.rule)) {
+      style.depth = depth - 1;
+      style.wentOn = true;
+    } else {
+      endStyle(i);
+    }
+  }
+}
+
+// Of a style that went on behind its block no more than three of the same are on: a page may begin
+// one in every paragraph and end none.
+void HTMLWriter::boundStyle(const HTMLRule& rule, const std::string& attributes) {
+  constexpr int kMaxSame = 3;
+  int same = 0;
+  for (std::size_t i = styles_.size(); i-- > blocks_.back().firstStyle;) {
+    const TextStyle& style = styles_[i];
+    if (style.rule != &rule || style.attributes != attributes) continue;
+    if (++same >= kMaxSame && style.wentOn) return endStyle(i);
+  }
+}
+
 void HTMLWriter::push(const HTMLRule& rule, const HTMLKeptAttributes& kept) {
-  endReading();
   closeStyles();
   Block& outer = blocks_.back();
   Block block{&rule, isHidden() || kept.hidden, kept.preservesSpace.value_or(outer.preservesSpace),
@@ -334,7 +374,7 @@ void HTMLWriter::pop() {
   writeLostPictures(depth);
   popTo(depth);
   closeStyles();
-  while (!styles_.empty() && styles_.back().depth >= blocks_.size()) endStyle(styles_.size() - 1);
+  leaveStyles();
   const Block block = std::move(blocks_.back());
   blocks_.pop_back();
   if (isContainer(block.rule->role)) --containers_;
@@ -491,6 +531,7 @@ void HTMLWriter::lineBreak() {
 
 void HTMLWriter::separator() {
   if (isHidden()) return;
+  endReading();
   leaveParagraph();
   if (blocks_.back().rule->role == Role::line) return endLine();
   openContainers();

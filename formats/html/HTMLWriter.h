@@ -72,6 +72,7 @@ class HTMLWriter {
     CSSBackground background;
     std::string link;          // where it leads, of an anchor that is not silent
     bool written = false;      // something of it was
+    bool wentOn = false;       // behind the end of the block that it was begun in
     bool lostPicture = false;  // a picture of it could not stay
   };
   // An element of a formula.
@@ -95,6 +96,8 @@ class HTMLWriter {
   void startTablePart(const HTMLRule& rule, const HTMLKeptAttributes& kept);
   void startStyle(const HTMLRule& rule, HTMLKeptAttributes kept);
   void endStyle(std::size_t index);
+  void leaveStyles();
+  void boundStyle(const HTMLRule& rule, const std::string& attributes);
   void endLinks();
   void lineBreak();
   void separator();

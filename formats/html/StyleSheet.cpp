@@ -16,27 +16,6 @@ constexpr std::size_t kMaxName = 100;
 
 bool isNameCharacter(char c) { return isAlphanumeric(c) || c == '-' || c == '_' || !isASCII(c); }
 
-// The end of a block, behind its opening brace: where its closing brace is, or the end.
-std::size_t blockEnd(std::string_view text) {
-  char quote = '\0';
-  std::size_t open = 0;
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    const char c = text[i];
-    if (c == '\\') {
-      ++i;
-    } else if (quote != '\0') {
-      if (c == quote || c == '\n') quote = '\0';
-    } else if (c == '"' || c == '\'') {
-      quote = c;
-    } else if (c == '{') {
-      ++open;
-    } else if (c == '}') {
-      if (open-- == 0) return i;
-    }
-  }
-  return text.size();
-}
-
 // Sheets were once hidden in comments of the document.
 std::string withoutMarks(std::string text) {
   for (const std::string_view mark : {std::string_view("<!--"), std::string_view("-->")}) {
@@ -59,7 +38,7 @@ void StyleSheet::read(std::string_view sheet) {
     const bool isBlock = rest[begin] == '{';
     rest.remove_prefix(begin + 1);
     if (!isBlock) continue;
-    const std::size_t end = blockEnd(rest);
+    const std::size_t end = findOutside(rest, "}", CSSBrackets::curly);
     if (!head.starts_with('@')) readRule(head, rest.substr(0, end));
     rest.remove_prefix(std::min(end + 1, rest.size()));
   }
