@@ -10,6 +10,7 @@ from desktop import LONGEST_WAIT, wait_for
 class Chromium:
     name = 'chromium'
     program = '/usr/bin/chromium'
+    surface = '--headless'
 
     def __init__(self, desktop):
         self.desktop = desktop
@@ -25,7 +26,7 @@ class Chromium:
 
         self.log = open(desktop.home / 'chromium.log', 'wb')
         desktop.start(
-            [self.program, '--headless', '--no-sandbox', '--disable-gpu', '--disable-quic',
+            [self.program, self.surface, '--no-sandbox', '--disable-gpu', '--disable-quic',
              '--no-first-run', '--disable-background-networking', '--disable-component-update',
              '--disable-sync', '--disable-dev-shm-usage', '--enable-unsafe-extension-debugging',
              '--remote-debugging-pipe', f'--user-data-dir={self.profile}', 'about:blank'],
@@ -46,7 +47,7 @@ class Chromium:
         folder.mkdir(parents=True, exist_ok=True)
         manifest = folder / 'it.drelk.korvane.share.json'
         if present:
-            manifest.write_text(self.desktop.host_manifest(self.name, program))
+            manifest.write_text(self.desktop.host_manifest('chromium', program))
         else:
             manifest.unlink(missing_ok=True)
 
@@ -107,6 +108,11 @@ class Chromium:
     def in_page(self, script):
         return self.run(self.tab, script)
 
+    def show(self, document):
+        """Shows a document of no address."""
+        frame = self.call('Page.getFrameTree', self.tab)['frameTree']['frame']['id']
+        self.call('Page.setDocumentContent', self.tab, frameId=frame, html=document)
+
     def press_button(self):
         self.call('Extensions.triggerAction', id=self.extension, targetId=self.tab_target)
 
@@ -134,3 +140,13 @@ class Chromium:
             const [tab] = await chrome.tabs.query({active: true, lastFocusedWindow: true});
             return [await chrome.action.getBadgeText({tabId: tab.id}),
                     await chrome.action.getTitle({tabId: tab.id})]; })()''')
+
+
+class ChromiumOnDisplay(Chromium):
+    """With a window, and so with the display's clipboard."""
+    name = 'clipboard'
+    surface = '--ozone-platform=x11'
+
+    def __init__(self, desktop):
+        desktop.start_display()
+        super().__init__(desktop)

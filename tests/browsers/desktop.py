@@ -83,6 +83,21 @@ class Desktop:
         self.browsers.append(process)
         return process
 
+    def start_display(self):
+        read, write = os.pipe()
+        self.start(['Xvfb', '-displayfd', str(write), '-screen', '0', '1100x850x24', '-nolisten',
+                    'tcp'], pass_fds=[write], stderr=subprocess.DEVNULL)
+        os.close(write)
+        with os.fdopen(read) as pipe:
+            number = pipe.readline().strip()
+        assert number, 'Xvfb did not start'
+        self.environment['DISPLAY'] = ':' + number
+
+    def run(self, program, *arguments):
+        """Runs a program of this build to its end."""
+        return subprocess.run([self.build / 'bin' / program, *arguments], env=self.environment,
+                              capture_output=True, text=True, timeout=LONGEST_WAIT)
+
     def messages(self):
         """What the mail client was asked to open, each message as a dictionary."""
         if self.received.exists():

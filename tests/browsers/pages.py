@@ -3,12 +3,15 @@ import base64
 import http.server
 import threading
 
+import roundtrip
+
 # Two by two, red.
 PICTURE = base64.b64decode(
     'iVBORw0KGgoAAAANSUhEUgAAAAIAAAACCAIAAAD91JpzAAAAEElEQVR4nGP4z8AARAwQCgAf7gP9i18U1AAAAABJRU5E'
     'rkJggg==')
 
 PAGES = {
+    '/copied': roundtrip.PAGE,
     '/': '''<!DOCTYPE html><title>Tea &amp; cake</title><h1>Tea</h1>
 <p id="p">All about <b>tea</b>, <a id="inside" href="kinds/green?a=1&amp;b=2">green</a> and black.</p>
 <p><a id="link" href="/cake">The <i>cake</i></a></p><img id="picture" src="/picture.png" width="80" height="80">''',
