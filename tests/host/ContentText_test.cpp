@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include "linux/LinuxPlatform.h"
+#include "support/JsonLines.h"
 
 namespace korvane {
 namespace {
@@ -57,6 +58,22 @@ TEST_F(ContentText, AddressesInPlainTextAreLinks) {
   EXPECT_THAT(documentOf(*contentText({text("www.a.com"), text("www.b.com")})),
               HasSubstr("<a href=\"http://www.a.com\">www.a.com</a><br>\n"
                         "<a href=\"http://www.b.com\">www.b.com</a>"));
+}
+
+// What stands in the body of the document that a text becomes.
+TEST_F(ContentText, EveryRowOfTheTable) {
+  const auto rows = testing::readJsonLines("texts.jsonl");
+  ASSERT_EQ(rows.size(), 154U);
+  for (const Value& row : rows) {
+    const std::string given(row.objectForKey("text").text());
+    const auto shared = contentText({text(given)});
+    ASSERT_TRUE(shared) << given;
+    const std::string document = documentOf(*shared);
+    const std::size_t begin = document.find("<body>") + 6;
+    const std::size_t end = document.rfind("</body>");
+    ASSERT_LE(begin, end) << document;
+    EXPECT_EQ(document.substr(begin, end - begin), row.objectForKey("body").text()) << given;
+  }
 }
 
 TEST_F(ContentText, ParagraphsAndTabsOfPlainTextStayInHTML) {
