@@ -93,7 +93,7 @@ std::string resolvedLink(std::string_view link, std::string_view base) {
   std::replace(linkPath.begin(), linkPath.end(), '\\', '/');
   const std::string tail = withoutSpaces(link.substr(end));
   if (linkPath.starts_with("//")) {
-    std::string whole = std::string(base.substr(0, scheme)) + linkPath + tail;
+    std::string whole = std::string(base.substr(0, scheme)) + withoutSpaces(linkPath) + tail;
     return isLinkBase(whole) ? whole : std::string();
   }
   if (linkPath.empty()) {
