@@ -62,26 +62,6 @@ bool isSpaceOnly(std::string_view text) {
 
 }  // namespace
 
-void PlainText::text(std::string_view text) {
-  if (cell_) {
-    text_ += '\t';
-  } else if (!text_.empty()) {
-    text_.append(static_cast<std::size_t>(lineBreaks_), '\n');
-  }
-  lineBreaks_ = 0;
-  cell_ = false;
-  text_ += text;
-}
-
-void PlainText::separate(int lineBreaks) {
-  if (!cell_) lineBreaks_ = std::max(lineBreaks_, lineBreaks);
-}
-
-void PlainText::nextRow() {
-  cell_ = false;
-  separate(1);
-}
-
 HTMLWriter::HTMLWriter(std::size_t size, std::string_view base)
     : mostBytes_(size * 8 + (std::size_t{1} << 16)),
       budget_(size / 2 + (std::size_t{1} << 14)),
@@ -358,7 +338,7 @@ void HTMLWriter::push(const HTMLRule& rule, const HTMLKeptAttributes& kept) {
     out_ += '>';
     if (rule.written == "pre" || holdsNoText(rule.role)) out_ += '\n';
     if (rule.role == Role::cell && outer.hasCells) plain_.nextCell();
-    if (rule.role == Role::row) plain_.nextRow();
+    if (rule.role == Role::row) plain_.startRow();
     if (rule.role != Role::cell) plain_.separate(rule.role == Role::paragraph ? 2 : 1);
     outer.hasCells = true;
     block.atTag = rule.written == "pre";
@@ -385,7 +365,7 @@ void HTMLWriter::pop() {
   out_ += '>';
   const Block& outer = blocks_.back();
   if (!outer.preservesSpace || holdsNoText(outer.rule->role)) out_ += '\n';
-  if (block.rule->role == Role::row) plain_.nextRow();
+  if (block.rule->role == Role::row) plain_.endRow();
   if (block.rule->role != Role::cell) {
     plain_.separate(block.rule->role == Role::paragraph ? 2 : 1);
   }

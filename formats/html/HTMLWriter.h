@@ -8,26 +8,9 @@
 
 #include "formats/html/HTMLRules.h"
 #include "formats/html/HTMLTokens.h"
+#include "formats/html/PlainText.h"
 
 namespace korvane {
-
-/// What a reader of a document sees as plain text: blocks on lines of their own, paragraphs with an
-/// empty line between, cells of a row with a tab between.
-class PlainText {
- public:
-  void text(std::string_view text);
-  void lineBreak() { text("\n"); }
-  /// As many line breaks before what follows, unless it is the first.
-  void separate(int lineBreaks);
-  void nextCell() { cell_ = true; }
-  void nextRow();
-  std::string take() { return std::move(text_); }
-
- private:
-  std::string text_;
-  int lineBreaks_ = 0;
-  bool cell_ = false;
-};
 
 /// Writes the tags and texts of a document anew, as a document in which every element is closed,
 /// stands where it may and is one that HTMLRules know: blocks hold text styles, never the other way

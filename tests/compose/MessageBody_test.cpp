@@ -46,7 +46,7 @@ TEST_F(Body, SeveralPiecesBecomeOneDocument) {
   EXPECT_EQ(count(made.html, "</html>"), 1U);
   EXPECT_EQ(count(made.html, "<body"), 1U);
   EXPECT_THAT(made.html, HasSubstr("color:red"));
-  EXPECT_EQ(made.plain, "One\n\n\nTwo\n\nhttps://a.example/\nhttps://b.example/");
+  EXPECT_EQ(made.plain, "One\n\nTwo\n\nhttps://a.example/\nhttps://b.example/");
 }
 
 TEST_F(Body, ActiveContentGoes) {
