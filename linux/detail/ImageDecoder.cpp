@@ -263,8 +263,11 @@ std::shared_ptr<const Bitmap> ImageDecoder::decode(const NSData& encoded, std::s
 std::filesystem::path ImageDecoder::installedProgram() {
   std::error_code ignored;
   const auto running = std::filesystem::read_symlink("/proc/self/exe", ignored);
-  auto beside = running.parent_path().parent_path() / "libexec" / "korvane" / kProgramName;
-  if (!running.empty() && access(beside.c_str(), X_OK) == 0) return beside;
+  const auto folder = running.parent_path();
+  for (const auto& place : {folder.parent_path() / "libexec" / "korvane", folder}) {
+    auto program = place / kProgramName;
+    if (!running.empty() && access(program.c_str(), X_OK) == 0) return program;
+  }
   return KORVANE_LIBEXEC "/" + std::string(kProgramName);
 }
 

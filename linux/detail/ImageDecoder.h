@@ -22,8 +22,8 @@ struct KORVANE_EXPORT ImageDecoder {
   /// for as long as decoding takes; any thread may call. Throws std::bad_alloc.
   std::shared_ptr<const Bitmap> decode(const NSData& encoded, std::string& why) const;
 
-  /// `../libexec/korvane/korvane-image-decoder` beside the running program's own folder, where that
-  /// is; else the one that was installed with this library.
+  /// `../libexec/korvane/korvane-image-decoder` beside the running program's own folder, or the one
+  /// in that folder, where they are; else the one that was installed with this library.
   static std::filesystem::path installedProgram();
 };
 
