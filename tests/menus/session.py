@@ -15,6 +15,7 @@ gi.require_version("Atspi", "2.0")
 from gi.repository import Atspi, GLib  # noqa: E402
 
 ENTRY = "Send by Mail"
+SUBMENU = os.environ.get("KORVANE_TEST_SUBMENU", "")  # where the entry is looked for; else in the menu
 PATIENCE = int(os.environ.get("KORVANE_TEST_PATIENCE", "120"))  # seconds, for a busy machine
 
 
@@ -283,6 +284,12 @@ class Qt(Manager):
 
     def menu(self):
         return next((menu for menu in self.menus if menu.get_child_count() > 2), None)
+
+    def entries(self, menu):
+        # A submenu is there before it is opened.
+        submenu = find(menu, lambda node: node.get_name() == "Share")
+        inside = super().entries(submenu) if submenu else []
+        return inside if SUBMENU else [entry for entry in super().entries(menu) if entry not in inside]
 
 
 MANAGERS = {"nautilus": Nautilus, "caja": GtkIcons, "nemo": GtkIcons, "thunar": Thunar,
