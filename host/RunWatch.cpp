@@ -37,6 +37,20 @@ std::size_t RunWatch::addFile(std::string name, std::string presumed, const std:
   return add(std::move(name), std::move(presumed));
 }
 
+std::string RunWatch::sourceOf(std::string_view path) const {
+  const auto found = opened_.find(path);
+  return found == opened_.end() ? std::string(path) : found->second;
+}
+
+std::string RunWatch::knownPath(std::string_view source) const {
+  for (const auto& [path, opened] : opened_) {
+    if (!source.starts_with(opened)) continue;
+    const std::string_view inside = source.substr(opened.size());
+    if (inside.empty() || inside.starts_with('/')) return path + std::string(inside);
+  }
+  return std::string(source);
+}
+
 void RunWatch::giveUp(const std::string& reason) {
   std::lock_guard lock(mutex_);
   closed_ = true;

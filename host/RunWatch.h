@@ -3,6 +3,7 @@
 #include <condition_variable>
 #include <cstddef>
 #include <functional>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -68,6 +69,13 @@ class RunWatch : public std::enable_shared_from_this<RunWatch> {
     places_ = std::move(places);
   }
   std::string placeOf(const std::string& path) const { return places_ ? places_(path) : path; }
+  /// A file has been opened: it is copied from `opened`, a path that leads to the very file,
+  /// whatever has its own path by then. People are told its own.
+  void setOpened(const std::string& path, std::string opened) { opened_[path] = std::move(opened); }
+  /// Where a file is copied from.
+  std::string sourceOf(std::string_view path) const;
+  /// The path that people know, of a source or of something inside it.
+  std::string knownPath(std::string_view source) const;
   /// What an opening has around it. `before` gives a reason where nothing may be opened; `after`
   /// gets whether the URLs were accepted, and why they were not.
   struct OpeningHooks {
@@ -152,6 +160,7 @@ class RunWatch : public std::enable_shared_from_this<RunWatch> {
   const RunHooks hooks_;
   std::vector<std::string> files_;
   std::function<std::string(const std::string& path)> places_;
+  std::map<std::string, std::string, std::less<>> opened_;  // by their own paths
   OpeningHooks opening_;
   mutable std::mutex mutex_;
   std::condition_variable changed_;

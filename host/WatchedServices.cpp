@@ -114,7 +114,7 @@ class LeavingOut : public NSFileManagerDelegate {
                    std::string_view copyingItemAtPath, std::string_view) override {
     const auto run = RunScope::current();
     return run && !isEverybodys(shouldProceedAfterError) &&
-           run->leaveOut(std::string(copyingItemAtPath),
+           run->leaveOut(run->knownPath(copyingItemAtPath),
                          reasonOf(shouldProceedAfterError, copyingItemAtPath));
   }
 };
@@ -142,7 +142,13 @@ class WatchedFiles : public NSFileManager {
   }
   bool copyItemAtPath(std::string_view source, std::string_view destination,
                       std::optional<NSError>& error) override {
-    return watch(files_->copyItemAtPath(source, destination, error), source, destination, error);
+    const auto run = RunScope::current();
+    const std::string from = run ? run->sourceOf(source) : std::string(source);
+    const bool done = files_->copyItemAtPath(from, destination, error);
+    if (!done && error && error->localizedDescription.starts_with(from)) {
+      error->localizedDescription.replace(0, from.size(), source);
+    }
+    return watch(done, source, destination, error);
   }
   bool fileExistsAtPath(std::string_view path) override { return files_->fileExistsAtPath(path); }
   bool directoryExistsAtPath(std::string_view path) override {

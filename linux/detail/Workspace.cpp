@@ -125,7 +125,16 @@ BusAnswer openOverBus(const std::string& identifier, const std::vector<NSURL>& u
   return answerOfError(identifier, reply.get());
 }
 
+/// The calling thread's own.
+thread_local std::optional<Activation> threadActivation;
+
 }  // namespace
+
+ActivationScope::ActivationScope(Activation activation) {
+  threadActivation = std::move(activation);
+}
+
+ActivationScope::~ActivationScope() { threadActivation.reset(); }
 
 Workspace::Workspace(FailureReport report, WorkspaceLimits limits)
     : report_(std::move(report)),
@@ -149,6 +158,7 @@ bool Workspace::openURLs(const std::vector<NSURL>& urls, std::string_view withAp
 
 Activation Workspace::takeActivation(unsigned options) {
   if (options & NSWorkspaceLaunchWithoutActivation) return {};
+  if (threadActivation) return *threadActivation;
   std::lock_guard lock(mutex_);
   return std::exchange(activation_, {});
 }

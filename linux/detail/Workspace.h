@@ -27,6 +27,17 @@ struct WorkspaceLimits {
 inline constexpr const char* kNotAnsweredYet =
     translatable("the mail client has not answered yet; its window may still come");
 
+/// As long as this lives, the openings of the calling thread that are in the foreground have this
+/// activation, whatever the launcher's was; for a program that works for several callers. One at a
+/// time in a thread.
+class KORVANE_EXPORT ActivationScope {
+ public:
+  explicit ActivationScope(Activation activation);
+  ~ActivationScope();
+  ActivationScope(const ActivationScope&) = delete;
+  ActivationScope& operator=(const ActivationScope&) = delete;
+};
+
 /// Opens URLs with an application of the Linux desktop. An application's identifier is the name of
 /// its desktop entry and its name on the session bus.
 ///
@@ -39,7 +50,7 @@ inline constexpr const char* kNotAnsweredYet =
 /// In the foreground the application gets the launcher's XDG_ACTIVATION_TOKEN and
 /// DESKTOP_STARTUP_ID, with which the desktop lets it come to the front: as "activation-token" and
 /// "desktop-startup-id" on the bus, as the same variables on the Exec road. In the background
-/// (NSWorkspaceLaunchWithoutActivation) it gets neither.
+/// (NSWorkspaceLaunchWithoutActivation) it gets neither. See ActivationScope for other tokens.
 ///
 /// Limits: all URLs of one call over the bus hold less than 64 MiB; one of the Exec road 131,071
 /// bytes.

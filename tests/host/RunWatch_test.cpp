@@ -161,5 +161,15 @@ TEST(MissingThing, IsALine) {
             "contract.pdf is not in the message: No such file or directory");
 }
 
+TEST_F(Watch, WhatWasOpenedHasASourceAndKeepsItsName) {
+  run->setOpened("/docs/a", "/proc/self/fd/7");
+  run->setOpened("/docs/b", "/proc/self/fd/70");
+  EXPECT_EQ(run->sourceOf("/docs/a"), "/proc/self/fd/7");
+  EXPECT_EQ(run->sourceOf("/docs/c"), "/docs/c");
+  EXPECT_EQ(run->knownPath("/proc/self/fd/7"), "/docs/a");
+  EXPECT_EQ(run->knownPath("/proc/self/fd/70/x/y"), "/docs/b/x/y");
+  EXPECT_EQ(run->knownPath("/proc/self/fd/71"), "/proc/self/fd/71");
+}
+
 }  // namespace
 }  // namespace korvane

@@ -104,6 +104,15 @@ TEST_F(WorkspaceTest, TokensServeOnceInTheForegroundAndLeaveTheEnvironment) {
   EXPECT_EQ(readFile(received), line({kUrl}, "") + line({kUrl}, kTokens) + line({kUrl}, ""));
 }
 
+TEST_F(WorkspaceTest, AThreadMayHaveTokensOfItsOwn) {
+  desktop.addService(kId, receiver());
+  desktop.startBus();
+  setTokens();
+  EXPECT_EQ(open({kUrl}, kId, "own,512,131072,launchers,131072").output, "111");
+  EXPECT_EQ(readFile(received), line({kUrl}, "") + line({kUrl}, "\"activation-token\": \"own\"") +
+                                    line({kUrl}, kTokens));
+}
+
 TEST_F(WorkspaceTest, OnlyTheTokensThatThereArePassed) {
   desktop.addService(kId, receiver());
   desktop.startBus();
@@ -390,7 +399,8 @@ TEST(Workspace, AnEmptyListOpensNothing) {
 
 /// --open IDENTIFIER OPTIONS FILE: opens the URLs of the file's lines, once for every one of the
 /// options. "extension:ID" opens as the extension with this identifier would. The option
-/// "environment" tells which of the variables are still set.
+/// "environment" tells which of the variables are still set; "own" gives the thread a token of its
+/// own, which "launchers" takes away.
 int open(const std::string& identifier, const std::string& options, const char* file) {
   std::vector<NSURL> urls;
   std::ifstream lines(file);
@@ -411,10 +421,15 @@ int open(const std::string& identifier, const std::string& options, const char* 
   }
   platform.install();
   std::istringstream each(options);
+  std::optional<ActivationScope> own;
   for (std::string option; std::getline(each, option, ',');) {
     if (option == "environment") {
       std::cout << (std::getenv("XDG_ACTIVATION_TOKEN") ? "X" : "-")
                 << (std::getenv("DESKTOP_STARTUP_ID") ? "X" : "-");
+    } else if (option == "own") {
+      own.emplace(Activation{.token = "own", .startupId = std::nullopt});
+    } else if (option == "launchers") {
+      own.reset();
     } else if (identifier.starts_with(extension)) {
       std::cout << ExtensionUtilities::LaunchCommands(urls, option == kBackground);
     } else {
