@@ -3,6 +3,7 @@
 #include <string>
 
 #include "linux/detail/FileDescriptor.h"
+#include "platform/Export.h"
 #include "platform/NSError.h"
 
 // Work on files and folders by descriptors, so that no step can be led elsewhere by a link that
@@ -11,7 +12,7 @@ namespace korvane {
 
 /// A step that failed: an errno value, the path it failed at, and a text where the system's own
 /// does not tell enough.
-struct FileFailure {
+struct KORVANE_EXPORT FileFailure {
   int code = 0;
   std::string path;
   std::string text = {};
