@@ -144,7 +144,6 @@ holds and answers there.
                once("--pluginType", pluginType)},
               {"--pluginPath", "FILE", "not used", once("--pluginPath", pluginPath)},
           },
-      .after = "",
       .takeOther = [](const std::string&) { throw InputError("nothing but options is taken"); },
       .check =
           [&] {
