@@ -19,6 +19,7 @@
 #include "platform/Clock.h"
 #include "platform/NSExtension.h"
 #include "platform/NSString.h"
+#include "platform/detail/Translation.h"
 
 namespace korvane {
 namespace {
@@ -48,11 +49,6 @@ std::string serverOf(const std::string& url) {
   const std::size_t scheme = url.find("://");
   return scheme == std::string::npos ? url.substr(0, url.find(':'))
                                      : url.substr(0, url.find('/', scheme + 3));
-}
-
-std::string secondsText(double seconds) {
-  const auto whole = static_cast<long>(seconds);
-  return std::to_string(whole) + (whole == 1 ? " second" : " seconds");
 }
 
 }  // namespace
@@ -105,7 +101,8 @@ std::string FetchedFiles::folderForNext() {
   if (!folder_) {
     const std::string container = options_.container.value_or("");
     const std::size_t slash = container.rfind('/');
-    if (slash == std::string::npos) throw FetchFailure("there is no container for attachments");
+    if (slash == std::string::npos)
+      throw FetchFailure(translated("there is no container for attachments"));
     folder_ = std::make_unique<FetchFolder>(slash == 0 ? "/" : container.substr(0, slash));
   }
   std::string path = folder_->path() + "/" + std::to_string(number_);
@@ -116,11 +113,11 @@ std::string FetchedFiles::folderForNext() {
 void FetchedFiles::fetch(const std::string& url) {
   FetchedFile& result = found_[url];
   if (isCancelled()) {
-    result.reason = kCancelled;
+    result.reason = translated(kCancelled);
     return;
   }
   if (silent_.contains(serverOf(url))) {
-    result.reason = "its server does not answer";
+    result.reason = translated("its server does not answer");
     return;
   }
   const auto work = std::make_shared<Fetch>();
@@ -152,7 +149,7 @@ void FetchedFiles::fetch(const std::string& url) {
           file.reason = failure.what();
           isLink = failure.isLink();
         } catch (const std::bad_alloc&) {
-          file.reason = "there is not enough memory for it";
+          file.reason = translated("there is not enough memory for it");
         } catch (const std::exception& error) {
           file.reason = error.what();
         }
@@ -169,13 +166,14 @@ void FetchedFiles::fetch(const std::string& url) {
       throw;
     }
   } catch (const FileFailure& failure) {
-    result.reason = "there is no folder to fetch it into: " + failure.error().localizedDescription;
+    result.reason = translated("there is no folder to fetch it into: {0}",
+                               failure.error().localizedDescription);
     return;
   } catch (const FetchFailure& failure) {
     result.reason = failure.what();
     return;
   } catch (const std::system_error&) {
-    result.reason = "this computer cannot start another thread";
+    result.reason = translated("this computer cannot start another thread");
     return;
   }
   result.reason = waitFor(work, url);
@@ -204,11 +202,13 @@ std::string FetchedFiles::waitFor(const std::shared_ptr<Fetch>& fetch, const std
     tellProgress(*fetch, url);
     if (isDone()) return {};
     if (isCancelled()) {
-      reason = kCancelled;
+      reason = translated(kCancelled);
       break;
     }
     if (silence >= options_.longestSilence) {
-      reason = "nothing came for " + secondsText(options_.longestSilence);
+      const auto seconds = static_cast<unsigned long>(options_.longestSilence);
+      reason =
+          translatedCount("nothing came for {0} second", "nothing came for {0} seconds", seconds);
       silent_.insert(serverOf(url));
       break;
     }
@@ -239,14 +239,13 @@ void FetchedFiles::tellProgress(Fetch& fetch, const std::string& url) const {
       part = -1;
     }
   }
-  std::string text = "Fetching " + name;
-  if (count_ > 1) {
-    text += " (" + std::to_string(number_) + " of " + std::to_string(count_) + ")";
-  }
+  const std::string text = count_ > 1 ? translated("Fetching {0} ({1} of {2})…", name,
+                                                   std::to_string(number_), std::to_string(count_))
+                                      : translated("Fetching {0}…", name);
   if (part >= 0) {
     part = (static_cast<double>(number_ - 1) + part) / static_cast<double>(count_);
   }
-  options_.hooks.progress(text + "…", part);
+  options_.hooks.progress(text, part);
 }
 
 }  // namespace korvane

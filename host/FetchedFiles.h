@@ -10,13 +10,14 @@
 #include "host/Handover.h"
 #include "host/RunWatch.h"
 #include "host/ShareRequest.h"
+#include "platform/detail/Translation.h"
 
 namespace korvane {
 
 class FetchFolder;
 
 /// Why nothing was shared where the person did not want it any more.
-inline constexpr const char* kCancelled = "it was cancelled";
+inline constexpr const char* kCancelled = translatable("it was cancelled");
 
 /// What became of a remote file.
 struct FetchedFile {

@@ -17,6 +17,7 @@
 #include "extension/ExtensionUtilities.h"
 #include "linux/detail/FileDescriptor.h"
 #include "model/ExtensionMessage.h"
+#include "platform/detail/Translation.h"
 
 namespace korvane {
 namespace {
@@ -27,8 +28,8 @@ FileDescriptor openWithoutLinks(const std::string& path, std::string& why) {
   if (!path.starts_with('/')) {
     // What GLib says where it has no text for a path.
     why = path == "[Invalid UTF-8]"
-              ? "its name is not UTF-8, and the desktop cannot say which it is"
-              : "it is not an absolute path";
+              ? translated("its name is not UTF-8, and the desktop cannot say which it is")
+              : translated("it is not an absolute path");
     return {};
   }
   open_how how = {};
@@ -36,7 +37,7 @@ FileDescriptor openWithoutLinks(const std::string& path, std::string& why) {
   how.resolve = RESOLVE_NO_SYMLINKS;
   FileDescriptor file(
       static_cast<int>(::syscall(SYS_openat2, AT_FDCWD, path.c_str(), &how, sizeof how)));
-  if (!file) why = errno == ELOOP ? "it is behind a link" : std::strerror(errno);
+  if (!file) why = errno == ELOOP ? translated("it is behind a link") : std::strerror(errno);
   return file;
 }
 
@@ -71,8 +72,9 @@ class Attachments {
         continue;
       }
       run.setOpened(path, "/proc/self/fd/" + std::to_string(file.get()));
-      const char* presumed =
-          path == "/" ? "the root folder has no name of its own" : "it could not be copied";
+      const std::string presumed = path == "/"
+                                       ? translated("the root folder has no name of its own")
+                                       : translated("it could not be copied");
       opened_.push_back({path, run.addFile(path, presumed, path), std::move(file)});
     }
   }
@@ -99,7 +101,7 @@ ExtensionMessage::Addresses addressesOf(const std::vector<std::string>& texts, R
   ExtensionMessage::Addresses addresses;
   for (const std::string& text : texts) {
     if (!isOneAddress(text)) {
-      run.miss("the recipient \"" + text + '"', "it is not a mail address");
+      run.miss(translated("the recipient \"{0}\"", text), translated("it is not a mail address"));
       continue;
     }
     const auto address = std::make_shared<ExtensionAddress>();
@@ -129,7 +131,7 @@ ShareOutcome runMessage(const ComposedMessage& composed, const ShareOptions& opt
   const auto isCancelled = [&] {
     const auto& cancellation = options.hooks.cancellation;
     if (!cancellation || !cancellation->isCancelled()) return false;
-    RunScope::current()->launchFailed("it was stopped");
+    RunScope::current()->launchFailed(translated("it was stopped"));
     return true;
   };
   ShareOutcome outcome = handOver(run, options, [&] {

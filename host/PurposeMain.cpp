@@ -24,6 +24,7 @@
 #include "host/WatchedServices.h"
 #include "linux/detail/ContainerRoot.h"
 #include "linux/detail/FileDescriptor.h"
+#include "platform/detail/Translation.h"
 
 namespace korvane {
 namespace {
@@ -47,7 +48,7 @@ FileDescriptor connectTo(const std::string& name) {
       error = errno;
     }
   }
-  if (error) throw InputError("the Share menu cannot be reached: " + std::string(strerror(error)));
+  if (error) throw InputError(translated("the Share menu cannot be reached: {0}", strerror(error)));
   return socket;
 }
 
@@ -93,7 +94,8 @@ ShareOutcome shareFrom(Menu& menu) {
     if (part >= 0) menu.mention(purposeProgress(part));
   };
   const Interruption interruption([&menu] {
-    menu.mention(purposeFailure("the share was interrupted before the mail client answered"));
+    menu.mention(
+        purposeFailure(translated("the share was interrupted before the mail client answered")));
     removeUnfinishedAttachments();
     removeUnfinishedAttachments();  // what was being written in the meantime
   });
@@ -108,7 +110,7 @@ ShareOutcome outcomeOf(Menu& menu) {
   try {
     return shareFrom(menu);
   } catch (const std::bad_alloc&) {
-    return failure("there is not enough memory");
+    return failure(translated("there is not enough memory"));
   } catch (const std::exception& error) {
     return failure(error.what());
   }
@@ -132,22 +134,25 @@ int PurposeMain(int argc, char* argv[]) {
   std::string pluginPath;
   const CommandLine line{
       .program = "korvane-purpose",
-      .usage = {"--server SOCKET [--pluginType TYPE] [--pluginPath FILE]"},
-      .before = R"(Started by KDE's Share menu: takes one message from a socket, shares what it
-holds and answers there.
-
-)",
+      .usage = {translatable("--server SOCKET [--pluginType TYPE] [--pluginPath FILE]")},
+      .before = translatable(
+          "Started by KDE's Share menu: takes one message from a socket, shares what it\n"
+          "holds and answers there.\n\n"),
       .options =
           {
-              {"--server", "SOCKET", "the socket to connect to", once("--server", server)},
-              {"--pluginType", "TYPE", "not used: every message says what it holds",
+              {"--server", translatable("SOCKET"), translatable("the socket to connect to"),
+               once("--server", server)},
+              {"--pluginType", translatable("TYPE"),
+               translatable("not used: every message says what it holds"),
                once("--pluginType", pluginType)},
-              {"--pluginPath", "FILE", "not used", once("--pluginPath", pluginPath)},
+              {"--pluginPath", translatable("FILE"), translatable("not used"),
+               once("--pluginPath", pluginPath)},
           },
-      .takeOther = [](const std::string&) { throw InputError("nothing but options is taken"); },
+      .takeOther =
+          [](const std::string&) { throw InputError(translated("nothing but options is taken")); },
       .check =
           [&] {
-            if (server.empty()) throw InputError("--server is missing");
+            if (server.empty()) throw InputError(translated("{0} is missing", "--server"));
           },
   };
   return runProgram(line, argc, argv, [&] {

@@ -16,6 +16,7 @@
 #include "host/JSONWriter.h"
 #include "host/URLText.h"
 #include "platform/NSString.h"
+#include "platform/detail/Translation.h"
 
 namespace korvane {
 namespace {
@@ -25,13 +26,13 @@ std::size_t readSome(int socket, char* to, std::size_t size, std::chrono::millis
   for (;;) {
     pollfd wanted{socket, POLLIN, 0};
     const int ready = ::poll(&wanted, 1, static_cast<int>(patience.count()));
-    if (ready == 0) throw InputError("the Share menu does not go on with its message");
+    if (ready == 0) throw InputError(translated("the Share menu does not go on with its message"));
     const ssize_t got = ready < 0 ? -1 : ::read(socket, to, size);
     if (got > 0) return static_cast<std::size_t>(got);
-    if (got == 0) throw InputError("the Share menu's message ends too early");
+    if (got == 0) throw InputError(translated("the Share menu's message ends too early"));
     if (errno != EINTR && errno != EAGAIN) {
-      throw InputError(std::string("the Share menu's message cannot be read: ") +
-                       std::strerror(errno));
+      throw InputError(
+          translated("the Share menu's message cannot be read: {0}", std::strerror(errno)));
     }
   }
 }
@@ -45,10 +46,10 @@ std::size_t readLength(int socket, std::chrono::milliseconds patience) {
   std::size_t length = 0;
   const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), length);
   if (error == std::errc::result_out_of_range || length > kMaxPurposeMessage) {
-    throw InputError("the Share menu's message is larger than 256 MiB");
+    throw InputError(translated("the Share menu's message is larger than 256 MiB"));
   }
   if (error != std::errc() || end != digits.data() + digits.size()) {
-    throw InputError("the Share menu's message does not begin with its length");
+    throw InputError(translated("the Share menu's message does not begin with its length"));
   }
   return length;
 }
@@ -58,7 +59,7 @@ std::optional<std::string> textUnder(const CBORItem& message, const char* key) {
   const CBORItem* item = message.find(key);
   if (!item || *item == CBORItem{kCBORNull}) return std::nullopt;
   if (!item->text()) {
-    throw InputError("the Share menu's message must have a text for \"" + std::string(key) + '"');
+    throw InputError(translated("the Share menu's message must have a text for \"{0}\"", key));
   }
   return *item->text();
 }
@@ -67,7 +68,7 @@ void addURLs(const CBORItem& message, const char* key, std::vector<std::string>&
   const CBORItem* item = message.find(key);
   if (!item || *item == CBORItem{kCBORNull}) return;
   const auto refuse = [&]() -> void {
-    throw InputError("the Share menu's message must have texts for \"" + std::string(key) + '"');
+    throw InputError(translated("the Share menu's message must have texts for \"{0}\"", key));
   };
   if (item->text()) {
     urls.push_back(*item->text());
@@ -87,16 +88,18 @@ void addData(DataURL data, ShareRequest& request, ShareRequest::Item& item) {
   const bool isImage = data.type.starts_with("image/");
   const bool isHtml = data.type == "text/html";
   if (!data.bytes) {
-    request.unread.push_back({isImage ? "a picture" : "a text", "it is not base64"});
+    request.unread.push_back(
+        {isImage ? translated("a picture") : translated("a text"), translated("it is not base64")});
   } else if (isImage) {
     item.attachments.push_back(
         ShareRequest::ImageData{NSData(data.bytes->begin(), data.bytes->end())});
   } else if (data.type == "text/plain" && !isUTF8(*data.bytes)) {
-    request.unread.push_back({"a text", "it is not UTF-8"});
+    request.unread.push_back({translated("a text"), translated("it is not UTF-8")});
   } else if (isHtml || data.type == "text/plain") {
     item.contents.push_back({isHtml ? Kind::html : Kind::text, *std::move(data.bytes)});
   } else {
-    request.unread.push_back({"a data: URL", "it holds neither a picture nor a text"});
+    request.unread.push_back(
+        {translated("a data: URL"), translated("it holds neither a picture nor a text")});
   }
 }
 
@@ -118,7 +121,7 @@ std::string readPurposeMessage(int socket, std::chrono::milliseconds patience) {
 ShareRequest requestOfPurposeMessage(std::string_view cbor) {
   const auto message = readCBOR(cbor);
   if (!message || !std::holds_alternative<CBORItem::Map>(message->untagged().value)) {
-    throw InputError("the Share menu's message cannot be read");
+    throw InputError(translated("the Share menu's message cannot be read"));
   }
   std::vector<std::string> urls;
   addURLs(*message, "urls", urls);
@@ -143,7 +146,7 @@ ShareRequest requestOfPurposeMessage(std::string_view cbor) {
     }
   }
   const bool isEmpty = item.contents.empty() && item.attachments.empty() && request.unread.empty();
-  if (isEmpty) throw InputError("the Share menu's message has nothing to share");
+  if (isEmpty) throw InputError(translated("the Share menu's message has nothing to share"));
   // Only a link makes the title a subject.
   if (item.title && !hasLink) {
     if (!item.title->empty()) {

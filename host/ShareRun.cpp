@@ -18,8 +18,8 @@ ShareOutcome runShare(ShareRequest request, const ShareOptions& options) {
 
   ShareOutcome outcome;
   if (options.hooks.cancellation && options.hooks.cancellation->isCancelled()) {
-    run->giveUp(kCancelled);
-    outcome = {.reason = kCancelled, .missing = run->missing(), .busy = run->isBusy()};
+    run->giveUp(translated(kCancelled));
+    outcome = {.reason = translated(kCancelled), .missing = run->missing(), .busy = run->isBusy()};
   } else {
     outcome = handOver(run, options, [&] {
       ShareViewController controller;

@@ -16,6 +16,7 @@
 #include "linux/detail/GLibPointer.h"
 #include "linux/detail/RemoteNames.h"
 #include "platform/NSString.h"
+#include "platform/detail/Translation.h"
 #include "text/ASCII.h"
 #include "text/LinkSchemes.h"
 
@@ -54,24 +55,25 @@ struct WholeFailure : FetchFailure {
 };
 
 [[noreturn]] void failByErrno(int code) {
-  const std::string reason =
-      "it could not be written here: " + NSError::withErrno(code).localizedDescription;
+  const std::string reason = translated("it could not be written here: {0}",
+                                        NSError::withErrno(code).localizedDescription);
   if (isEverybodys(code)) throw WholeFailure(reason);
   throw FetchFailure(reason);
 }
 
 std::string reasonOf(const GErrorSlot& error, std::string_view scheme) {
   const auto is = [&](int code) { return error.is(G_IO_ERROR, code); };
-  if (is(G_IO_ERROR_NOT_FOUND)) return "there is no such file";
-  if (is(G_IO_ERROR_PERMISSION_DENIED)) return "it may not be read";
+  if (is(G_IO_ERROR_NOT_FOUND)) return translated("there is no such file");
+  if (is(G_IO_ERROR_PERMISSION_DENIED)) return translated("it may not be read");
   if (is(G_IO_ERROR_NOT_MOUNTED)) {
-    return "its place is not mounted; open it in the file manager first";
+    return translated("its place is not mounted; open it in the file manager first");
   }
   if (is(G_IO_ERROR_NOT_SUPPORTED)) {
-    return "nothing here can read files of \"" + std::string(scheme) + ":\"";
+    return translated("nothing here can read files of \"{0}:\"", scheme);
   }
   const std::string text = error.message();
-  return text.empty() ? "it could not be read" : "it could not be read: " + text;
+  return text.empty() ? translated("it could not be read")
+                      : translated("it could not be read: {0}", text);
 }
 
 }  // namespace
@@ -151,7 +153,7 @@ class RemoteReading {
   std::string fetch() {
     const bool isFile = schemeKind(scheme_) == SchemeKind::file;
     if (!isFile && !isSupported(scheme_)) throw FetchFailure("it is a link", true);
-    if (url_.find('\0') != std::string::npos) throw FetchFailure("it is not a URL");
+    if (url_.find('\0') != std::string::npos) throw FetchFailure(translated("it is not a URL"));
     GObjectPointer<GFile> file(g_file_new_for_uri(url_.c_str()));
     const Info info = look(file.get(), G_FILE_QUERY_INFO_NONE);
     const std::string name = nameOf(info.get());
@@ -213,14 +215,14 @@ class RemoteReading {
 
   [[noreturn]] void fail(const GErrorSlot& error) const {
     // What is stopped may end by another error.
-    if (g_cancellable_is_cancelled(stop_)) throw WholeFailure("it was stopped");
+    if (g_cancellable_is_cancelled(stop_)) throw WholeFailure(translated("it was stopped"));
     const bool isLink =
         schemeKind(scheme_) == SchemeKind::either && error.is(G_IO_ERROR, G_IO_ERROR_NOT_MOUNTED);
     throw FetchFailure(reasonOf(error, scheme_), isLink);
   }
 
   void came(std::size_t bytes) const {
-    if (g_cancellable_is_cancelled(stop_)) throw WholeFailure("it was stopped");
+    if (g_cancellable_is_cancelled(stop_)) throw WholeFailure(translated("it was stopped"));
     if (rules_.came) rules_.came(bytes);
   }
 
@@ -240,15 +242,15 @@ class RemoteReading {
       case G_FILE_TYPE_UNKNOWN:
         return copyFile(entry);
       case G_FILE_TYPE_SYMBOLIC_LINK:
-        throw FetchFailure(depth > 0 ? "a link in it is not followed"
-                                     : "it is a link that leads nowhere");
+        throw FetchFailure(depth > 0 ? translated("a link in it is not followed")
+                                     : translated("it is a link that leads nowhere"));
       case G_FILE_TYPE_SHORTCUT:
       case G_FILE_TYPE_MOUNTABLE:
-        throw FetchFailure("it is a place, and only files and folders can be attached");
+        throw FetchFailure(translated("it is a place, and only files and folders can be attached"));
       case G_FILE_TYPE_SPECIAL:
         break;
     }
-    throw FetchFailure("neither a file nor a folder");
+    throw FetchFailure(translated("neither a file nor a folder"));
   }
 
   static void keepTime(GFileInfo* info, int made) {
@@ -296,14 +298,14 @@ class RemoteReading {
       }
       total += static_cast<std::uint64_t>(got);
       if (total > size.value_or(0) + rules_.maximumUnannounced) {
-        throw FetchFailure("it is far larger than it says");
+        throw FetchFailure(translated("it is far larger than it says"));
       }
       came(static_cast<std::size_t>(got));
     }
     came(0);
     if (size && total < *size) {
-      throw FetchFailure("it ended after " + std::to_string(total) + " of " +
-                         std::to_string(*size) + " bytes");
+      throw FetchFailure(translated("it ended after {0} of {1} bytes", std::to_string(total),
+                                    std::to_string(*size)));
     }
   }
 
@@ -318,8 +320,8 @@ class RemoteReading {
     while (Info info{g_file_enumerator_next_file(all.get(), stop_, error.out())}) {
       came(0);
       if (entriesLeft_-- == 0) {
-        throw WholeFailure("it holds more than " + std::to_string(rules_.maximumEntries) +
-                           " files and folders");
+        throw WholeFailure(translated("it holds more than {0} files and folders",
+                                      std::to_string(rules_.maximumEntries)));
       }
       entries.push_back(std::move(info));
     }
@@ -332,7 +334,7 @@ class RemoteReading {
   }
 
   void copyFolder(const Entry& entry, std::size_t depth) {
-    if (depth > rules_.maximumDepth) throw FetchFailure("it lies too deep");
+    if (depth > rules_.maximumDepth) throw FetchFailure(translated("it lies too deep"));
     const std::vector<Info> entries = entriesOf(entry.file);
     if (::mkdirat(entry.folder, entry.name.c_str(), S_IRWXU) != 0) failByErrno(errno);
     const FileDescriptor made(::openat(entry.folder, entry.name.c_str(),
@@ -349,7 +351,7 @@ class RemoteReading {
     path += shown;
     try {
       const char* bytes = g_file_info_get_name(info);
-      if (!bytes) throw FetchFailure("it has no name");
+      if (!bytes) throw FetchFailure(translated("it has no name"));
       const File file(g_file_get_child(above.file, bytes));
       const std::string name = freeName(shown, [&](const std::string& candidate) {
         return ::faccessat(folder, candidate.c_str(), F_OK, AT_SYMLINK_NOFOLLOW) != 0;
