@@ -211,9 +211,13 @@ bool writeRows(GdkPixbuf* pixbuf, const DecodedHead& head, Turn turn, bool premu
   const std::ptrdiff_t columnStep = turn.swapped ? down : across;
   const std::ptrdiff_t rowStep = turn.swapped ? across : down;
 
+  const std::size_t stride = std::size_t{head.width} * head.channels;
+  if (columnStep == channels && rowStep == static_cast<std::ptrdiff_t>(stride) && !premultiplied) {
+    return writeAll(output, first, stride * head.height);  // they lie as they are to be
+  }
+
   // Several rows at a time: the stored rows of a turned picture are then read as they lie.
   constexpr std::uint32_t kRowsAtOnce = 16;
-  const std::size_t stride = std::size_t{head.width} * head.channels;
   std::vector<std::uint8_t> rows;
   for (std::uint32_t y = 0; y < head.height; y += kRowsAtOnce) {
     const std::uint32_t count = std::min(kRowsAtOnce, head.height - y);
