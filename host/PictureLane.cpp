@@ -103,9 +103,11 @@ struct PictureLane::State : std::enable_shared_from_this<PictureLane::State> {
     entry.picture.png = std::move(png);
   }
 
-  // How many pixels wait is told from those seen so far.
+  // How many pixels wait is told from those seen so far. Where half of the time is over there are
+  // too many, also when few are left.
   EncodingEffort effortFor(const Bitmap& bitmap) {
     Lock lock(mutex);
+    if (Clock::now() + inOrder / 2 >= late) return EncodingEffort::quick;
     pixelsSeen += std::uint64_t{bitmap.width} * bitmap.height;
     ++picturesSeen;
     const auto waiting = static_cast<std::uint64_t>(std::ranges::count_if(

@@ -156,6 +156,14 @@ TEST_F(PictureLaneTest, EffortFollowsWhatIsWaiting) {
   EXPECT_GE(images->efforts[EncodingEffort::thorough], 2);
 }
 
+TEST_F(PictureLaneTest, WhereHalfOfTheTimeIsOverPicturesAreWrittenQuickly) {
+  PictureLane lane(std::chrono::milliseconds(0));
+  add(lane, "late");
+  platform.waitUntilIdle();
+  EXPECT_EQ(images->efforts[EncodingEffort::quick], 1);
+  EXPECT_EQ(images->efforts[EncodingEffort::thorough], 0);
+}
+
 TEST_F(PictureLaneTest, SmallPicturesAreWrittenThoroughly) {
   images->pixels = 1'000'000;
   PictureLane lane;
