@@ -279,7 +279,7 @@ bool compress(const Bitmap& bitmap, std::size_t channels, std::optional<Filter> 
 // The strips of a picture. All but the last take some longer, since they have to be continued, and
 // are smaller in return.
 std::vector<Strip> cut(const Bitmap& bitmap, EncodingEffort effort, unsigned threads) {
-  constexpr std::uint64_t kLeastPixels = 1 << 20;
+  constexpr std::uint64_t kLeastPixels = 1 << 18;
   if (threads == 0) threads = std::max(1U, std::thread::hardware_concurrency());
   const std::uint64_t pixels = std::uint64_t{bitmap.width} * bitmap.height;
   std::size_t count =
