@@ -43,6 +43,9 @@ TEST(RemoteFileSchemes, AreFilesLinksOrEither) {
 /// The desktop of all tests here: a process chooses its file services once.
 struct Desktop {
   Desktop() {
+    places.trash("report.txt", "report.txt", "one");
+    places.trash("report.2.txt", "report.txt", "two");
+    places.trash("caf\xE9.txt", "caf%E9.txt", "three");
     // What was used recently is looked up once.
     writeFile(used, "x");
     writeFile(desktop.folder / "data/recently-used.xbel",
@@ -262,14 +265,6 @@ TEST_F(RemoteFiles, WhatCannotBeReadHasItsReason) {
 }
 
 TEST_F(RemoteFiles, WhatLiesInTheTrashHasTheNameThatItHad) {
-  const auto trash = [&](const std::string& name, std::string_view content) {
-    const fs::path path = shared->desktop.folder / name;
-    writeFile(path, content);
-    ASSERT_EQ(shared->desktop.run({"gio", "trash", path}).status, 0);
-  };
-  trash("report.txt", "one");
-  trash("report.txt", "two");
-  trash("caf\xE9.txt", "three");
   const fs::path files = shared->desktop.folder / "data/Trash/files";
   EXPECT_EQ(fetch("trash:///report.txt"), files / "report.txt");
   EXPECT_EQ(fetch("trash:///report.2.txt"), "report.txt");

@@ -17,8 +17,9 @@ class RemotePlaces {
   /// Starts the bus of `desktop`, on which the file services are started when they are asked for.
   explicit RemotePlaces(PrivateDesktop& desktop) : desktop_(desktop) {
     desktop.set("XDG_DATA_DIRS", (desktop.folder / "system").string() + ":/usr/share");
-    // No files below the user's own folders are looked at, and no FUSE is tried.
+    // Neither FUSE nor the services that watch the machine's disks are tried.
     desktop.set("GVFS_DISABLE_FUSE", "1");
+    desktop.set("GIO_USE_VOLUME_MONITOR", "unix");
     std::filesystem::create_directories(served());
     desktop.startBus();
   }
@@ -34,6 +35,18 @@ class RemotePlaces {
     lacks("/usr/bin/gio", "libglib2.0-bin");
     lacks("/usr/bin/python3", "python3");
     return missing.empty();
+  }
+
+  /// Puts a file into the trash, under `name` there; it was called `was`. To be called before
+  /// anybody looks at the trash: later on it is noticed only after a while.
+  void trash(const std::string& name, const std::string& was, std::string_view content) const {
+    const std::filesystem::path place = desktop_.folder / "data/Trash";
+    std::filesystem::create_directories(place / "files");
+    std::filesystem::create_directories(place / "info");
+    writeFile(place / "files" / name, content);
+    writeFile(place / "info" / (name + ".trashinfo"),
+              "[Trash Info]\nPath=" + (desktop_.folder / was).string() +
+                  "\nDeletionDate=2026-01-01T00:00:00\n");
   }
 
   /// The folder that the server serves.

@@ -21,6 +21,8 @@ ROOT = os.fsencode(sys.argv[1])
 
 class Handler(http.server.BaseHTTPRequestHandler):
     protocol_version = "HTTP/1.1"
+    disable_nagle_algorithm = True
+    wbufsize = -1
 
     def log_message(self, *_):
         pass
