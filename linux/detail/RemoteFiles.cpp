@@ -24,10 +24,13 @@ namespace korvane {
 namespace {
 
 constexpr std::size_t kBufferSize = std::size_t{256} << 10;
+/// How many links are followed to a file.
+constexpr int kMaxLinks = 8;
 constexpr mode_t kPrivateFile = S_IRUSR | S_IWUSR;
 constexpr const char* kAttributes =
     "standard::type,standard::name,standard::display-name,standard::edit-name,standard::copy-name,"
-    "standard::size,standard::target-uri,time::modified,time::modified-usec";
+    "standard::size,standard::target-uri,standard::symlink-target,time::modified,time::modified-"
+    "usec";
 
 bool isOneOf(std::string_view scheme, std::span<const std::string_view> schemes) {
   return std::ranges::any_of(
@@ -155,8 +158,10 @@ class RemoteReading {
     if (!isFile && !isSupported(scheme_)) throw FetchFailure("it is a link", true);
     if (url_.find('\0') != std::string::npos) throw FetchFailure(translated("it is not a URL"));
     GObjectPointer<GFile> file(g_file_new_for_uri(url_.c_str()));
-    const Info info = look(file.get(), G_FILE_QUERY_INFO_NONE);
+    Info info = look(file.get());
     const std::string name = nameOf(info.get());
+    for (int links = 0; links < kMaxLinks && followLink(file, info); ++links) {
+    }
     if (auto target = localTarget(info.get())) {
       const GPointer<char> path(g_file_get_path(target.get()));
       if (lastPathComponent(path.get()) == name) return path.get();
@@ -226,9 +231,21 @@ class RemoteReading {
     if (rules_.came) rules_.came(bytes);
   }
 
-  Info look(GFile* file, GFileQueryInfoFlags flags) const {
+  /// Goes on to what a link leads to that its server does not follow; in the same place, whatever
+  /// the link says.
+  bool followLink(File& file, Info& info) const {
+    if (g_file_info_get_file_type(info.get()) != G_FILE_TYPE_SYMBOLIC_LINK) return false;
+    const char* target = g_file_info_get_symlink_target(info.get());
+    const File folder(g_file_get_parent(file.get()));
+    if (!target || !folder) return false;
+    file.reset(g_file_resolve_relative_path(folder.get(), target));
+    info = look(file.get());
+    return true;
+  }
+
+  Info look(GFile* file) const {
     GErrorSlot error;
-    Info info(g_file_query_info(file, kAttributes, flags, stop_, error.out()));
+    Info info(g_file_query_info(file, kAttributes, G_FILE_QUERY_INFO_NONE, stop_, error.out()));
     if (!info) fail(error);
     came(0);
     return info;

@@ -264,6 +264,40 @@ TEST_F(RemoteFiles, WhatCannotBeReadHasItsReason) {
   EXPECT_EQ(failureOf("recent:///none"), "there is no such file");
 }
 
+TEST_F(RemoteFiles, LinksAreFollowedInTheirPlaceOnlyAndInFoldersNot) {
+  const std::string made = folder.path("archive");
+  folder.file("archive/t/run.sh", "run");
+  fs::permissions(folder.path("archive/t/run.sh"), fs::perms::all);
+  fs::create_symlink("run.sh", folder.path("archive/t/link"));
+  fs::create_symlink("link", folder.path("archive/t/second"));
+  fs::create_symlink("/etc/passwd", folder.path("archive/t/outside"));
+  fs::create_symlink("round", folder.path("archive/t/round"));
+  ASSERT_EQ(::mkfifo(folder.path("archive/t/pipe").c_str(), 0600), 0);
+  const std::string tar = folder.path("a.tar");
+  ASSERT_EQ(shared->desktop.run({"tar", "-C", made, "-cf", tar, "t"}).status, 0);
+  const auto escaped = [](std::string_view text) {
+    std::string out;
+    for (const char c : text)
+      out += c == ':' ? "%3A" : c == '/' ? "%2F" : c == '%' ? "%25" : std::string(1, c);
+    return out;
+  };
+  const std::string place = "archive://" + escaped(escaped("file://" + tar));
+  const testing::Finished mounted = shared->desktop.run({"gio", "mount", "-a", place + "/"});
+  ASSERT_EQ(mounted.status, 0) << mounted.errors;
+  EXPECT_EQ(fetch(place + "/t/second"), "second");
+  EXPECT_EQ(readFile(fetched("second")), "run");
+  EXPECT_EQ(modeOf(fetched("second")), 0600U);
+  EXPECT_EQ(failureOf(place + "/t/outside"), "there is no such file");
+  EXPECT_EQ(failureOf(place + "/t/round"), "it is a link that leads nowhere");
+  EXPECT_EQ(failureOf(place + "/t/pipe"), "neither a file nor a folder");
+  EXPECT_EQ(fetch(place + "/t"), "t");
+  EXPECT_EQ(modeOf(fetched("t/run.sh")), 0600U);
+  const char* link = "a link in it is not followed";
+  EXPECT_THAT(leftOut, ElementsAre(Pair("link", link), Pair("outside", link),
+                                   Pair("pipe", "neither a file nor a folder"), Pair("round", link),
+                                   Pair("second", link)));
+}
+
 TEST_F(RemoteFiles, WhatLiesInTheTrashHasTheNameThatItHad) {
   const fs::path files = shared->desktop.folder / "data/Trash/files";
   EXPECT_EQ(fetch("trash:///report.txt"), files / "report.txt");
