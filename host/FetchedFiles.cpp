@@ -30,6 +30,10 @@ constexpr double kLongestPause = 0.05;
 /// How long a thread has to let go of a file that was given up: some services do so at once, others
 /// when their server answers.
 constexpr double kGrace = 0.3;
+/// A server that was silent once, for one bad file perhaps, is given less time, and none after
+/// being silent twice.
+constexpr double kLessPatience = 6;
+constexpr int kMaxSilences = 2;
 
 /// The URL of an attachment that may be a remote file's.
 std::string remoteURLOf(const ShareRequest::Attachment& attachment) {
@@ -116,7 +120,8 @@ void FetchedFiles::fetch(const std::string& url) {
     result.reason = translated(kCancelled);
     return;
   }
-  if (silent_.contains(serverOf(url))) {
+  int& silences = silences_[serverOf(url)];
+  if (silences >= kMaxSilences) {
     result.reason = translated("its server does not answer");
     return;
   }
@@ -176,7 +181,7 @@ void FetchedFiles::fetch(const std::string& url) {
     result.reason = translated("this computer cannot start another thread");
     return;
   }
-  result.reason = waitFor(work, url);
+  result.reason = waitFor(work, url, silences);
   if (!result.reason.empty()) return;
   if (work->isLink) {
     found_.erase(url);
@@ -189,7 +194,9 @@ void FetchedFiles::fetch(const std::string& url) {
   }
 }
 
-std::string FetchedFiles::waitFor(const std::shared_ptr<Fetch>& fetch, const std::string& url) {
+std::string FetchedFiles::waitFor(const std::shared_ptr<Fetch>& fetch, const std::string& url,
+                                  int& silences) {
+  const double longest = options_.longestSilence / (silences == 0 ? 1 : kLessPatience);
   const auto isDone = [&] {
     const std::lock_guard lock(fetch->mutex);
     return fetch->isDone;
@@ -205,11 +212,11 @@ std::string FetchedFiles::waitFor(const std::shared_ptr<Fetch>& fetch, const std
       reason = translated(kCancelled);
       break;
     }
-    if (silence >= options_.longestSilence) {
-      const auto seconds = static_cast<unsigned long>(options_.longestSilence);
+    if (silence >= longest) {
+      const auto seconds = static_cast<unsigned long>(longest);
       reason =
           translatedCount("nothing came for {0} second", "nothing came for {0} seconds", seconds);
-      silent_.insert(serverOf(url));
+      ++silences;
       break;
     }
     sleepForTimeInterval(pause);

@@ -4,7 +4,6 @@
 #include <map>
 #include <memory>
 #include <optional>
-#include <set>
 #include <string>
 
 #include "host/Handover.h"
@@ -33,8 +32,9 @@ struct FetchedFile {
 class FetchedFiles {
  public:
   /// Fetches them one after the other, each on a thread of its own; `options.hooks` hears how far
-  /// it is, and can end it. A file of which nothing comes for `options.longestSilence` is given up,
-  /// and so are those behind it on the same server. `run` learns what of a folder is left out, and
+  /// it is, and can end it. A file of which nothing comes for `options.longestSilence` is given up;
+  /// the next one on the same server has a sixth of that time, and where that is silent too, those
+  /// behind it are not tried. `run` learns what of a folder is left out, and
   /// stays busy with a thread that does not come back. Waits on the clock of the Platform.
   FetchedFiles(const ShareRequest& request, const ShareOptions& options,
                std::shared_ptr<RunWatch> run);
@@ -51,7 +51,7 @@ class FetchedFiles {
   void fetch(const std::string& url);
   std::string folderForNext();
   /// Waits until it has ended, or gives up with the reason.
-  std::string waitFor(const std::shared_ptr<Fetch>& fetch, const std::string& url);
+  std::string waitFor(const std::shared_ptr<Fetch>& fetch, const std::string& url, int& silences);
   void tellProgress(Fetch& fetch, const std::string& url) const;
   bool isCancelled() const;
 
@@ -61,7 +61,7 @@ class FetchedFiles {
   std::size_t number_ = 0;  // of the one that is fetched, from 1
   std::unique_ptr<FetchFolder> folder_;
   std::map<std::string, FetchedFile> found_;
-  std::set<std::string> silent_;  // servers
+  std::map<std::string, int> silences_;  // of each server
 };
 
 }  // namespace korvane

@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include <atomic>
 #include <condition_variable>
 #include <filesystem>
 #include <mutex>
@@ -156,7 +157,7 @@ class Gate {
   bool open_ = false;
 };
 
-TEST_F(FetchedFilesTest, SilenceEndsAFetchAndThoseFromTheSameServer) {
+TEST_F(FetchedFilesTest, SilenceEndsAFetchAndSoonAllOfThatServer) {
   takeNoTime();
   const auto gate = std::make_shared<Gate>();
   std::mutex mutex;
@@ -170,9 +171,11 @@ TEST_F(FetchedFilesTest, SilenceEndsAFetchAndThoseFromTheSameServer) {
     return rules.folder + "/x";
   };
   {
-    const FetchedFiles files = fetch({ShareLink{"sftp://a/1"}, ShareLink{"sftp://a/2"}});
+    const FetchedFiles files =
+        fetch({ShareLink{"sftp://a/1"}, ShareLink{"sftp://a/2"}, ShareLink{"sftp://a/3"}});
     EXPECT_EQ(reasonOf(files, "sftp://a/1"), "nothing came for 30 seconds");
-    EXPECT_EQ(reasonOf(files, "sftp://a/2"), "its server does not answer");
+    EXPECT_EQ(reasonOf(files, "sftp://a/2"), "nothing came for 5 seconds");
+    EXPECT_EQ(reasonOf(files, "sftp://a/3"), "its server does not answer");
     EXPECT_TRUE(run->isBusy());
     options.longestSilence = 1;
     EXPECT_EQ(reasonOf(fetch({ShareLink{"sftp://b/1"}}), "sftp://b/1"),
@@ -180,12 +183,34 @@ TEST_F(FetchedFilesTest, SilenceEndsAFetchAndThoseFromTheSameServer) {
   }
   double slept = 0;
   for (const double seconds : platform.clock->sleeps()) slept += seconds;
-  EXPECT_GE(slept, 31);
-  EXPECT_LT(slept, 33);
+  EXPECT_GE(slept, 36);
+  EXPECT_LT(slept, 38);
   EXPECT_TRUE(fs::is_empty(place.path()));
   gate->open();
   while (run->isBusy()) std::this_thread::yield();
-  EXPECT_THAT(asked, ::testing::Not(::testing::Contains("sftp://a/2")));
+  EXPECT_THAT(asked, ::testing::Not(::testing::Contains("sftp://a/3")));
+}
+
+TEST_F(FetchedFilesTest, OneSilentFileKeepsNoOtherOfItsServer) {
+  takeNoTime();
+  std::atomic<const FetchStop*> first{};
+  std::atomic<bool> isSecondsTurn{};
+  platform.clock->onSleep = [&] {
+    while (!first) std::this_thread::yield();
+    if (!isSecondsTurn && first.load()->isStopped()) isSecondsTurn = true;
+    while (isSecondsTurn && run->isBusy()) std::this_thread::yield();
+  };
+  options.fetch = [&](const std::string& url, const FetchRules& rules, const FetchStop& stop) {
+    if (url == "sftp://a/1") {
+      first = &stop;
+      while (!stop.isStopped()) std::this_thread::yield();
+      throw FetchFailure("it was stopped");
+    }
+    return rules.folder + "/x";
+  };
+  const FetchedFiles files = fetch({ShareLink{"sftp://a/1"}, ShareLink{"sftp://a/2"}});
+  EXPECT_EQ(reasonOf(files, "sftp://a/1"), "nothing came for 30 seconds");
+  EXPECT_EQ(reasonOf(files, "sftp://a/2"), "fetched");
 }
 
 TEST_F(FetchedFilesTest, AFetchMayTakeAsLongAsSomethingComes) {
@@ -193,12 +218,15 @@ TEST_F(FetchedFilesTest, AFetchMayTakeAsLongAsSomethingComes) {
   std::mutex mutex;
   std::condition_variable changed;
   int wanted = 0;
-  int given = 0;
+  std::atomic<int> given = 0;
   platform.clock->onSleep = [&] {  // a byte comes in every pause
-    std::unique_lock lock(mutex);
-    ++wanted;
-    changed.notify_all();
-    changed.wait(lock, [&] { return given == wanted || given == 2000; });
+    {
+      std::unique_lock lock(mutex);
+      ++wanted;
+      changed.notify_all();
+      changed.wait(lock, [&] { return given == wanted || given == 2000; });
+    }
+    while (given == 2000 && run->isBusy()) std::this_thread::yield();
   };
   options.fetch = [&](const std::string&, const FetchRules& rules, const FetchStop&) {
     std::unique_lock lock(mutex);
