@@ -231,7 +231,7 @@ std::string FetchedFiles::waitFor(const std::shared_ptr<Fetch>& fetch, const std
   return reason;
 }
 
-void FetchedFiles::tellProgress(Fetch& fetch, const std::string& url) const {
+void FetchedFiles::tellProgress(Fetch& fetch, const std::string& url) {
   if (!options_.hooks.progress) return;
   std::string name;
   double part = 0;
@@ -252,6 +252,9 @@ void FetchedFiles::tellProgress(Fetch& fetch, const std::string& url) const {
   if (part >= 0) {
     part = (static_cast<double>(number_ - 1) + part) / static_cast<double>(count_);
   }
+  std::pair now(text, part);
+  if (now == told_) return;
+  told_ = std::move(now);
   options_.hooks.progress(text, part);
 }
 

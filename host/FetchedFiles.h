@@ -5,6 +5,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "host/Handover.h"
 #include "host/RunWatch.h"
@@ -52,7 +53,8 @@ class FetchedFiles {
   std::string folderForNext();
   /// Waits until it has ended, or gives up with the reason.
   std::string waitFor(const std::shared_ptr<Fetch>& fetch, const std::string& url, int& silences);
-  void tellProgress(Fetch& fetch, const std::string& url) const;
+  /// Where something has changed.
+  void tellProgress(Fetch& fetch, const std::string& url);
   bool isCancelled() const;
 
   const ShareOptions& options_;
@@ -62,6 +64,7 @@ class FetchedFiles {
   std::unique_ptr<FetchFolder> folder_;
   std::map<std::string, FetchedFile> found_;
   std::map<std::string, int> silences_;  // of each server
+  std::pair<std::string, double> told_;
 };
 
 }  // namespace korvane
