@@ -27,8 +27,8 @@ Platform linuxPlatform(const LinuxOptions& options) {
   const ContainerRoot container =
       options.container.empty() ? ContainerRoot() : ContainerRoot(std::optional(options.container));
   services.queue = std::make_shared<LowPriorityQueue>(std::move(services.queue));
-  services.bundle = std::make_shared<MainBundle>(options.bundleIdentifier,
-                                                 programDataFolder(options.resources));
+  services.bundle =
+      std::make_shared<MainBundle>(options.bundleIdentifier, programDataFolder(options.resources));
   services.fileManager = std::make_shared<FileManager>(FileManagerOptions{.container = container});
   services.fileCoordinator = std::make_shared<FileCoordinator>(container);
   services.propertyLists = std::make_shared<PropertyLists>(container);

@@ -15,8 +15,8 @@ struct KORVANE_EXPORT LinuxOptions {
   /// of the installed info dictionary.
   std::string bundleIdentifier{};
 
-  /// The folder below the program's `../share` that holds its info dictionary (`korvane/Info.plist`)
-  /// and message catalogues (`locale`); empty: that folder itself.
+  /// The folder below the program's `../share` that holds its info dictionary
+  /// (`korvane/Info.plist`) and message catalogues (`locale`); empty: that folder itself.
   std::string resources{};
 
   /// Where the container of the application group lies: an absolute path, which need not exist yet.
