@@ -150,6 +150,11 @@ class Manager:
         run("xdotool", "windowfocus", "--sync", self.xid)
         self.press("ctrl+a")
 
+    def copy(self):
+        """Puts what is chosen on the clipboard."""
+        run("xdotool", "windowfocus", "--sync", self.xid)
+        self.press("ctrl+c")
+
     def open_menu(self):
         """Opens the menu and gives it."""
         end = time.monotonic() + PATIENCE
@@ -221,6 +226,11 @@ class Nautilus(Manager):
 
     def chosen(self):
         return sum(has(cell, Atspi.StateType.SELECTED) for cell in children(self.grid()))
+
+    def copy(self):
+        # Offered a moment after something is chosen.
+        until("the copying", lambda: "view.copy" in actions(self.xid))
+        do(self.xid, "view.copy")
 
     def ask_for_menu(self):
         do(self.xid, "view.popup-menu")
@@ -314,7 +324,8 @@ def main():
     warnings.simplefilter("ignore")
     faulthandler.dump_traceback_later(4 * PATIENCE, exit=True)  # a call that never returns
     name, names, picture = sys.argv[1], int(sys.argv[2]), sys.argv[3]
-    wanted = int(sys.argv[4])  # how many entries the menu is to show
+    # How many entries the menu is to show, or "copy" where nothing is done but that.
+    wanted = sys.argv[4] if sys.argv[4] == "copy" else int(sys.argv[4])
     Atspi.init()
     Atspi.set_timeout(30_000, 60_000)  # milliseconds; what answers too late is never asked again
     manager = MANAGERS[name](name, names, picture)
@@ -328,6 +339,9 @@ def main():
                 raise
             os.execv(sys.executable, [sys.executable, *sys.argv])
         manager.choose_all()
+        if wanted == "copy":
+            manager.copy()
+            return 0
         menu = manager.open_menu()
         found = manager.entries(menu)
         if picture:
