@@ -29,12 +29,33 @@ constexpr Words kWorldEndings = " com org net edu gov mil ";
 // with "www." or a path: most are words ("data.read", "user.name", "multi-user.target") or endings
 // of files ("build.map", "main.inc").
 constexpr Words kKnownEndings =
-    " academy adult aero agency amsterdam asia bayern berlin biz blog brussels capetown cloud "
-    "club codes community coop dev digital foundation fun fyi gay guru hamburg icu info koeln land "
-    "live lol london melbourne mobi moe money monster moscow museum ngo ninja nrw nyc ong "
-    "online paris party porn quebec rocks ruhr saarland scot sexy site social software "
-    "solutions swiss sydney tech technology tirol today tokyo travel tube vegas vip vlaanderen "
-    "wales website wien wiki wtf xyz zuerich ";
+    " academy adult aero agency amsterdam art asia bayern berlin bike biz blog boutique "
+    "brussels cafe cam camp capetown capital careers casa cloud club codes community company "
+    "computer cool coop dance dating deals delivery dental dev digital doctor engineering "
+    "enterprises estate expert farm fashion finance fitness football foundation fun fyi garden "
+    "gay gift gifts golf google gratis guru hamburg haus healthcare holiday homes horse "
+    "hospital hotel icu immo industries ink institute insure international investments jetzt "
+    "kaufen kitchen kiwi koeln land lighting loans lol london luxury marketing mba melbourne "
+    "mobi moda moe money monster mortgage moscow museum network ngo ninja nrw nyc ong online "
+    "paris party pet photography pizza plumbing porn productions quebec recipes rehab "
+    "reisen rent repair restaurant rocks ruhr saarland salon sarl school schule scot sexy "
+    "shoes shop singles ski social software solutions studio supplies surf surgery swiss "
+    "sydney systems tattoo taxi tech technology tennis theater tienda tips tires tirol today "
+    "tokyo town toys travel tube university vacations vegas ventures vet viajes villas vin vip "
+    "vlaanderen vodka vote voyage wales webcam website wedding wien wiki wine works world wtf "
+    "xyz yoga youtube zuerich ";
+
+// Endings that are nothing else: no word of code or of a sentence, and no file's.
+constexpr Words kPlainEndings =
+    " ae ar au az ba bd bg bh biz bo br ch cl cr cy cz de dk dz ee es eu fi fr gr hk hu ie il "
+    "ir jo jp ke kr kw kz lb lk lu lv ma mx ng nl nz pe ph pk pt qa ro ru sg si sk su th tn tw "
+    "ua ug uk uy uz ve vn za ";
+
+// Files that have the language that they are in as ending: "index.de", "help.fr".
+constexpr Words kFilesOfLanguages =
+    " config default defaults dict doc docs error faq help index lang language locale man manual "
+    "message "
+    "messages news stopwords string strings template templates text texts words ";
 
 // Endings of two letters that are known better from something else. What ends with them counts only
 // with "www.", with a path, below a country's own "com", "co", "org" and so on, or by its name.
@@ -47,11 +68,17 @@ constexpr Words kOtherwiseKnownEndings =
     " bz "   // archives cut short
     " cc "   // C++
     " cd "   // Debian's list of the packages on a disk
+    " ck "   // ConsoleKit
+    " cm "   // Standard ML: sources.cm
     " cf "   // settings: main.cf, sendmail.cf
     " cu "   // CUDA
+    " cw "   // sendmail.cw
     " do "   // Stata, ModelSim; "task.do"
     " ec "   // embedded SQL
+    " gi "   // modules of GObject's introspection
     " gn "   // BUILD.gn
+    " gp "   // gnuplot
+    " gs "   // Ghostscript, scripts of tables
     " gt "   // "a.gt", greater than
     " id "   // "user.id"
     " in "   // Autoconf: config.h.in
@@ -65,8 +92,12 @@ constexpr Words kOtherwiseKnownEndings =
     " ml "   // OCaml
     " mm "   // Objective-C++
     " mo "   // compiled translations
+    " mp "   // MetaPost
     " ms "   // troff
+    " nc "   // NetCDF
     " ne "   // "a.ne", not equal
+    " np "   // NumPy
+    " nr "   // nroff
     " pa "   // PulseAudio: default.pa
     " pl "   // Perl
     " pm "   // Perl
@@ -85,7 +116,9 @@ constexpr Words kOtherwiseKnownEndings =
     " td "   // TableGen
     " tf "   // Terraform
     " tk "   // Tk
-    " tt ";  // templates
+    " tt "   // templates
+    " tz "   // modules of time zones: dateutil.tz
+    " vc ";  // Visual C++: Makefile.vc
 
 // Domains on such endings that stand bare in many texts.
 constexpr Words kWellKnown =
@@ -99,7 +132,7 @@ constexpr Words kSecondLevels = " ac co com edu ed go gob gouv gov gv mil ne net
 // First words of two that are a document's name, whatever the ending; the others only where they
 // stand in capitals.
 constexpr Words kDocuments =
-    " changelog contributing copying install license makefile readme testsuite todo ";
+    " changelog command contributing copying install license makefile readme testsuite todo ";
 constexpr Words kDocumentsInCapitals =
     " AUTHORS BUGS CHANGES COPYRIGHT FAQ HISTORY NEWS NOTES RELEASE SECURITY THANKS ";
 
@@ -122,7 +155,8 @@ constexpr Words kCode =
 
 // The same at the beginning of longer names.
 constexpr Words kCodeOfAnyLength =
-    " android androidx array document java javax kotlin object process promise scala self std "
+    " android androidx array configure document java javax kotlin object process promise scala "
+    "self std "
     "string sun sys system this typing window ";
 
 // Labels before the last one that are the first of two endings of a file, or part of code:
@@ -160,10 +194,12 @@ bool isBelowService(const std::string& name) {
   return false;
 }
 
-// "com.example.app", "org.freedesktop.DBus", but not "de.wikipedia.org".
+// "com.example.app", "org.freedesktop.DBus", but neither "de.wikipedia.org" nor "app.example.de".
 bool isReversed(std::string_view first, std::string_view topLabel, std::size_t labels) {
   if (labels < 3 || !isAmong(first, kReversedBeginnings)) return false;
-  return first == "com" || first == "org" || first == "net" || !isAmong(topLabel, kWorldEndings);
+  if (first == "com" || first == "org" || first == "net") return true;
+  if (isAmong(topLabel, kWorldEndings)) return false;
+  return labels > 3 || !(topLabel == "io" || isAmong(topLabel, kPlainEndings));
 }
 
 // Capitals that words of a sentence or of code have, and domains have not. Those of all the world
@@ -174,26 +210,39 @@ bool hasOddCapitals(std::string_view name, std::string_view topLabel, bool world
   const bool noLower =
       std::none_of(name.begin(), name.end(), [](char c) { return c >= 'a' && c <= 'z'; });
   if (world) {
-    if (!std::any_of(topLabel.begin(), topLabel.end(), isUpper)) return false;
+    const auto inTop = std::count_if(topLabel.begin(), topLabel.end(), isUpper);
+    if (inTop == 0) return false;
     const auto labels = std::count(name.begin(), name.end(), '.') + 1;
+    // "mercury.Sun.COM", as mail headers have it.
+    if (labels > 2 && !noLower && static_cast<std::size_t>(inTop) == topLabel.size()) return false;
     return lowercase(topLabel) == "net" ? !(noLower && labels > 2) : !noLower && !isUpper(name[0]);
   }
+  const std::string top = lowercase(topLabel);
+  if (isAmong(top, kPlainEndings)) {
+    // "ZackZack.at", "Publico.PT", but not "INSTALL.FR" nor "done.De".
+    const auto inTop = std::count_if(topLabel.begin(), topLabel.end(), isUpper);
+    return noLower || (inTop != 0 && static_cast<std::size_t>(inTop) != topLabel.size());
+  }
+  if ((topLabel == "io" || topLabel == "at") && isUpper(name[0]) &&
+      name.find('.') + 3 == name.size())
+    return false;
   return !(capitals == 1 && isUpper(name[0]) && name.find('.') > 2);
 }
 
 bool isAllDigits(std::string_view text) { return std::all_of(text.begin(), text.end(), isDigit); }
 
-// "2.0.dev", "3.am", "10.30.pm": all labels but the last are short numbers.
+// "2.0.dev", "3.am", "10.30.pm": all labels but the last are short numbers; "0.15rc1.dev", where
+// they are two and more and begin with a digit.
 bool isNumbered(std::string_view name, std::size_t lastDot) {
   std::size_t digits = 0;
-  for (const char c : name.substr(0, lastDot)) {
-    if (c == '.') {
-      digits = 0;
-    } else if (!isDigit(c) || ++digits > 2) {
-      return false;
-    }
+  bool areNumbers = true;
+  bool areVersion = name.find('.') < lastDot;
+  for (std::size_t at = 0; at < lastDot; ++at) {
+    if (at == 0 || name[at - 1] == '.') areVersion = areVersion && isDigit(name[at]);
+    digits = isDigit(name[at]) ? digits + 1 : 0;
+    if (name[at] != '.' && (digits == 0 || digits > 2)) areNumbers = false;
   }
-  return true;
+  return areNumbers || areVersion;
 }
 
 }  // namespace
@@ -226,17 +275,18 @@ bool isBareDomain(const BareHost& host) {
     return false;
   }
   if (isReversed(first, top, labels)) return false;
-  if (hasOddCapitals(host.name, host.topLabel, world)) return false;
+  const std::size_t parent = labels == 2 ? 0 : name.rfind('.', lastDot - 1) + 1;
+  const bool wellKnown = isAmong(std::string_view(name).substr(parent), kWellKnown);
+  if (!wellKnown && hasOddCapitals(host.name, host.topLabel, world)) return false;
   // "main.rs:12:5", a place in a file.
   const char next = host.rest.empty() ? ' ' : host.rest[0];
   const char second = host.rest.size() < 2 ? ' ' : host.rest[1];
   if (next == ':' && (isDigit(second) || second == ':')) return false;
   if (world) return true;
 
-  const std::size_t parent = labels == 2 ? 0 : name.rfind('.', lastDot - 1) + 1;
-  const bool wellKnown = isAmong(std::string_view(name).substr(parent), kWellKnown);
   const bool hasPath = next == '/';  // "url.md#class-url" is a place in a file
-  if (labels == 2 ? !wellKnown && !hasPath && isAmong(first, kCode)
+  const bool plain = isAmong(top, kPlainEndings);
+  if (labels == 2 ? !wellKnown && !hasPath && isAmong(first, plain ? kFilesOfLanguages : kCode)
                   : isAmong(first, kCodeOfAnyLength)) {
     return false;
   }
@@ -246,7 +296,8 @@ bool isBareDomain(const BareHost& host) {
   }
   // Calls, indices, members of what a pointer points to.
   if (next == '(' || next == '[' || host.behindOperator) return false;
-  if (top == "info" && first.starts_with("lib")) return false;  // the manual of a library
+  // "grub.info" is a manual; of longer names what is a message was told above.
+  if (top == "info") return hasPath || labels > 2;
   if (wellKnown || hasSecondLevel(name, lastDot) || isBelowService(name)) return true;
   const bool known = top.size() > 2 ? top.starts_with("xn--") || isAmong(top, kKnownEndings)
                                     : !isAmong(top, kOtherwiseKnownEndings);

@@ -329,7 +329,7 @@ std::optional<LinkScanner::Link> LinkScanner::bareLink(std::size_t begin,
     const char before = begin > 0 ? text_[begin - 1] : ' ';
     const bool behindArrow = before == '>' && begin > 1 && text_[begin - 2] == '-';
     isLink = isBareDomain({host.ascii, host.topLabel, port != host.end, text_.substr(port, 256),
-                           behindArrow || before == '*'});
+                           behindArrow || (before == '*' && charAt(host.end) != '*')});
   }
   if (!isLink || !names_.endsCleanly(host, port)) return std::nullopt;
   Link link{begin, end, "http://" + host.ascii};
