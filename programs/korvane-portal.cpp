@@ -1,0 +1,3 @@
+#include "host/PortalMain.h"
+
+int main(int argc, char* argv[]) { return korvane::PortalMain(argc, argv); }
