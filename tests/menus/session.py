@@ -16,6 +16,7 @@ from gi.repository import Atspi, GLib  # noqa: E402
 
 ENTRY = "Send by Mail"
 SUBMENU = os.environ.get("KORVANE_TEST_SUBMENU", "")  # where the entry is looked for; else in the menu
+ACTION = os.environ.get("KORVANE_TEST_ACTION", "")  # an action of the window, instead of an entry
 PATIENCE = int(os.environ.get("KORVANE_TEST_PATIENCE", "120"))  # seconds, for a busy machine
 
 
@@ -341,6 +342,10 @@ def main():
         manager.choose_all()
         if wanted == "copy":
             manager.copy()
+            return 0
+        if ACTION:
+            do(until("the action", lambda: manager.xid if ACTION in actions(manager.xid) else None),
+               ACTION)
             return 0
         menu = manager.open_menu()
         found = manager.entries(menu)
