@@ -13,13 +13,19 @@
 #include "host/PortalSetting.h"
 #include "host/Program.h"
 #include "host/WatchedServices.h"
+#include "platform/detail/Translation.h"
 
 namespace korvane {
 namespace {
 
 constexpr const char* kProgram = "korvane-portal";
-constexpr const char* kRestart =
-    "This counts from the next login on, or after: systemctl --user restart xdg-desktop-portal\n";
+constexpr const char* kRestart = translatable(
+    "This counts from the next login on, or after: systemctl --user restart xdg-desktop-portal");
+
+/// Each text is a line.
+void say(const std::vector<std::string>& lines) {
+  for (const std::string& line : lines) writeOut(line + "\n");
+}
 
 /// The version of xdg-desktop-portal, where that does not read portals.conf.
 std::optional<std::string> oldVersion() {
@@ -43,21 +49,21 @@ int enable() {
   if (const auto version = oldVersion()) {
     const char* desktop = std::getenv("XDG_CURRENT_DESKTOP");  // NOLINT(concurrency-mt-unsafe)
     fail(kProgram, kFailed,
-         "xdg-desktop-portal " + *version +
-             " has no setting for this (1.18 has): it asks the first portal that is made for the "
-             "desktop. Nothing was changed. Write these two lines into " +
-             dropIn() + " instead, and log in again:");
+         translated("xdg-desktop-portal {0} has no setting for this (1.18 has): it asks the first "
+                    "portal that is made for the desktop. Nothing was changed. Write these two "
+                    "lines into {1} instead, and log in again:",
+                    *version, dropIn()));
     fail(kProgram, kFailed, "[Service]");
     return fail(kProgram, kFailed,
                 "Environment=XDG_CURRENT_DESKTOP=" + portalName() + ":" +
                     (desktop && *desktop ? desktop : "GNOME"));
   }
-  const auto path = setting().enable();
-  if (path) {
-    writeOut("The mails of other programs go to the mail client now: " + path->string() +
-             " was written.\n" + kRestart);
+  if (const auto path = setting().enable()) {
+    say({translated("The mails of other programs go to the mail client now: {0} was written.",
+                    path->string()),
+         translated(kRestart)});
   } else {
-    writeOut("The mails of other programs go to the mail client already.\n");
+    say({translated("The mails of other programs go to the mail client already.")});
   }
   return kDone;
 }
@@ -65,16 +71,20 @@ int enable() {
 int disable() {
   const auto paths = setting().disable();
   for (const auto& path : paths) {
-    writeOut("The mails of other programs go where they went before: " + path.string() +
-             " is as it was.\n");
+    say({translated("The mails of other programs go where they went before: {0} is as it was.",
+                    path.string())});
   }
   if (!paths.empty()) {
-    writeOut(kRestart);
+    say({translated(kRestart)});
   } else if (const auto version = oldVersion()) {
-    writeOut("xdg-desktop-portal " + *version + " has no setting for this: remove " + dropIn() +
-             " where you made it, and log in again.\n");
+    say(
+        {translated("xdg-desktop-portal {0} has no setting for this: remove {1} where you made it, "
+                    "and log in again.",
+                    *version, dropIn())});
   } else {
-    writeOut("The mails of other programs do not go to the mail client: nothing was changed.\n");
+    say(
+        {translated("The mails of other programs do not go to the mail client: nothing was "
+                    "changed.")});
   }
   return kDone;
 }
@@ -87,26 +97,27 @@ int PortalMain(int argc, char* argv[]) {
   const CommandLine line{
       .program = kProgram,
       .usage = {"", "--enable", "--disable"},
-      .before = R"(Composes the mails that other programs ask the desktop for ("Email..." in a file
-manager, mails of sandboxed applications) in the mail client. Without an option
-it answers on the session bus, which starts it itself.
-
-)",
+      .before = translatable(
+          "Composes the mails that other programs ask the desktop for (\"Email...\" in a file\n"
+          "manager, mails of sandboxed applications) in the mail client. Without an option\n"
+          "it answers on the session bus, which starts it itself.\n"
+          "\n"),
       .options =
           {
-              {"--enable", "", "have the desktop's portal ask this program for mails",
+              {"--enable", "", translatable("have the desktop's portal ask this program for mails"),
                flag(isEnable)},
-              {"--disable", "", "have it ask whom it asked before", flag(isDisable)},
+              {"--disable", "", translatable("have it ask whom it asked before"), flag(isDisable)},
           },
-      .after = R"(
-Exit status: 0; 1 when it cannot be done, with one line that says why; 2 for
-wrong usage.
-)",
-      .takeOther = [](const std::string&) { throw InputError("nothing but options is taken"); },
+      .after = translatable(
+          "\n"
+          "Exit status: 0; 1 when it cannot be done, and standard error says why; 2 for\n"
+          "wrong usage.\n"),
+      .takeOther =
+          [](const std::string&) { throw InputError(translated("nothing but options is taken")); },
       .check =
           [&] {
             if (isEnable && isDisable) {
-              throw InputError("--enable and --disable exclude each other");
+              throw InputError(translated("--enable and --disable exclude each other"));
             }
           },
   };

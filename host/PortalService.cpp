@@ -20,6 +20,7 @@
 #include "linux/detail/ContainerRoot.h"
 #include "linux/detail/GLibPointer.h"
 #include "linux/detail/Workspace.h"
+#include "platform/detail/Translation.h"
 
 namespace korvane {
 namespace {
@@ -153,7 +154,8 @@ class Service {
 
 void Service::take(GVariant* parameters, GDBusMethodInvocation* invocation) {
   if (calls_.size() >= kMaxCalls) {
-    fail(kProgram, kFailed, "a mail was not composed: too many are being composed already");
+    fail(kProgram, kFailed,
+         translated("a mail was not composed: too many are being composed already"));
     return answer(invocation, kFailedOtherwise);
   }
   const char* handle = nullptr;
@@ -193,7 +195,7 @@ void Service::work(Call& call) {
     if (isOpened) call.response = kTaken;
     tell(outcome);
   } catch (const std::bad_alloc&) {
-    fail(kProgram, kFailed, "there is not enough memory");
+    fail(kProgram, kFailed, translationOf("there is not enough memory"));
   } catch (const std::exception& error) {
     fail(kProgram, kFailed, error.what());
   }
@@ -209,7 +211,8 @@ void Service::onDone(Call* call) {
 int Service::run() {
   GErrorSlot error;
   bus_.reset(g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, error.out()));
-  if (!bus_) return fail(kProgram, kFailed, "there is no session bus: " + error.message());
+  if (!bus_)
+    return fail(kProgram, kFailed, translated("there is no session bus: {0}", error.message()));
   const GDBusInterfaceVTable table{&Service::onCall, nullptr, nullptr, {}};
   g_dbus_connection_register_object(bus_.get(), kObject, node_->interfaces[0], &table, this,
                                     nullptr, nullptr);
@@ -219,7 +222,8 @@ int Service::run() {
       [](GDBusConnection* bus, const char*, gpointer service) {
         auto* const self = static_cast<Service*>(service);
         if (bus && !g_dbus_connection_is_closed(bus)) {
-          self->status_ = fail(kProgram, kFailed, busName() + " is another program's");
+          self->status_ =
+              fail(kProgram, kFailed, translated("{0} is another program's", busName()));
         }
         g_main_loop_quit(self->loop_.get());
       },

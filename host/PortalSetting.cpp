@@ -13,6 +13,7 @@
 #include <utility>
 
 #include "linux/detail/FileDescriptor.h"
+#include "platform/detail/Translation.h"
 #include "text/Base64.h"
 
 namespace korvane {
@@ -22,7 +23,7 @@ namespace fs = std::filesystem;
 using Json = nlohmann::json;
 
 [[noreturn]] void refuse(const fs::path& path, const std::string& reason) {
-  throw SettingError(path.string() + ": " + reason);
+  throw SettingError(translated("{0}: {1}", path.string(), reason));
 }
 
 /// What a file holds; nothing where there is none.
@@ -40,7 +41,7 @@ std::optional<std::string> contentOf(const fs::path& path) {
     content.resize(had + static_cast<std::size_t>(std::max<ssize_t>(got, 0)));
     if (got == 0) return content;
     if (got < 0 && errno != EINTR) refuse(path, std::strerror(errno));
-    if (content.size() > kMaxSize) refuse(path, "it is larger than any settings are");
+    if (content.size() > kMaxSize) refuse(path, translated("it is larger than any settings are"));
   }
 }
 
@@ -90,7 +91,7 @@ fs::path behindLinks(const fs::path& path) {
   std::error_code error;
   if (!fs::is_symlink(path, error)) return path;
   fs::path file = fs::canonical(path, error);
-  if (error) refuse(path, "it is a link that leads nowhere");
+  if (error) refuse(path, translated("it is a link that leads nowhere"));
   return file;
 }
 
@@ -114,7 +115,7 @@ Json jsonOf(const std::optional<std::string>& bytes) {
 std::optional<std::string> bytesOf(const Json& json) {
   if (json.is_null()) return std::nullopt;
   auto bytes = decodedBase64<std::string>(json.get<std::string>(), Base64Leniency::whiteSpace);
-  if (!bytes) throw SettingError("it is damaged");
+  if (!bytes) throw std::runtime_error("not base64");
   return bytes;
 }
 
@@ -150,7 +151,7 @@ std::vector<PortalSetting::Note> PortalSetting::readNotes() const {
                        .madeFolder = note.at("madeFolder").get<bool>()});
     }
   } catch (const std::exception&) {
-    refuse(notes_, "what was there before is noted here, and the notes are damaged");
+    refuse(notes_, translated("what was there before is noted here, and the notes are damaged"));
   }
   return notes;
 }
@@ -170,7 +171,8 @@ void PortalSetting::writeNotes(const std::vector<Note>& notes) const {
 }
 
 std::optional<fs::path> PortalSetting::enable() const {
-  if (folders_.own.empty()) throw SettingError("neither HOME nor XDG_CONFIG_HOME is set");
+  if (folders_.own.empty())
+    throw SettingError(translated("neither HOME nor XDG_CONFIG_HOME is set"));
   const auto inForce = portalsConfInForce(folders_);
   const std::string content = inForce ? contentOf(*inForce).value_or("") : "";
   const bool isOwn = inForce && inForce->parent_path() == folders_.own;
@@ -178,8 +180,8 @@ std::optional<fs::path> PortalSetting::enable() const {
   // A file for all desktops in the user's own folder would come before those of each.
   if (folders_.desktops.empty() && !isOwn) {
     throw SettingError(
-        "XDG_CURRENT_DESKTOP is not set, so that it is not known which desktop this "
-        "is for: run it in the desktop's session");
+        translated("XDG_CURRENT_DESKTOP is not set, so that it is not known which desktop this is "
+                   "for: run it in the desktop's session"));
   }
   const std::string name =
       inForce ? inForce->filename().string() : folders_.desktops.front() + "-portals.conf";
