@@ -7,6 +7,7 @@
 
 #include "compose/ComposeService.h"
 #include "compose/Composition.h"
+#include "compose/InstalledClient.h"
 #include "compose/Telling.h"
 #include "host/Edition.h"
 #include "host/InputData.h"
@@ -17,6 +18,7 @@
 #include "platform/NSString.h"
 #include "platform/Platform.h"
 #include "platform/detail/Translation.h"
+#include "text/PrintableText.h"
 
 namespace korvane {
 namespace {
@@ -26,6 +28,7 @@ struct Options {
   std::optional<std::string> url;
   bool dryRun = false;
   bool service = false;
+  bool which = false;
 };
 
 std::string readStandardInput() {
@@ -75,6 +78,17 @@ int compose(const Options& options, const Activation& activation) try {
   return kFailed;
 }
 
+/// Prints the mail client that would open: its name for people and that of its desktop entry.
+int which(const Options& options) try {
+  const InstalledClient client =
+      mailClientFor(options.client.empty() ? std::nullopt : std::optional(options.client));
+  writeOut(printableText(client.name + " (" + client.id + ')', LineBreaks::show) + '\n');
+  return kDone;
+} catch (const ComposeError& error) {
+  tellFailure(error);
+  return kFailed;
+}
+
 }  // namespace
 
 int ComposeMain(int argc, char* argv[]) {
@@ -82,7 +96,7 @@ int ComposeMain(int argc, char* argv[]) {
   const CommandLine line{
       .program = "korvane-compose",
       .usage = {translatable("[--client ID] [--dry-run] URL"),
-                translatable("[--client ID] --service")},
+                translatable("[--client ID] --which"), translatable("[--client ID] --service")},
       .before = translatable(
           "Opens a compose window of the mail client that is installed, with the message of\n"
           "a command URL (korvane://compose?...). With \"-\", the URL is read from standard\n"
@@ -95,6 +109,9 @@ int ComposeMain(int argc, char* argv[]) {
               {"--dry-run", "",
                translatable("do everything but the opening, and print one line of JSON"),
                flag(options.dryRun)},
+              {"--which", "",
+               translatable("print the name of the mail client that would open, and its entry's"),
+               flag(options.which)},
               {"--service", "",
                translatable("answer on the session bus in the mail client's place"),
                flag(options.service)},
@@ -118,7 +135,12 @@ int ComposeMain(int argc, char* argv[]) {
               throw InputError(
                   translated("{0} and {1} exclude each other", "--service", "--dry-run"));
             }
-            if (!options.service && !options.url) throw InputError(translated("no URL is given"));
+            if (options.which && (options.url || options.service || options.dryRun)) {
+              throw InputError(
+                  translated("--which takes neither a URL nor other options but --client"));
+            }
+            if (!options.service && !options.which && !options.url)
+              throw InputError(translated("no URL is given"));
           },
   };
   return runProgram(line, argc, argv, [&] {
@@ -126,6 +148,7 @@ int ComposeMain(int argc, char* argv[]) {
     const Activation activation{takeVariable("XDG_ACTIVATION_TOKEN"),
                                 takeVariable("DESKTOP_STARTUP_ID")};
     Platform::install(linuxPlatform(ownServices(KORVANE_COMPOSE_EDITION)));
+    if (options.which) return which(options);
     if (!options.service) return compose(options, activation);
     return runComposeService(KORVANE_COMPOSE_EDITION,
                              options.client.empty() ? std::nullopt : std::optional(options.client));

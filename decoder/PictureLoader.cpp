@@ -330,6 +330,21 @@ void prepareLoaders(std::string_view format, bool mayOpenLater) {
        ignored);
 }
 
+bool writeFormats(int output) {
+  std::string text;
+  GSList* all = gdk_pixbuf_get_formats();
+  for (GSList* each = all; each != nullptr; each = each->next) {
+    auto* format = static_cast<GdkPixbufFormat*>(each->data);
+    const std::unique_ptr<gchar, Free> name(gdk_pixbuf_format_get_name(format));
+    // The code for XBM writes files, which nothing here may.
+    if (gdk_pixbuf_format_is_disabled(format) == FALSE && std::string_view(name.get()) != "xbm") {
+      text.append(name.get()).append("\n");
+    }
+  }
+  g_slist_free(all);
+  return writeAll(output, text.data(), text.size());
+}
+
 bool decodePicture(std::span<const std::uint8_t> encoded, std::string_view format, int output) {
   if (format == "xpm") {
     Pixbuf pixbuf;

@@ -23,6 +23,10 @@ void check(const Arguments& given) {
   if (given.screenshot && hasOthers) {
     throw InputError(translated("--screenshot cannot be combined with anything else to share"));
   }
+  if (given.doctor && (hasOthers || given.clipboard || given.screenshot || given.dryRun)) {
+    throw InputError(
+        translated("--doctor cannot be combined with anything to share or {0}", "--dry-run"));
+  }
   if (given.json && given.dryRun)
     throw InputError(translated("{0} cannot be combined with {1}", "--json", "--dry-run"));
   if (std::ranges::count_if(given.things, [](const Arguments::Thing& thing) {
@@ -117,6 +121,10 @@ CommandLine shareCommandLine(Arguments& arguments) {
               {"--json", "",
                translatable("print one line of JSON with what came of it, on failure too"),
                flag(arguments.json)},
+              {"--doctor", "",
+               translatable("tell what is installed and what a share would do, for a bug\n"
+                            "report; share nothing (with --json: as JSON)"),
+               flag(arguments.doctor)},
               {"-v, --verbose", "", translatable("write log lines to standard error, too"),
                flag(arguments.verbose)},
           },

@@ -38,6 +38,8 @@ struct Arguments {
   bool dryRun = false;
   bool json = false;
   bool verbose = false;
+  /// What is installed is told, and nothing is shared. Then there are no things.
+  bool doctor = false;
 };
 
 /// The command line of korvane-share, which puts what it takes into `arguments`. What may be given

@@ -122,6 +122,8 @@ std::string versionText(const CommandLine& line) {
   return ownName(line.program).append(" " KORVANE_VERSION "\n");
 }
 
+std::string_view versionNumber() { return KORVANE_VERSION; }
+
 std::function<void(std::string)> once(std::string_view option, std::string& text) {
   return [option, &text](std::string argument) {
     if (argument.empty()) {

@@ -56,6 +56,9 @@ std::string helpText(const CommandLine& line);
 /// What --version prints.
 std::string versionText(const CommandLine& line);
 
+/// The version that --version prints, without the program's name: "1.0.0".
+std::string_view versionNumber();
+
 /// Puts an option's argument into the text. Throws InputError for an empty argument and where the
 /// text is not empty.
 std::function<void(std::string argument)> once(std::string_view option, std::string& text);

@@ -16,6 +16,7 @@
 
 #include "host/Arguments.h"
 #include "host/CommandLineRequest.h"
+#include "host/Diagnosis.h"
 #include "host/Edition.h"
 #include "host/InputError.h"
 #include "host/Interruption.h"
@@ -158,7 +159,12 @@ int NSExtensionMain(int argc, char* argv[]) {
     writeOut(
         outcomeJSON(ended(ShareOutcome::Status::refused, translated("the command line"), reason)));
   };
-  return runProgram(line, argc, argv, [&] { return share(arguments); });
+  return runProgram(line, argc, argv, [&] {
+    if (!arguments.doctor) return share(arguments);
+    const Diagnosis diagnosis = diagnose(ownServices(arguments.identifier));
+    writeOut(arguments.json ? diagnosisJSON(diagnosis) : diagnosisText(diagnosis));
+    return static_cast<int>(kDone);
+  });
 }
 
 }  // namespace korvane

@@ -4,7 +4,9 @@
 //
 // FORMAT is what imageFormat() says, "-" where it does not know. SIZE bytes of image data are read
 // from standard input; what DecodedPicture.h describes is written to standard output, a file in
-// memory. The exit status is 0 where something was written, also where the picture is refused.
+// memory. With the format "formats" and the size 0, the formats that can be decoded are written
+// instead, a line each. The exit status is 0 where something was written, also where the picture is
+// refused.
 
 #include <glib.h>
 #include <malloc.h>
@@ -42,6 +44,7 @@ int run(std::string_view format, std::size_t size) {
   using namespace korvane;
   mallopt(M_ARENA_MAX, 1);  // those of further threads would reserve much of the address space
   g_log_set_writer_func(sayNothing, nullptr, nullptr);
+  if (format == "formats") return writeFormats(STDOUT_FILENO) ? EXIT_SUCCESS : EXIT_FAILURE;
   limitProcess();
   const bool mayOpen = confineFiles();
   prepareLoaders(format, mayOpen);
