@@ -15,7 +15,8 @@ namespace korvane {
 /// origin at the top left. One thread at a time.
 class KORVANE_EXPORT CairoSurface {
  public:
-  /// Nothing when the size is not 1 to 32,767 pixels each way or there is no memory for it.
+  /// Nothing when the size is not 1 to 32,767 pixels each way, when there is no memory for it and
+  /// where cairo is not installed: it is loaded by the first call.
   static std::optional<CairoSurface> create(int width, int height);
   /// Draws onto a cairo_t of somebody else, a window's say, which must outlive the result.
   static CairoSurface onto(void* cairo);
