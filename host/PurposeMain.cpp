@@ -15,6 +15,7 @@
 #include <system_error>
 #include <utility>
 
+#include "host/Edition.h"
 #include "host/InputError.h"
 #include "host/Interruption.h"
 #include "host/OutcomeReport.h"
@@ -87,7 +88,7 @@ class Menu {
 
 ShareOutcome shareFrom(Menu& menu) {
   ShareRequest request = requestOfPurposeMessage(menu.read());
-  Platform::install(watchedLinuxServices());
+  Platform::install(watchedLinuxServices(ownServices()));
   menu.mention(purposeProgress(0));
   ShareOptions options{.container = ContainerRoot().path()};
   options.hooks.progress = [&menu](const std::string&, double part) {

@@ -1,7 +1,8 @@
 # Writes OUTPUT, the description of the entry in KDE's Share menu, with the texts of TEXTS, a desktop
-# file in all languages: its "Name[de]" is a key of the same name there.
+# file in all languages: its "Name[de]" is a key of the same name there. ID is the entry's, LABEL
+# follows its name.
 set(about "{}")
-string(JSON about SET "${about}" Id "\"it.drelk.korvane.share\"")
+string(JSON about SET "${about}" Id "\"${ID}\"")
 string(JSON about SET "${about}" Icon "\"mail-send\"")
 string(JSON about SET "${about}" License "\"MIT\"")
 string(JSON about SET "${about}" Version "\"${VERSION}\"")
@@ -10,6 +11,9 @@ foreach(line IN LISTS lines)
   if(line MATCHES "^(Name|Comment)(\\[[^]]+\\])?=(.*)$")
     set(key "${CMAKE_MATCH_1}${CMAKE_MATCH_2}")
     set(text "${CMAKE_MATCH_3}")
+    if(key MATCHES "^Name")
+      string(APPEND text "${LABEL}")
+    endif()
     string(REPLACE "Comment" "Description" key "${key}")
     string(REGEX REPLACE "([\\\\\"])" "\\\\\\1" text "${text}")
     string(JSON about SET "${about}" "${key}" "\"${text}\"")
