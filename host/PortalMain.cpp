@@ -108,10 +108,13 @@ int PortalMain(int argc, char* argv[]) {
                flag(isEnable)},
               {"--disable", "", translatable("have it ask whom it asked before"), flag(isDisable)},
           },
-      .after = translatable(
-          "\n"
-          "Exit status: 0; 1 when it cannot be done, and standard error says why; 2 for\n"
-          "wrong usage.\n"),
+      .after =
+          [] {
+            return translated(
+                "\n"
+                "Exit status: 0; 1 when it cannot be done, and standard error says why; 2 for\n"
+                "wrong usage.\n");
+          },
       .takeOther =
           [](const std::string&) { throw InputError(translated("nothing but options is taken")); },
       .check =

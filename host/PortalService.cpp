@@ -20,6 +20,7 @@
 #include "linux/detail/ContainerRoot.h"
 #include "linux/detail/GLibPointer.h"
 #include "linux/detail/Workspace.h"
+#include "platform/NSUserNotificationCenter.h"
 #include "platform/detail/Translation.h"
 
 namespace korvane {
@@ -105,8 +106,17 @@ Activation activationOf(GVariant* options) {
   return {.token = token, .startupId = token};
 }
 
-void tell(const ShareOutcome& outcome) {
-  for (const std::string& line : outcomeLines(outcome)) fail(kProgram, kFailed, line);
+/// Tells what the person should know, if anything: on the desktop, where they look, and in the
+/// journal.
+void tell(const std::vector<std::string>& lines, const std::string& request) {
+  if (lines.empty()) return;
+  std::string text;
+  for (const std::string& line : lines) {
+    fail(kProgram, kFailed, line);
+    text.append(text.empty() ? "" : "\n").append(line);
+  }
+  NSUserNotificationCenter::defaultUserNotificationCenter()->deliverNotification(
+      {.identifier = request, .title = translated("Send by Mail"), .informativeText = text});
 }
 
 class Service {
@@ -122,6 +132,7 @@ class Service {
   struct Call {
     Service* service;
     GDBusMethodInvocation* invocation;
+    std::string handle;
     ComposedMessage message;
     Activation activation;
     std::shared_ptr<Cancellation> cancellation = std::make_shared<Cancellation>();
@@ -163,6 +174,7 @@ void Service::take(GVariant* parameters, GDBusMethodInvocation* invocation) {
   const GPointer<GVariant> options(g_variant_get_child_value(parameters, 3));
   auto& call = calls_.emplace_back(new Call{.service = this,
                                             .invocation = invocation,
+                                            .handle = handle,
                                             .message = messageOf(options.get()),
                                             .activation = activationOf(options.get())});
   const GDBusInterfaceVTable table{&Service::onClose, nullptr, nullptr, {}};
@@ -193,11 +205,11 @@ void Service::work(Call& call) {
       return;
     }
     if (isOpened) call.response = kTaken;
-    tell(outcome);
+    tell(outcomeLines(outcome), call.handle);
   } catch (const std::bad_alloc&) {
     fail(kProgram, kFailed, translationOf("there is not enough memory"));
   } catch (const std::exception& error) {
-    fail(kProgram, kFailed, error.what());
+    tell({error.what()}, call.handle);
   }
 }
 

@@ -9,8 +9,8 @@ namespace korvane {
 ///
 /// ComposeEmail is answered when the mail client has answered: with 0 where it took the message,
 /// whatever is missing in it, with 1 where the caller closed its request before, else with 2. What
-/// is missing, and why nothing was opened, the person is told. Calls are worked on side by side, a
-/// few at a time; what is beyond them is answered with 2 at once.
+/// is missing, and why nothing was opened, the person is told in a notification. Calls are worked
+/// on side by side, a few at a time; what is beyond them is answered with 2 at once.
 int runPortalService();
 
 }  // namespace korvane

@@ -107,16 +107,15 @@ void removeFile(const fs::path& path) {
   if (error) refuse(path, error.message());
 }
 
-/// Bytes of any kind in JSON.
+/// Bytes of any kind in JSON; absent ones are null.
 Json jsonOf(const std::optional<std::string>& bytes) {
   return bytes ? Json(encodeBase64(*bytes)) : Json(nullptr);
 }
 
+/// Throws an exception of any kind where it is not such bytes.
 std::optional<std::string> bytesOf(const Json& json) {
   if (json.is_null()) return std::nullopt;
-  auto bytes = decodedBase64<std::string>(json.get<std::string>(), Base64Leniency::whiteSpace);
-  if (!bytes) throw std::runtime_error("not base64");
-  return bytes;
+  return decodedBase64<std::string>(json.get<std::string>(), Base64Leniency::whiteSpace).value();
 }
 
 }  // namespace

@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "model/ExtensionMessage.h"
+#include "support/FakeNotificationServer.h"
 #include "support/Places.h"
 #include "tests/support/PrivateDesktop.h"
 
@@ -139,6 +140,17 @@ TEST_F(Portal, WhatIsLeftOutIsTold) {
                 " is not in the message: it is behind a link\n"
                 "korvane-portal: [Invalid UTF-8] is not in the message: its name is not UTF-8, and "
                 "the desktop cannot say which it is\n");
+}
+
+TEST_F(Portal, ThePersonIsToldWhereTheyLook) {
+  start();
+  testing::FakeNotificationServer server(desktop.variable("DBUS_SESSION_BUS_ADDRESS"));
+  EXPECT_EQ(call("{'attachments': <['/nonexistent/<b>']>, 'subject': <'S'>}"), kTaken);
+  const auto event = server.nextWith("is not in the message: No such file or directory");
+  EXPECT_EQ(event.summary, "Send by Mail");
+  EXPECT_THAT(event.body, HasSubstr("/nonexistent/&lt;b&gt;"));
+  EXPECT_EQ(call("{'subject': <'S'>}"), kTaken);  // where all is well there is nothing to say
+  EXPECT_TRUE(server.isQuiet());
 }
 
 TEST_F(Portal, WithoutAMailClientTheCallFails) {
