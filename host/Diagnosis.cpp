@@ -30,6 +30,7 @@
 #include "platform/NSBundle.h"
 #include "platform/NSWorkspace.h"
 #include "platform/Platform.h"
+#include "platform/detail/Translation.h"
 
 namespace korvane {
 namespace {
@@ -176,7 +177,8 @@ Diagnosis::Client clientOf(const std::string& application, const BusNames& bus,
     client.mailProgram = firstLine(told.output);
   } else {
     client.why = withoutHome(firstLine(told.errors), home);
-    if (client.why.empty()) client.why = "korvane-compose does not say which it would open";
+    if (client.why.empty())
+      client.why = translated("korvane-compose does not say which it would open");
   }
   return client;
 }

@@ -156,6 +156,21 @@ class Manager:
         run("xdotool", "windowfocus", "--sync", self.xid)
         self.press("ctrl+c")
 
+    def copy_until_there(self):
+        """A key that comes while the window gets the focus may be lost."""
+        def has_files():
+            return "text/uri-list" in run("xclip", "-selection", "clipboard", "-out", "-target",
+                                          "TARGETS")
+        end = time.monotonic() + PATIENCE
+        while True:
+            self.copy()
+            try:
+                until("the clipboard", has_files, 5)
+                return
+            except Failure:
+                if time.monotonic() > end:
+                    raise
+
     def open_menu(self):
         """Opens the menu and gives it."""
         end = time.monotonic() + PATIENCE
@@ -341,7 +356,7 @@ def main():
             os.execv(sys.executable, [sys.executable, *sys.argv])
         manager.choose_all()
         if wanted == "copy":
-            manager.copy()
+            manager.copy_until_there()
             return 0
         if ACTION:
             do(until("the action", lambda: manager.xid if ACTION in actions(manager.xid) else None),
