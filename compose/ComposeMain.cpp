@@ -69,7 +69,7 @@ int compose(const Options& options, const Activation& activation) try {
       mailClientFor(options.client.empty() ? std::nullopt : std::optional(options.client)), url);
   const ClientCommand& command = composition.prepare();
   if (!options.dryRun) composition.open(activation);
-  tellAbout(composition);
+  options.dryRun ? writeAbout(composition) : tellAbout(composition);
   if (options.dryRun) writeOut(json(composition, command));
   return kDone;
 } catch (const ComposeError& error) {

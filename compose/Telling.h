@@ -6,12 +6,16 @@
 
 namespace korvane {
 
-/// Tells the person what of a message does not arrive in the compose window, and what else there is
-/// to say: the one place where that happens. One line for each, on standard error. Any thread may
-/// call.
+// What the person is told of a message: a line for each thing on standard error, and where that is
+// not a terminal a notification as well. Any thread may call.
+
+/// What does not arrive in the compose window, and what else there is to say.
 void tellAbout(const Composition& composition);
 
-/// Tells why there is no compose window. Any thread may call.
+/// The same on standard error alone.
+void writeAbout(const Composition& composition);
+
+/// Why there is no compose window.
 void tellFailure(const ComposeError& error);
 
 /// The sentence about something that was left out.

@@ -79,6 +79,14 @@ CommandLine shareCommandLine(Arguments& arguments) {
     if (arguments.title) throw InputError(translated("{0} may be given only once", "--title"));
     arguments.title = std::move(value);
   };
+  const auto notify = [&arguments](bool isWanted) {
+    return [&arguments, isWanted](const std::string&) {
+      if (arguments.notify && *arguments.notify != isWanted) {
+        throw InputError(translated("{0} and {1} exclude each other", "--notify", "--no-notify"));
+      }
+      arguments.notify = isWanted;
+    };
+  };
   return {
       .program = "korvane-share",
       .usage = {translatable("[OPTION]... [ITEM]...")},
@@ -125,6 +133,12 @@ CommandLine shareCommandLine(Arguments& arguments) {
                translatable("tell what is installed and what a share would do, for a bug\n"
                             "report; share nothing (with --json: as JSON)"),
                flag(arguments.doctor)},
+              {"--notify", "",
+               translatable("tell in a notification what takes long and what is missing (default:\n"
+                            "where standard error is not a terminal, without --json and\n"
+                            "--dry-run)"),
+               notify(true)},
+              {"--no-notify", "", translatable("show no notification: for scripts"), notify(false)},
               {"-v, --verbose", "", translatable("write log lines to standard error, too"),
                flag(arguments.verbose)},
           },

@@ -37,6 +37,8 @@ struct Arguments {
   std::string identifier;
   bool dryRun = false;
   bool json = false;
+  /// Whether notifications are shown; absent where that goes by standard error.
+  std::optional<bool> notify;
   bool verbose = false;
   /// What is installed is told, and nothing is shared. Then there are no things.
   bool doctor = false;

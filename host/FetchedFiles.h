@@ -16,9 +16,6 @@ namespace korvane {
 
 class FetchFolder;
 
-/// Why nothing was shared where the person did not want it any more.
-inline constexpr const char* kCancelled = translatable("it was cancelled");
-
 /// What became of a remote file.
 struct FetchedFile {
   /// Where it lies now, an absolute path; empty where it could not be fetched.

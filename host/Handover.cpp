@@ -46,11 +46,22 @@ void takeAside(const std::shared_ptr<RunWatch>& run, const NSURL& staging) {
 ShareOutcome handOver(const std::shared_ptr<RunWatch>& run, const ShareOptions& options,
                       const std::function<void()>& work) {
   const auto staging = stagingFolder();
-  ShareTurn turn(options.container, pathOf(staging), options.hooks.tell);
-  if (turn.refusal()) {
-    run->giveUp(*turn.refusal());
-    return {.reason = *turn.refusal(), .missing = run->missing()};
-  }
+  const auto& cancellation = options.hooks.cancellation;
+  const auto giveUp = [&](const std::string& reason) {
+    run->giveUp(reason);
+    return ShareOutcome{.reason = reason, .missing = run->missing(), .busy = run->isBusy()};
+  };
+  const auto tellWaiting = [&](const std::string& line) {
+    if (options.hooks.progress) options.hooks.progress(line, -1);
+    if (options.hooks.tell) options.hooks.tell(line);
+  };
+  ShareTurn turn(options.container, pathOf(staging), tellWaiting, [&] {
+    const bool isCancelled = cancellation && cancellation->isCancelled();
+    return isCancelled ? std::optional(translated(kCancelled)) : std::nullopt;
+  });
+  if (turn.refusal()) return giveUp(*turn.refusal());
+  run->tellProgress();
+  if (cancellation) cancellation->onCancel([run] { run->cancel(); });
   run->setOpeningHooks({[&] { return turn.noteHandOver(); },
                         [&](bool accepted, std::string_view failure) {
                           // A client that has not answered yet may still come for the files.
@@ -66,6 +77,10 @@ ShareOutcome handOver(const std::shared_ptr<RunWatch>& run, const ShareOptions& 
     work();
   }
   run->waitForBackground();
+  if (cancellation) {
+    cancellation->onCancel({});
+    if (cancellation->isCancelled()) return giveUp(translated(kCancelled));
+  }
 
   ShareOutcome outcome;
   outcome.missing = run->missing();

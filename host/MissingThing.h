@@ -13,6 +13,8 @@ struct MissingThing {
   std::string reason;
   /// Whether the person was told while the run went on.
   bool told = false;
+  /// Where the thing is a file: its absolute path, which may lead nowhere.
+  std::string path{};
   friend bool operator==(const MissingThing& a, const MissingThing& b) {
     return a.item == b.item && a.reason == b.reason;
   }

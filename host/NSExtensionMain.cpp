@@ -1,12 +1,14 @@
 #include "host/NSExtensionMain.h"
 
 #include <malloc.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstdlib>
 #include <exception>
 #include <filesystem>
 #include <limits>
+#include <memory>
 #include <new>
 #include <optional>
 #include <string>
@@ -24,6 +26,7 @@
 #include "host/OutcomeReport.h"
 #include "host/Program.h"
 #include "host/ScreenshotRequest.h"
+#include "host/ShareNotice.h"
 #include "host/ShareRun.h"
 #include "host/WatchedServices.h"
 #include "linux/detail/ContainerRoot.h"
@@ -67,6 +70,14 @@ ShareOutcome ended(ShareOutcome::Status status, std::string what, std::string re
   return outcome;
 }
 
+/// Where this run is shown.
+NoticeOptions noticeOptions(const Arguments& arguments) {
+  const bool isTerminal = ::isatty(STDERR_FILENO) != 0;
+  const bool isForPrograms = arguments.json || arguments.dryRun;
+  return {.inNotification = arguments.notify.value_or(!isTerminal && !isForPrograms),
+          .onTerminal = isTerminal};
+}
+
 /// Tells the outcome; gives the exit status.
 int tell(const ShareOutcome& outcome, const Arguments& arguments) noexcept {
   try {
@@ -89,14 +100,21 @@ std::string privateParent() {
   return container ? fs::path(*container).parent_path() : fs::temp_directory_path();
 }
 
-ShareOutcome run(const Arguments& arguments) {
+ShareOutcome run(const Arguments& arguments, ShareNotice& notice,
+                 const std::shared_ptr<Cancellation>& cancellation) {
   keepFreedMemory();
   LinuxOptions services = ownServices(arguments.identifier);
   services.logToStandardError = arguments.verbose;
   Platform::install(watchedLinuxServices(std::move(services)));
 
   ShareOptions options{.container = ContainerRoot().path()};
-  options.hooks.tell = complain;
+  options.hooks.cancellation = cancellation;
+  options.hooks.tell = [&notice](const std::string& line) {
+    notice.aside([&] { complain(line); });
+  };
+  options.hooks.progress = [&notice](const std::string& text, double part) {
+    notice.progress(text, part);
+  };
   std::optional<std::string> unwritten;
   if (arguments.dryRun) {
     options.hooks.dryRun = [&](const auto&... opening) {
@@ -107,7 +125,8 @@ ShareOutcome run(const Arguments& arguments) {
       }
     };
   }
-  const Interruption interruption([&arguments] {
+  const Interruption interruption([&arguments, &notice] {
+    notice.end();
     const ShareOutcome outcome =
         ended(ShareOutcome::Status::notOpened, translated("the share"),
               translated("it was interrupted before the mail client answered"));
@@ -118,8 +137,9 @@ ShareOutcome run(const Arguments& arguments) {
   // The person's choosing is under none of the share's limits.
   std::optional<ScreenshotRequest> screenshot;
   if (arguments.screenshot) screenshot.emplace(privateParent());
-  ShareOutcome outcome =
-      runShare(screenshot ? screenshot->request() : requestFromArguments(arguments), options);
+  ShareRequest request = screenshot ? screenshot->request() : requestFromArguments(arguments);
+  ShareOutcome outcome = runShare(std::move(request), options);
+  notice.end();
   if (unwritten) {
     outcome.status = ShareOutcome::Status::notOpened;
     outcome.reason = *std::move(unwritten);
@@ -127,11 +147,25 @@ ShareOutcome run(const Arguments& arguments) {
   return outcome;
 }
 
+/// Shows in a notification what is missing; whoever cancelled knows.
+void notify(const ShareOutcome& outcome, ShareNotice& notice) noexcept {
+  try {
+    if (outcome.status == ShareOutcome::Status::notOpened &&
+        outcome.reason == translated(kCancelled))
+      return;
+    const ShareNotice::Message message = messageOf(outcome);
+    if (!message.title.empty()) notice.tell(message);
+  } catch (const std::exception&) {  // it stands on standard error
+  }
+}
+
 int share(const Arguments& arguments) {
   using Status = ShareOutcome::Status;
   ShareOutcome outcome;
+  const auto cancellation = std::make_shared<Cancellation>();
+  ShareNotice notice(noticeOptions(arguments), cancellation);
   try {
-    outcome = run(arguments);
+    outcome = run(arguments, notice, cancellation);
   } catch (const InputError& error) {
     outcome = ended(Status::refused, translated("the request"), error.what());
   } catch (const std::bad_alloc&) {
@@ -140,9 +174,12 @@ int share(const Arguments& arguments) {
   } catch (const std::exception& error) {
     outcome = ended(Status::notOpened, translated("the share"), error.what());
   }
+  notice.end();
   const int status = tell(outcome, arguments);
+  if (outcome.busy) removeUnfinishedAttachments();
+  notify(outcome, notice);
   if (outcome.busy) {
-    removeUnfinishedAttachments();
+    removeUnfinishedAttachments();  // what went on meanwhile
     std::_Exit(status);
   }
   return status;

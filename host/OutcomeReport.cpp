@@ -9,22 +9,20 @@
 namespace korvane {
 namespace {
 
-constexpr std::size_t kMaxLines = 20;
-
-std::string nothingLine(const std::vector<MissingThing>& missing) {
+std::string nothingLine(const std::vector<MissingThing>& missing, std::size_t maxLines) {
   std::string list;
-  for (std::size_t i = 0; i < missing.size() && i < kMaxLines; ++i) {
+  for (std::size_t i = 0; i < missing.size() && i < maxLines; ++i) {
     list += (i == 0 ? "" : "; ") + missing[i].item + ": " + missing[i].reason;
   }
-  if (missing.size() > kMaxLines) {
-    list = translated("{0}; and {1} more", list, std::to_string(missing.size() - kMaxLines));
+  if (missing.size() > maxLines) {
+    list = translated("{0}; and {1} more", list, std::to_string(missing.size() - maxLines));
   }
   return translated("nothing of what was given could be put into the message: {0}", list);
 }
 
 }  // namespace
 
-std::vector<std::string> outcomeLines(const ShareOutcome& outcome) {
+std::vector<std::string> outcomeLines(const ShareOutcome& outcome, std::size_t maxLines) {
   switch (outcome.status) {
     case ShareOutcome::Status::refused:
       return {translated("{0} (see {1} --help)", outcome.reason, ownName("korvane-share"))};
@@ -33,12 +31,12 @@ std::vector<std::string> outcomeLines(const ShareOutcome& outcome) {
     case ShareOutcome::Status::opened:
       break;
   }
-  if (outcome.empty) return {nothingLine(outcome.missing)};
+  if (outcome.empty) return {nothingLine(outcome.missing, maxLines)};
   std::vector<std::string> lines;
   std::size_t more = 0;
   for (const MissingThing& missing : outcome.missing) {
     if (missing.told) continue;
-    if (lines.size() < kMaxLines) {
+    if (lines.size() < maxLines) {
       lines.push_back(lineOf(missing));
     } else {
       ++more;

@@ -34,7 +34,35 @@ std::size_t RunWatch::add(std::string name, std::string presumed) {
 
 std::size_t RunWatch::addFile(std::string name, std::string presumed, const std::string& path) {
   files_.push_back(path);
-  return add(std::move(name), std::move(presumed));
+  const std::size_t thing = add(std::move(name), std::move(presumed));
+  const std::lock_guard lock(mutex_);
+  things_[thing].path = path;
+  return thing;
+}
+
+void RunWatch::setPreparing(std::string text) {
+  {
+    const std::lock_guard lock(mutex_);
+    preparing_ = std::move(text);
+  }
+  tellProgress();
+}
+
+void RunWatch::tellProgress() const {
+  if (!hooks_.progress) return;
+  std::string text;
+  double part = -1;
+  {
+    const std::lock_guard lock(mutex_);
+    if (closed_ || preparing_.empty()) return;
+    text = preparing_;
+    const auto settled = std::ranges::count_if(
+        things_, [](const Thing& thing) { return thing.state != State::onItsWay; });
+    // Of one thing nobody knows how much is done.
+    if (things_.size() > 1)
+      part = static_cast<double>(settled) / static_cast<double>(things_.size());
+  }
+  hooks_.progress(text, part);
 }
 
 std::string RunWatch::sourceOf(std::string_view path) const {
@@ -116,9 +144,12 @@ void RunWatch::run(Delivery& delivery, const std::function<void()>& handler) {
       std::ranges::move(delivery.leftOut, std::back_inserter(watch.others_));
     }
   };
-  const Ending ending{*this, delivery};
-  work_.delivery = &delivery;
-  handler();
+  {
+    const Ending ending{*this, delivery};
+    work_.delivery = &delivery;
+    handler();
+  }
+  tellProgress();
 }
 
 // What is committed while the background job sleeps is in the message before it looks again: it
@@ -198,12 +229,16 @@ bool RunWatch::open(const std::vector<NSURL>& urls, std::string_view application
     launch_ = Launch{std::string(application), false};
   }
   bool accepted = true;
-  if (hooks_.dryRun) {
+  if (hooks_.cancellation && !hooks_.cancellation->expire()) {
+    launchFailed(translated(kCancelled));
+    accepted = false;
+  } else if (hooks_.dryRun) {
     hooks_.dryRun(urls, application, options);
   } else if (const auto reason = opening_.before ? opening_.before() : std::nullopt) {
     launchFailed(*reason);
     accepted = false;
   } else {
+    if (hooks_.progress) hooks_.progress(translated("Waiting for the mail client…"), -1);
     accepted = workspace.openURLs(urls, application, options);
     if (opening_.after) opening_.after(accepted, failure());
   }
@@ -219,7 +254,13 @@ void RunWatch::launchFailed(std::string_view reason) {
 
 void RunWatch::waitForBackground() {
   std::unique_lock lock(mutex_);
-  changed_.wait(lock, [&] { return backgroundJobs_ == 0; });
+  changed_.wait(lock, [&] { return backgroundJobs_ == 0 || cancelled_; });
+}
+
+void RunWatch::cancel() {
+  const std::lock_guard lock(mutex_);
+  cancelled_ = true;
+  changed_.notify_all();
 }
 
 bool RunWatch::isBusy() const {
@@ -250,9 +291,11 @@ std::vector<MissingThing> RunWatch::missing() const {
   std::lock_guard lock(mutex_);
   std::vector<MissingThing> missing;
   for (const Thing& thing : things_) {
-    if (thing.state == State::missing) missing.push_back({thing.name, thing.reason});
+    if (thing.state == State::missing)
+      missing.push_back({thing.name, thing.reason, false, thing.path});
     if (thing.state == State::onItsWay) {
-      missing.push_back({thing.name, translated("it was not ready within ten seconds")});
+      missing.push_back(
+          {thing.name, translated("it was not ready within ten seconds"), false, thing.path});
     }
   }
   missing.insert(missing.end(), others_.begin(), others_.end());

@@ -60,6 +60,12 @@ class RunWatch : public std::enable_shared_from_this<RunWatch> {
   /// The same, told at once.
   void missNow(std::string item, std::string reason);
 
+  /// What the person is told that the run does while the things are on their way: "Preparing 26
+  /// pictures…". How many of them have arrived goes with it.
+  void setPreparing(std::string text);
+  /// Tells it again, where something else was told in between.
+  void tellProgress() const;
+
   // What belongs to the staging folder, set before anything is delivered.
 
   /// The paths of the things that are files.
@@ -122,7 +128,10 @@ class RunWatch : public std::enable_shared_from_this<RunWatch> {
 
   // What became of it.
 
+  /// Returns when the background job has ended, or cancel() was called.
   void waitForBackground();
+  /// Nobody waits for the background job any more.
+  void cancel();
   /// Whether jobs still run.
   bool isBusy() const;
   /// The application that was asked for, and whether it took the request.
@@ -149,6 +158,7 @@ class RunWatch : public std::enable_shared_from_this<RunWatch> {
     std::string name;
     std::string reason;
     State state = State::onItsWay;
+    std::string path{};
   };
   struct Delivery;
   struct Work;
@@ -174,6 +184,8 @@ class RunWatch : public std::enable_shared_from_this<RunWatch> {
   bool awake_ = false;          // the background job has slept, and does not sleep
   bool closed_ = false;
   bool textFailed_ = false;
+  bool cancelled_ = false;
+  std::string preparing_;
 };
 
 /// The calling thread works for a run as long as this lives.

@@ -135,11 +135,12 @@ FileDescriptor openLockFile(const std::string& path, std::optional<std::string>&
 }  // namespace
 
 ShareTurn::ShareTurn(const std::optional<std::string>& container, const std::string& folder,
-                     const std::function<void(const std::string& line)>& tell)
+                     const std::function<void(const std::string& line)>& tell,
+                     const std::function<std::optional<std::string>()>& stop)
     : path_(container.value_or("") + ".share"), folder_(folder) {
   if (!container || !isUTF8(*container)) return;
   name_ = folder.starts_with(*container + "/") ? folder.substr(container->size() + 1) : folder;
-  begin(tell);
+  begin(tell, stop);
   if (refusal_) {
     file_ = FileDescriptor();
     return;
@@ -155,10 +156,13 @@ ShareTurn::~ShareTurn() {
   if (file_) ::flock(file_.get(), LOCK_UN);  // a process that was forked may hold the file open
 }
 
-void ShareTurn::begin(const std::function<void(const std::string& line)>& tell) {
+void ShareTurn::begin(const std::function<void(const std::string& line)>& tell,
+                      const std::function<std::optional<std::string>()>& stop) {
   bool isLocked = false;
   bool isTold = false;
   for (double waited = 0;; waited += kPause) {
+    if (stop) refusal_ = stop();
+    if (refusal_) return;
     if (!file_) {
       file_ = openLockFile(path_, refusal_);
       if (refusal_) return;

@@ -34,10 +34,13 @@ class KORVANE_EXPORT ShareTurn {
   /// `tell` gets one line for the person where that takes longer than a second. Makes the folder
   /// that holds the container; waits on the clock of the Platform, which must be installed.
   ///
+  /// `stop`, asked again and again meanwhile, gives a reason where nobody wants the turn any more.
+  ///
   /// Without a container, and where its path is not UTF-8, nothing can be staged, so that nothing
   /// needs a turn: the share may begin at once.
   ShareTurn(const std::optional<std::string>& container, const std::string& folder,
-            const std::function<void(const std::string& line)>& tell = {});
+            const std::function<void(const std::string& line)>& tell = {},
+            const std::function<std::optional<std::string>()>& stop = {});
   ~ShareTurn();
   ShareTurn(const ShareTurn&) = delete;
   ShareTurn& operator=(const ShareTurn&) = delete;
@@ -56,7 +59,8 @@ class KORVANE_EXPORT ShareTurn {
   void forgetHandOver();
 
  private:
-  void begin(const std::function<void(const std::string& line)>& tell);
+  void begin(const std::function<void(const std::string& line)>& tell,
+             const std::function<std::optional<std::string>()>& stop);
   bool mayEmpty();
   /// Replaces what is noted about this folder; gives an errno value, 0 for success.
   int note(const std::optional<double>& time);

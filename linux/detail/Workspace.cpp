@@ -10,6 +10,7 @@
 #include "linux/detail/GLibPointer.h"
 #include "linux/detail/SessionBus.h"
 #include "platform/detail/Translation.h"
+#include "text/UTF8.h"
 
 namespace korvane {
 namespace {
@@ -68,8 +69,31 @@ GVariant* openParameters(const std::vector<NSURL>& urls, const Activation& activ
   return g_variant_new("(asa{sv})", &uris, &platformData);
 }
 
-/// What an error reply tells. The bus's own texts name programs and services only; an application's
-/// could quote the message, so only the error's name is passed on.
+/// What stands in for the mail client has these errors, whose texts are lines for people.
+bool isToldToPeople(const std::string& identifier, std::string_view error) {
+  static constexpr std::array<std::string_view, 3> kErrors{"NoMailClient", "NotSupported",
+                                                           "Failed"};
+  const std::string prefix = identifier + ".Error.";
+  return error.starts_with(prefix) &&
+         std::ranges::find(kErrors, error.substr(prefix.size())) != kErrors.end();
+}
+
+/// The text of an error as a line.
+std::string lineOf(const char* text) {
+  constexpr std::size_t kMaxLine = 500;
+  std::string line = text ? text : "";
+  std::size_t end = std::min(line.find('\n'), line.size());
+  if (end > kMaxLine) {
+    end = kMaxLine;
+    while (isUTF8Continuation(line[end])) --end;
+  }
+  line.resize(end);
+  return line;
+}
+
+/// What an error reply tells. The bus's own texts name programs and services only, those of what
+/// stands in for the mail client are for people; any other application's could quote the message,
+/// so only the error's name is passed on.
 BusAnswer answerOfError(const std::string& identifier, GDBusMessage* reply) {
   const char* name = g_dbus_message_get_error_name(reply);
   const std::string error = name ? name : translated("an unnamed error");
@@ -80,9 +104,12 @@ BusAnswer answerOfError(const std::string& identifier, GDBusMessage* reply) {
                   error == "org.freedesktop.DBus.Error.NameHasNoOwner")) {
     return {BusAnswer::unreachable, {}};
   }
+  const char* text = g_dbus_message_get_arg0(reply);
+  if (std::string line = lineOf(text); isToldToPeople(identifier, error) && !line.empty()) {
+    return {BusAnswer::refused, std::move(line)};
+  }
   if (!fromBus)
     return {BusAnswer::refused, translated("{0} refused the request ({1})", identifier, error)};
-  const char* text = g_dbus_message_get_arg0(reply);
   return {BusAnswer::refused,
           translated("{0} cannot be reached: {1}", identifier, text ? std::string(text) : error)};
 }

@@ -56,8 +56,9 @@ class KORVANE_EXPORT ActivationScope {
 /// bytes.
 class KORVANE_EXPORT Workspace : public NSWorkspace {
  public:
-  /// Gets one line, for people, about why something was not opened. It holds no URL and nothing
-  /// that the application answered.
+  /// Gets one line, for people, about why something was not opened. It holds no URL, and of
+  /// what an application answered only the lines that what stands in for the mail client has for
+  /// people: its errors NAME.Error.NoMailClient, NotSupported and Failed.
   using FailureReport = std::function<void(std::string_view reason)>;
 
   /// Takes both variables out of the process's environment, which no other thread may use in the

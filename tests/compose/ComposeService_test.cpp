@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include "support/FakeNotificationServer.h"
 #include "support/MailDesktop.h"
 #include "support/Places.h"
 
@@ -68,7 +69,28 @@ TEST_F(ComposedOverTheBus, WithoutAMailClientTheAnswerIsAnErrorAndTheShareTellsI
   EXPECT_THAT(finished.errors, HasSubstr("it.drelk.korvane.Error.NoMailClient"));
   const Finished shared = desktop.run({kBin + "korvane-share", "https://a.example/"});
   EXPECT_EQ(shared.status, 1);
-  EXPECT_THAT(shared.errors, HasSubstr("NoMailClient"));
+  EXPECT_EQ(shared.errors,
+            "korvane-share: not handed over: no mail client is installed: no program opens mailto: "
+            "links\n");
+}
+
+TEST_F(ComposedOverTheBus, WhatIsMissingIsToldInANotification) {
+  desktop.addMailProgram("org.kde.kmail2", "kmail", "kmail %u");
+  desktop.startBus();
+  testing::FakeNotificationServer server(desktop.variable("DBUS_SESSION_BUS_ADDRESS"));
+  EXPECT_EQ(open(commandURL({{"attachment_0", (desktop.staging() / "gone.txt").string()}})).status,
+            0);
+  const auto event = server.next();
+  EXPECT_EQ(event.summary, "Not everything is in the message");
+  EXPECT_EQ(event.body, "gone.txt is not attached: it is not there any more.");
+  desktop.started();
+  // Where all is well there is nothing to tell.
+  EXPECT_EQ(open(commandURL({{"subject", "a"}})).status, 0);
+  desktop.started();
+  EXPECT_EQ(open(commandURL({{"attachment_0", (desktop.staging() / "also gone").string()}})).status,
+            0);
+  EXPECT_THAT(server.next().body, StartsWith("also gone is not attached: "));
+  desktop.started();
 }
 
 TEST_F(ComposedOverTheBus, OtherCommandsAreAnsweredWithAnError) {

@@ -45,5 +45,21 @@ TEST(CancellationTest, HandlerMayLook) {
   EXPECT_TRUE(seen);
 }
 
+TEST(Cancellation, IsTooLateWhenWhatCannotBeTakenBackHasBegun) {
+  Cancellation cancellation;
+  bool isCalled = false;
+  cancellation.onCancel([&] { isCalled = true; });
+  EXPECT_TRUE(cancellation.expire());
+  EXPECT_FALSE(cancellation.cancel());
+  EXPECT_FALSE(cancellation.isCancelled());
+  EXPECT_FALSE(isCalled);
+
+  Cancellation quick;
+  EXPECT_TRUE(quick.cancel());
+  EXPECT_TRUE(quick.cancel());
+  EXPECT_FALSE(quick.expire());
+  EXPECT_TRUE(quick.isCancelled());
+}
+
 }  // namespace
 }  // namespace korvane

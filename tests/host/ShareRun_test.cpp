@@ -397,5 +397,78 @@ TEST_F(ShareRun, NothingIsLostInALargeShare) {
   }
 }
 
+TEST_F(ShareRun, CancelEndsAShareThatLoads) {
+  letLoadsTakeTime();
+  class SlowFiles : public testing::MemoryFiles {
+   public:
+    bool copyItemAtPath(std::string_view source, std::string_view destination,
+                        std::optional<NSError>& error) override {
+      began.open();
+      goesOn.wait();
+      return MemoryFiles::copyItemAtPath(source, destination, error);
+    }
+    Gate began;
+    Gate goesOn;
+  };
+  const auto files = std::make_shared<SlowFiles>();
+  files->add("/docs/a.txt", "A");
+  platform.services.fileManager = files;
+  options.hooks.cancellation = std::make_shared<Cancellation>();
+  std::thread person([&] {
+    files->began.wait();
+    EXPECT_TRUE(options.hooks.cancellation->cancel());
+  });
+  const ShareOutcome outcome =
+      run({ShareRequest::File{"/docs/a.txt"}, ShareRequest::Link{"https://a.example/"}});
+  person.join();
+  EXPECT_EQ(outcome.status, ShareOutcome::Status::notOpened);
+  EXPECT_EQ(outcome.reason, "it was cancelled");
+  EXPECT_THAT(outcome.missing, SizeIs(2));
+  EXPECT_TRUE(outcome.busy);
+  files->goesOn.open();
+  platform.waitUntilIdle();
+  EXPECT_THAT(platform.workspace->requests(), SizeIs(0));
+}
+
+TEST_F(ShareRun, WhatIsOpenedIsNotCancelled) {
+  class Person : public testing::RecordingWorkspace {
+   public:
+    bool openURLs(const std::vector<NSURL>& urls, std::string_view application,
+                  unsigned opening) override {
+      EXPECT_FALSE(cancellation->cancel());
+      return RecordingWorkspace::openURLs(urls, application, opening);
+    }
+    std::shared_ptr<Cancellation> cancellation = std::make_shared<Cancellation>();
+  };
+  const auto workspace = std::make_shared<Person>();
+  platform.services.workspace = workspace;
+  options.hooks.cancellation = workspace->cancellation;
+  EXPECT_EQ(run({ShareRequest::Link{"https://a.example/"}}).status, ShareOutcome::Status::opened);
+}
+
+TEST_F(ShareRun, TellsHowFarItIs) {
+  letLoadsTakeTime();
+  std::mutex mutex;
+  std::vector<std::pair<std::string, double>> told;
+  options.hooks.progress = [&](const std::string& text, double part) {
+    const std::lock_guard lock(mutex);
+    told.emplace_back(text, part);
+  };
+  platform.files->add("/a.PNG", "A");
+  platform.files->add("/b.jpg", "B");
+  run({ShareRequest::File{"/a.PNG"}, ShareRequest::File{"/b.jpg"}});
+  ASSERT_FALSE(told.empty());
+  EXPECT_EQ(told.front(), std::pair(std::string("Preparing 2 pictures…"), 0.0));
+  EXPECT_THAT(told, ::testing::Contains(std::pair(std::string("Preparing 2 pictures…"), 0.5)));
+  EXPECT_EQ(told.back(), std::pair(std::string("Waiting for the mail client…"), -1.0));
+
+  told.clear();
+  run({ShareRequest::Link{"https://a.example/"}});
+  EXPECT_EQ(told.front(), std::pair(std::string("Preparing 1 item…"), -1.0));
+  told.clear();
+  run({}, {{Content::Kind::text, "hello"}});
+  EXPECT_EQ(told.front(), std::pair(std::string("Preparing the message…"), -1.0));
+}
+
 }  // namespace
 }  // namespace korvane
