@@ -73,7 +73,21 @@ class Menu {
     }
   }
 
-  /// The same, where it does not matter whether anybody listens.
+  /// Writes how much is done, where that is another number than the last time. Any thread.
+  void tellProgress(double part) noexcept {
+    try {
+      const std::string line = purposeProgress(part);
+      {
+        const std::lock_guard lock(mutex_);
+        if (line == progress_) return;
+        progress_ = line;
+      }
+      write(line);
+    } catch (const std::exception&) {  // the share goes on
+    }
+  }
+
+  /// Writes a line where it does not matter whether anybody listens.
   void mention(std::string_view line) noexcept {
     try {
       write(line);
@@ -84,15 +98,16 @@ class Menu {
  private:
   const FileDescriptor socket_;
   std::mutex mutex_;
+  std::string progress_;
 };
 
 ShareOutcome shareFrom(Menu& menu) {
   ShareRequest request = requestOfPurposeMessage(menu.read());
   Platform::install(watchedLinuxServices(ownServices()));
-  menu.mention(purposeProgress(0));
+  menu.tellProgress(0);
   ShareOptions options{.container = ContainerRoot().path()};
   options.hooks.progress = [&menu](const std::string&, double part) {
-    if (part >= 0) menu.mention(purposeProgress(part));
+    if (part >= 0) menu.tellProgress(part);
   };
   const Interruption interruption([&menu] {
     menu.mention(

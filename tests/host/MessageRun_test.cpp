@@ -243,7 +243,7 @@ TEST_F(MessageRun, OneThatWasStoppedIsNotOpened) {
   options.hooks.cancellation->cancel();
   const ShareOutcome outcome = send({.subject = "S"});
   EXPECT_EQ(outcome.status, ShareOutcome::Status::notOpened);
-  EXPECT_EQ(outcome.reason, "it was stopped");
+  EXPECT_EQ(outcome.reason, "it was cancelled");
   EXPECT_EQ(workspace->openings, 0);
 }
 

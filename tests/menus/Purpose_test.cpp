@@ -24,9 +24,11 @@ namespace {
 
 namespace fs = std::filesystem;
 using ::testing::ElementsAre;
+using ::testing::EndsWith;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::Pair;
+using ::testing::StartsWith;
 
 constexpr const char* kPackage =
     KORVANE_BINARY_DIR "/share/kpackage/Purpose/it.drelk.korvane.share";
@@ -111,6 +113,17 @@ class Purpose : public ::testing::Test {
   const std::string received = desktop.folder / "received";
 };
 
+/// Without the steps between the beginning and the end, of which a busy machine shows others.
+std::vector<std::string> withoutSteps(const std::vector<std::string>& lines) {
+  std::vector<std::string> found;
+  for (const std::string& line : lines) {
+    const bool isStep = line.starts_with("{\"percent\":") && line != "{\"percent\":0}" &&
+                        line != "{\"percent\":100}";
+    if (!isStep && (found.empty() || line != found.back())) found.push_back(line);
+  }
+  return found;
+}
+
 const std::vector<std::string> kDone{"{\"percent\":0}", "{\"percent\":100}",
                                      "{\"output\":{\"url\":\"\"}}"};
 
@@ -125,10 +138,10 @@ TEST_F(Purpose, FilesInTheMenusSpellings) {
   add("new\nline.txt", "6");
   add("gr\u00fc\u00df.txt", "7");
   add("old\xe9.txt", "8");
-  const auto lines = answersTo(
+  const auto lines = withoutSteps(answersTo(
       framed({url + "a folder", url + "-dash %25U.txt", url + "a, b %22q%22 100%25.txt",
               url + "it's $HOME & %231.txt", url + "caf%E9.txt", url + "back%5Cslash.txt",
-              url + "new%0Aline.txt", url + "gr\u00fc\u00df.txt", url + "old\uFFFD.txt"}));
+              url + "new%0Aline.txt", url + "gr\u00fc\u00df.txt", url + "old\uFFFD.txt"})));
   EXPECT_EQ(lines, kDone);
   EXPECT_THAT(staged(), ElementsAre(Pair("-dash %U.txt", "1"), Pair("a folder", "/"),
                                     Pair("a, b \"q\" 100%.txt", "2"), Pair("back\\slash.txt", "5"),
@@ -143,7 +156,7 @@ TEST_F(Purpose, ALinkAndAPicture) {
   const std::string picture =  // one red pixel
       "data:image/png;base64,iVBORw0KGgoAAAANSUhEUgAAAAEAAAABCAIAAACQd1PeAAAADElEQVR4nGP4z8AAAAMB"
       "AQDJ/pLvAAAAAElFTkSuQmCC";
-  EXPECT_EQ(answersTo(framed({"https://example.org/", picture}, "Tea")), kDone);
+  EXPECT_EQ(withoutSteps(answersTo(framed({"https://example.org/", picture}, "Tea"))), kDone);
   EXPECT_THAT(testing::readFile(received), HasSubstr("subject=Tea"));
   EXPECT_THAT(staged(), ElementsAre(Pair("image.png", HasSubstr("PNG"))));
 }
@@ -152,8 +165,8 @@ TEST_F(Purpose, WhatIsMissingIsTold) {
   startMailClient();
   const std::string url = add("a", "1");
   const auto lines = answersTo(framed({url + "a", url + "none"}));
-  ASSERT_EQ(lines.size(), 2U);
-  const auto failure = nlohmann::json::parse(lines[1]);
+  ASSERT_GE(lines.size(), 2U);
+  const auto failure = nlohmann::json::parse(lines.back());
   EXPECT_GE(failure["error"].get<int>(), 100);
   EXPECT_EQ(failure["errorText"],
             (files / "none").string() + " is not in the message: No such file or directory");
@@ -162,8 +175,8 @@ TEST_F(Purpose, WhatIsMissingIsTold) {
 
 TEST_F(Purpose, WhyNothingWasOpened) {
   const auto lines = answersTo(framed({add("a", "1") + "a"}));
-  ASSERT_EQ(lines.size(), 2U);
-  EXPECT_EQ(nlohmann::json::parse(lines[1])["errorText"],
+  ASSERT_GE(lines.size(), 2U);
+  EXPECT_EQ(nlohmann::json::parse(lines.back())["errorText"],
             "no application it.drelk.korvane is installed");
 }
 
@@ -219,9 +232,11 @@ TEST_F(PurposeMenu, SharesFiles) {
   add("a, b \"q\" 100%.txt", "1");
   add("-dash %U #1.txt", "2");
   const std::string url = "file://" + files.string() + "/";
-  EXPECT_EQ(share("Export", {{"mimeType", "*/*"},
-                             {"urls", {url + "a, b \"q\" 100%.txt", url + "-dash %25U %231.txt"}}}),
-            "entry Send by Mail\nready 1\npercent 100\nerror 0 \n");
+  const std::string told = share(
+      "Export",
+      {{"mimeType", "*/*"}, {"urls", {url + "a, b \"q\" 100%.txt", url + "-dash %25U %231.txt"}}});
+  EXPECT_THAT(told, StartsWith("entry Send by Mail\nready 1\n"));
+  EXPECT_THAT(told, EndsWith("percent 100\nerror 0 \n"));
   EXPECT_THAT(staged(),
               ElementsAre(Pair("-dash %U #1.txt", "2"), Pair("a, b \"q\" 100%.txt", "1")));
 }
