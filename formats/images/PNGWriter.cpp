@@ -126,35 +126,6 @@ class Rows {
   std::size_t next_ = 0;
 };
 
-// How a picture is written quickly.
-struct QuickWay {
-  Filter filter = kPaeth;
-  bool flat = false;  // large parts are one colour: it compresses well, and so quickly
-};
-
-// Told from a sample of the rows: the one filter that leaves least of it, and how much that is.
-QuickWay quickWay(const Bitmap& bitmap, std::size_t channels) {
-  constexpr std::size_t kSampled = 64;
-  Rows rows(bitmap, channels);
-  std::vector<Byte> trial(rows.bytes());
-  std::array<std::uint64_t, 5> weights{};
-  std::array<std::uint64_t, 5> same{};  // as the neighbour's
-  std::uint64_t samples = 0;
-  const std::size_t step = std::max<std::size_t>(1, bitmap.height / kSampled);
-  for (std::size_t y = step / 2; y < bitmap.height; y += step) {
-    rows.goTo(y);
-    samples += trial.size();
-    for (const Filter filter : kNeighbours) {
-      rows.filter(filter, trial.data());
-      weights[filter] += weight(trial.data(), trial.size());
-      same[filter] += static_cast<std::uint64_t>(std::ranges::count(trial, Byte{0}));
-    }
-  }
-  const auto least =
-      std::ranges::min_element(kNeighbours, {}, [&](Filter filter) { return weights[filter]; });
-  return {*least, same[*least] >= samples / 2};
-}
-
 struct FreeCompressor {
   void operator()(libdeflate_compressor* compressor) const {
     libdeflate_free_compressor(compressor);
@@ -179,6 +150,108 @@ struct Buffer {
 // photos and screens, in a fifth of its time; and the one that takes least time.
 constexpr int kThoroughLevel = 5;
 constexpr int kQuickLevel = 1;
+
+// Compresses at the given level; the room for `more` bytes stays behind. Nothing compressed where
+// that failed.
+Buffer deflated(const Byte* bytes, std::size_t size, int level, std::size_t more) {
+  const std::unique_ptr<libdeflate_compressor, FreeCompressor> compressor(
+      libdeflate_alloc_compressor(level));
+  if (!compressor) throw std::bad_alloc();
+  const std::size_t bound = libdeflate_deflate_compress_bound(compressor.get(), size);
+  Buffer compressed;
+  compressed.allocate(bound + more);
+  compressed.size =
+      libdeflate_deflate_compress(compressor.get(), bytes, size, compressed.bytes.get(), bound);
+  return compressed;
+}
+
+// The same by the frequency of the bytes alone, which does not look for what comes again.
+Buffer deflatedAsNoise(Byte* bytes, std::size_t size, std::size_t more) {
+  constexpr int kFastest = 1;
+  constexpr int kNoHeader = -15;
+  constexpr int kMostMemory = 9;
+  constexpr std::size_t kPiece = std::size_t{1} << 30;
+  z_stream writer{};
+  if (deflateInit2(&writer, kFastest, Z_DEFLATED, kNoHeader, kMostMemory, Z_HUFFMAN_ONLY) != Z_OK) {
+    throw std::bad_alloc();
+  }
+  const std::unique_ptr<z_stream, int (*)(z_stream*)> ending(&writer, &deflateEnd);
+  const std::size_t room = deflateBound(&writer, size);
+  Buffer compressed;
+  compressed.allocate(room + more);
+  int state = Z_OK;
+  for (std::size_t read = 0; state == Z_OK;) {
+    if (writer.avail_in == 0) {
+      writer.next_in = bytes + read;
+      writer.avail_in = static_cast<uInt>(std::min(size - read, kPiece));
+      read += writer.avail_in;
+    }
+    writer.next_out = compressed.bytes.get() + compressed.size;
+    writer.avail_out = static_cast<uInt>(std::min(room - compressed.size, kPiece));
+    const uInt before = writer.avail_out;
+    state = deflate(&writer, read == size ? Z_FINISH : Z_NO_FLUSH);
+    compressed.size += before - writer.avail_out;
+  }
+  if (state != Z_STREAM_END) compressed.size = 0;
+  return compressed;
+}
+
+// What a picture is like.
+struct Kind {
+  Filter filter = kPaeth;  // the one that leaves least
+  bool flat = false;       // large parts are one colour: it compresses well, and so quickly
+  bool noisy = false;      // nothing in it comes again: looking for that is in vain
+};
+
+// Told from some rows here and there, compared with what that level makes of them.
+bool isNoisy(Rows& rows, std::size_t height, Filter filter, int level) {
+  constexpr std::size_t kPlaces = 4;
+  constexpr std::size_t kRowsOfEach = 8;
+  constexpr std::size_t kLargest = std::size_t{4} << 20;
+  const std::size_t count = rows.bytes();
+  if (kPlaces * kRowsOfEach * count > kLargest) return false;
+  Buffer sample;
+  sample.allocate(kPlaces * kRowsOfEach * count);
+  for (std::size_t place = 0; place < kPlaces; ++place) {
+    const std::size_t first = height * place / kPlaces;
+    const std::size_t end = std::min(height, first + kRowsOfEach);
+    for (std::size_t y = first; y < end; ++y, sample.size += count) {
+      rows.goTo(y);
+      rows.filter(filter, sample.bytes.get() + sample.size);
+    }
+  }
+  // It takes half of the time, or less: a hundredth more is worth that.
+  constexpr double kWorth = 1.01;
+  const double found =
+      static_cast<double>(deflated(sample.bytes.get(), sample.size, level, 0).size);
+  return static_cast<double>(deflatedAsNoise(sample.bytes.get(), sample.size, 0).size) <=
+         found * kWorth;
+}
+
+// Told from a sample of the rows.
+Kind kindOf(const Bitmap& bitmap, std::size_t channels, int level) {
+  constexpr std::size_t kSampled = 64;
+  Rows rows(bitmap, channels);
+  std::vector<Byte> trial(rows.bytes());
+  std::array<std::uint64_t, 5> weights{};
+  std::array<std::uint64_t, 5> same{};  // as the neighbour's
+  std::uint64_t samples = 0;
+  const std::size_t step = std::max<std::size_t>(1, bitmap.height / kSampled);
+  for (std::size_t y = step / 2; y < bitmap.height; y += step) {
+    rows.goTo(y);
+    samples += trial.size();
+    for (const Filter filter : kNeighbours) {
+      rows.filter(filter, trial.data());
+      weights[filter] += weight(trial.data(), trial.size());
+      same[filter] += static_cast<std::uint64_t>(std::ranges::count(trial, Byte{0}));
+    }
+  }
+  const auto least =
+      std::ranges::min_element(kNeighbours, {}, [&](Filter filter) { return weights[filter]; });
+  Kind kind{*least, same[*least] >= samples / 2};
+  if (!kind.flat) kind.noisy = isNoisy(rows, bitmap.height, kind.filter, level);
+  return kind;
+}
 
 // Rows of a picture, compressed on their own.
 struct Strip {
@@ -234,10 +307,14 @@ bool continueDeflated(Buffer& data) {
 }
 constexpr std::size_t kContinuationBytes = 5;
 
-// Filters, with one filter quickly or with the best for each row, and compresses. False where the
-// strip could not be made to be continued.
-bool compress(const Bitmap& bitmap, std::size_t channels, std::optional<Filter> only,
-              Strip& strip) {
+// How a picture is compressed.
+struct Way {
+  std::optional<Filter> only{};  // quickly, with one filter; else with the best for each row
+  bool noisy = false;
+};
+
+// Filters and compresses. False where the strip could not be made to be continued.
+bool compress(const Bitmap& bitmap, std::size_t channels, const Way& way, Strip& strip) {
   Rows rows(bitmap, channels);
   const std::size_t count = rows.bytes();
   strip.filteredBytes = (count + 1) * strip.rows;
@@ -247,9 +324,9 @@ bool compress(const Bitmap& bitmap, std::size_t channels, std::optional<Filter> 
   Byte* to = filtered.bytes.get();
   for (std::size_t y = strip.firstRow; y < strip.firstRow + strip.rows; ++y, to += count + 1) {
     rows.goTo(y);
-    if (only) {
-      to[0] = *only;
-      rows.filter(*only, to + 1);
+    if (way.only) {
+      to[0] = *way.only;
+      rows.filter(*way.only, to + 1);
       continue;
     }
     std::uint64_t least = UINT64_MAX;
@@ -262,15 +339,10 @@ bool compress(const Bitmap& bitmap, std::size_t channels, std::optional<Filter> 
       std::memcpy(to + 1, trial.data(), count);
     }
   }
-  const std::unique_ptr<libdeflate_compressor, FreeCompressor> compressor(
-      libdeflate_alloc_compressor(only ? kQuickLevel : kThoroughLevel));
-  if (!compressor) throw std::bad_alloc();
-  const std::size_t bound =
-      libdeflate_deflate_compress_bound(compressor.get(), strip.filteredBytes);
-  strip.compressed.allocate(bound + kContinuationBytes);
-  strip.compressed.size =
-      libdeflate_deflate_compress(compressor.get(), filtered.bytes.get(), strip.filteredBytes,
-                                  strip.compressed.bytes.get(), bound);
+  strip.compressed =
+      way.noisy ? deflatedAsNoise(filtered.bytes.get(), strip.filteredBytes, kContinuationBytes)
+                : deflated(filtered.bytes.get(), strip.filteredBytes,
+                           way.only ? kQuickLevel : kThoroughLevel, kContinuationBytes);
   strip.checksum = libdeflate_adler32(1, filtered.bytes.get(), strip.filteredBytes);
   if (strip.compressed.size == 0) return false;
   return strip.last || continueDeflated(strip.compressed);
@@ -297,14 +369,19 @@ std::vector<Strip> cut(const Bitmap& bitmap, EncodingEffort effort, unsigned thr
   return strips;
 }
 
+Way wayFor(const Bitmap& bitmap, std::size_t channels, EncodingEffort effort) {
+  constexpr std::uint64_t kWorthLooking = 4'000'000;  // pixels
+  const bool quick = effort == EncodingEffort::quick;
+  if (!quick && std::uint64_t{bitmap.width} * bitmap.height < kWorthLooking) return {};
+  const Kind kind = kindOf(bitmap, channels, quick ? kQuickLevel : kThoroughLevel);
+  if (kind.flat) return {};
+  return {quick ? std::optional(kind.filter) : std::nullopt, kind.noisy};
+}
+
 // Compresses them side by side. False where one failed; throws what one threw.
 bool compressAll(const Bitmap& bitmap, std::size_t channels, EncodingEffort effort,
                  std::vector<Strip>& strips) {
-  std::optional<Filter> only;
-  if (effort == EncodingEffort::quick) {
-    const QuickWay way = quickWay(bitmap, channels);
-    if (!way.flat) only = way.filter;
-  }
+  const Way way = wayFor(bitmap, channels, effort);
   struct Outcome {
     bool good = false;
     std::exception_ptr thrown;
@@ -312,7 +389,7 @@ bool compressAll(const Bitmap& bitmap, std::size_t channels, EncodingEffort effo
   std::vector<Outcome> outcomes(strips.size());
   const auto run = [&](std::size_t i) noexcept {
     try {
-      outcomes[i].good = compress(bitmap, channels, only, strips[i]);
+      outcomes[i].good = compress(bitmap, channels, way, strips[i]);
     } catch (...) {
       outcomes[i].thrown = std::current_exception();
     }

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstring>
 #include <random>
@@ -23,6 +24,21 @@ Bitmap randomBitmap(std::uint32_t width, std::uint32_t height, std::uint32_t cha
   return bitmap;
 }
 
+/// A picture as a camera's sensor makes it: its colours change slowly, and no pixel is like the
+/// next.
+Bitmap noisyBitmap(std::uint32_t width, std::uint32_t height, double noise) {
+  std::mt19937 random(34);
+  std::normal_distribution<double> grain(0, noise);
+  Bitmap bitmap{width, height, 3, std::size_t{width} * 3, {}};
+  bitmap.pixels.resize(bitmap.stride * height);
+  for (std::size_t i = 0; i < bitmap.pixels.size(); ++i) {
+    const double colour =
+        40 + 150.0 * static_cast<double>(i % bitmap.stride) / static_cast<double>(bitmap.stride);
+    bitmap.pixels[i] = static_cast<std::uint8_t>(std::clamp(colour + grain(random), 0.0, 255.0));
+  }
+  return bitmap;
+}
+
 Bitmap decoded(const std::optional<NSData>& png) {
   std::string why;
   const auto bitmap = Images(ImageDecoder{.patience = std::chrono::minutes(5)})
@@ -36,6 +52,7 @@ TEST(PNGWriter, EveryEffortAndNumberOfStripsKeepsEveryPixel) {
   bitmaps.push_back(testing::paintLandscape(2048, 1600));
   bitmaps.push_back(testing::paintScreen(1920, 1700));
   bitmaps.push_back(randomBitmap(1100, 2000, 4));
+  bitmaps.push_back(noisyBitmap(2600, 1700, 6));
   bitmaps.push_back(randomBitmap(1, 1, 3));
   bitmaps.push_back(randomBitmap(3, 2, 4));
   bitmaps.push_back({2048, 2048, 3, 2048 * 3, std::vector<std::uint8_t>(2048UL * 3 * 2048)});
@@ -60,6 +77,18 @@ TEST(PNGWriter, StripsAndHasteCostLittleSize) {
     const double one = size(EncodingEffort::thorough, 1);
     EXPECT_LT(size(EncodingEffort::thorough, 3), one * 1.01);
     EXPECT_LT(size(EncodingEffort::quick, 1), one * 1.3);
+  }
+}
+
+TEST(PNGWriter, APictureWithGrainIsAsSmallWhenItIsWrittenQuickly) {
+  for (const double noise : {1.0, 3.0, 4.0, 8.0, 60.0}) {
+    const Bitmap bitmap = noisyBitmap(900, 700, noise);
+    const auto quick = writePNG(bitmap, EncodingEffort::quick);
+    EXPECT_EQ(decoded(quick), bitmap) << noise;
+    const auto thorough = writePNG(bitmap, EncodingEffort::thorough, 1);
+    EXPECT_LT(static_cast<double>(quick.value().size()),
+              1.1 * static_cast<double>(thorough.value().size()))
+        << noise;
   }
 }
 
