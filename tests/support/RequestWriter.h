@@ -4,23 +4,9 @@
 
 #include "host/JSONWriter.h"
 #include "host/ShareRequest.h"
+#include "text/Base64.h"
 
 namespace korvane::testing {
-
-inline std::string base64(const NSData& data) {
-  static constexpr char kDigits[] =
-      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-  std::string text;
-  for (std::size_t i = 0; i < data.size(); i += 3) {
-    unsigned group = data[i] << 16;
-    if (i + 1 < data.size()) group |= data[i + 1] << 8;
-    if (i + 2 < data.size()) group |= data[i + 2];
-    for (int shift : {18, 12, 6, 0}) text += kDigits[(group >> shift) & 63];
-  }
-  if (data.size() % 3 == 1) text.replace(text.size() - 2, 2, "==");
-  if (data.size() % 3 == 2) text.back() = '=';
-  return text;
-}
 
 /// The JSON text of a request; reading it gives the request again, where each item has at most one
 /// text before at most one HTML text, as readShareRequest makes them.
@@ -38,7 +24,8 @@ inline std::string writeShareRequest(const ShareRequest& request) {
       return write("image", image.path);
     }
     std::string operator()(const ShareRequest::ImageData& image) const {
-      return write("imageData", base64(image.data));
+      const auto* bytes = reinterpret_cast<const char*>(image.data.data());
+      return write("imageData", encodeBase64({bytes, image.data.size()}));
     }
     std::string operator()(const ShareRequest::TypedText& typed) const {
       return write("type", typed.type) + ", " + write("text", typed.text);
