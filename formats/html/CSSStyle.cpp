@@ -72,7 +72,7 @@ void CSSStyle::addAll(std::string_view declarations) {
 }
 
 void CSSStyle::add(const CSSDeclaration& declaration) {
-  const std::string& name = declaration.property;
+  const std::string_view name = declaration.property;
   const bool important = declaration.important;
   if (name == "background") return addBackground(declaration.value, important);
   const std::string_view raw = declaration.value;

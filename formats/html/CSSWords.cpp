@@ -17,7 +17,7 @@ std::string_view withoutOuterSpace(std::string_view text) {
   return text;
 }
 
-std::size_t findOutside(std::string_view text, std::string_view characters, CSSBrackets brackets) {
+std::size_t findOutside(std::string_view text, ASCIISet characters, CSSBrackets brackets) {
   const char opening = brackets == CSSBrackets::round ? '(' : '{';
   const char closing = brackets == CSSBrackets::round ? ')' : '}';
   char quote = '\0';
@@ -28,7 +28,7 @@ std::size_t findOutside(std::string_view text, std::string_view characters, CSSB
       ++i;
     } else if (quote != '\0') {
       if (c == quote || c == '\n') quote = '\0';
-    } else if (open == 0 && characters.find(c) != characters.npos) {
+    } else if (open == 0 && characters.holds(c)) {
       return i;
     } else if (c == '"' || c == '\'') {
       quote = c;
@@ -64,6 +64,7 @@ std::vector<std::string_view> cssList(std::string_view value) {
 }
 
 std::string withoutComments(std::string_view text) {
+  if (text.find("/*") == text.npos) return std::string(text);
   std::string out;
   out.reserve(text.size());
   char quote = '\0';

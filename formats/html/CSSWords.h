@@ -4,6 +4,8 @@
 #include <string_view>
 #include <vector>
 
+#include "text/ASCII.h"
+
 /// Cutting up the texts of style sheets. Pure: any thread may call.
 namespace korvane {
 
@@ -18,7 +20,7 @@ std::vector<std::string_view> cssList(std::string_view value);
 enum class CSSBrackets { round, curly };
 /// Where the first of the characters stands outside of quotes, which end with their line, and of
 /// brackets of a kind; the size of the text where nowhere.
-std::size_t findOutside(std::string_view text, std::string_view characters,
+std::size_t findOutside(std::string_view text, ASCIISet characters,
                         CSSBrackets brackets = CSSBrackets::round);
 
 /// The text with a space in place of each comment.

@@ -120,6 +120,7 @@ std::string decode(const NSData& document) {
 
 std::string htmlText(const NSData& document) {
   std::string text = decode(document);
+  if (text.find('\0') == text.npos && text.find('\r') == text.npos) return text;
   std::size_t to = 0;
   for (std::size_t from = 0; from < text.size(); ++from) {
     const char c = text[from];
@@ -132,6 +133,7 @@ std::string htmlText(const NSData& document) {
 }
 
 std::string decodeCharacterReferences(std::string_view text, HTMLPlace place) {
+  if (text.find('&') == text.npos) return std::string(text);
   std::string out;
   out.reserve(text.size());
   std::size_t at = 0;
@@ -156,6 +158,12 @@ std::string decodeCharacterReferences(std::string_view text, HTMLPlace place) {
 }
 
 std::string withoutControlCharacters(std::string_view text) {
+  // Nearly all texts have none.
+  const auto isSuspect = [](char c) {
+    const auto byte = static_cast<unsigned char>(c);
+    return (byte < 0x20 && c != '\n' && c != '\t') || byte == 0x7F || byte == 0xC2;
+  };
+  if (std::none_of(text.begin(), text.end(), isSuspect)) return std::string(text);
   std::string out;
   out.reserve(text.size());
   for (std::size_t i = 0; i < text.size(); ++i) {

@@ -145,6 +145,7 @@ bool HTMLWriter::isMedia(const HTMLToken& token) {
 
 // A box that is checked or not, of a form or of a list of tasks.
 void HTMLWriter::checkBox(const HTMLToken& token) {
+  if (token.attributes.empty()) return;
   const bool isInput = token.name == "input";
   const std::string kind = attributeValue(token.attributes, isInput ? "type" : "role");
   if (!equalIgnoringCase(kind, "checkbox")) return;

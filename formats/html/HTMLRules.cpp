@@ -134,6 +134,18 @@ constexpr std::array kRules = {
 static_assert(std::is_sorted(kRules.begin(), kRules.end(),
                              [](const HTMLRule& a, const HTMLRule& b) { return a.name < b.name; }));
 
+// Where the rules begin whose names begin with a letter, and where they end.
+constexpr auto kRulesOf = [] {
+  std::array<std::size_t, 27> begins{};
+  for (const HTMLRule& rule : kRules) {
+    for (std::size_t letter = static_cast<std::size_t>(rule.name[0] - 'a') + 1; letter < 27;
+         ++letter) {
+      ++begins[letter];
+    }
+  }
+  return begins;
+}();
+
 bool isTablePart(Role role) {
   return role == Role::section || role == Role::caption || role == Role::row || role == Role::cell;
 }
@@ -215,7 +227,7 @@ void keepListAttribute(const HTMLRule& rule, const HTMLAttribute& attribute, std
 
 void keepTableAttribute(const HTMLRule& rule, const HTMLAttribute& attribute, std::string& out) {
   constexpr int kMaxPixels = 1000;
-  const std::string& name = attribute.name;
+  const std::string_view name = attribute.name;
   if (rule.role == Role::table) {
     if (name == "border") {
       // Without a number it is 1, whatever is written.
@@ -283,20 +295,25 @@ std::string valueOf(const HTMLAttribute& attribute) {
 }  // namespace
 
 const HTMLRule* findHTMLRule(std::string_view name) {
-  const auto* found =
-      std::lower_bound(kRules.begin(), kRules.end(), name,
-                       [](const HTMLRule& rule, std::string_view n) { return rule.name < n; });
-  return found != kRules.end() && found->name == name ? found : nullptr;
+  if (name.empty() || name[0] < 'a' || name[0] > 'z') return nullptr;
+  const auto letter = static_cast<std::size_t>(name[0] - 'a');
+  for (std::size_t i = kRulesOf[letter]; i < kRulesOf[letter + 1]; ++i) {
+    if (kRules[i].name == name) return &kRules[i];
+  }
+  return nullptr;
 }
 
 HTMLKeptAttributes keepAttributes(const HTMLRule& rule, const std::vector<HTMLAttribute>& all,
                                   const HTMLSurroundings& around) {
   HTMLKeptAttributes kept;
+  if (rule.written == "pre") kept.preservesSpace = true;
+  const bool hasSheet =
+      around.sheet != nullptr && !around.sheet->empty() && around.budget != nullptr;
+  if (all.empty() && rule.style.empty() && !hasSheet) return kept;
   CSSStyle style(rule.role == Role::body);
   style.addAll(rule.style);
-  if (rule.written == "pre") kept.preservesSpace = true;
   for (const HTMLAttribute& attribute : all) {
-    const std::string& name = attribute.name;
+    const std::string_view name = attribute.name;
     const auto value = [&] { return valueOf(attribute); };
     if (name == "hidden") {
       kept.hidden = true;
@@ -332,7 +349,7 @@ HTMLKeptAttributes keepAttributes(const HTMLRule& rule, const std::vector<HTMLAt
       keepTableAttribute(rule, attribute, kept.text);
     }
   }
-  if (around.sheet != nullptr && !around.sheet->empty() && around.budget != nullptr) {
+  if (hasSheet) {
     around.sheet->apply(rule.name, attributeValue(all, "class"), attributeValue(all, "id"),
                         *around.budget, style);
   }
