@@ -266,10 +266,21 @@ void HTMLWriter::startFormulaPart(const HTMLToken& token) {
       startStyle(*part.style, {});
     }
   }
-  const std::string& name = token.name;
-  part.isScript = name == "msup" || name == "msub" || name == "msubsup";
-  part.lowerFirst = name == "msub" || name == "msubsup";
-  if (name == "mfrac") part.between = "/";
+  const std::string_view name = token.name;
+  const bool isUnder = name == "munder" || name == "munderover";
+  part.isScript = name == "msup" || name == "msub" || name == "msubsup" || isUnder;
+  part.lowerFirst = name == "msub" || name == "msubsup" || isUnder;
+  part.isFraction = name == "mfrac";
+  if (part.isFraction) part.between = "/";
+  if (name == "mrow" && !math_.empty() && math_.back().isFraction) {
+    text("(");
+    part.closing = ")";
+  }
+  if (name == "mroot") {
+    text("(");
+    part.between = ")^(1/";
+    part.closing = ")";
+  }
   if (name == "mtr" || name == "mtd") part.closing = " ";
   if (name == "msqrt") {
     text("\u221A(");

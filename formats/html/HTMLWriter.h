@@ -63,6 +63,7 @@ class HTMLWriter {
     std::string_view between;  // what stands before its second part
     std::string_view closing;  // what stands behind it
     bool isScript = false;     // its parts but the first are set lower or higher
+    bool isFraction = false;
     bool lowerFirst = false;
     int parts = 0;
     const HTMLRule* style = nullptr;  // that it is set in
