@@ -11,13 +11,18 @@
 #include <iostream>
 #include <memory>
 #include <nlohmann/json.hpp>
+#include <optional>
+#include <sstream>
 #include <string>
 #include <vector>
 
+#include "linux/detail/GLibPointer.h"
+#include "linux/detail/ShareTurn.h"
 #include "model/ExtensionMessage.h"
 #include "support/FakeNotificationServer.h"
 #include "support/Places.h"
 #include "tests/support/PrivateDesktop.h"
+#include "tests/support/TestPlatform.h"
 
 namespace korvane {
 namespace {
@@ -183,6 +188,105 @@ TEST_F(Portal, WithoutABusItSaysSo) {
   const testing::Finished finished = desktop.run({kProgram});
   EXPECT_EQ(finished.status, 1);
   EXPECT_THAT(finished.errors, HasSubstr("there is no session bus"));
+}
+
+/// Calls of the backend that wait for their turn, which another share has.
+class WaitingPortal : public Portal {
+ protected:
+  void SetUp() override {
+    start();
+    turn_.emplace(container, container + "/SharedData/Share");
+    ASSERT_TRUE(turn_->isOurs());
+    GError* error = nullptr;
+    bus_.reset(g_dbus_connection_new_for_address_sync(
+        desktop.variable("DBUS_SESSION_BUS_ADDRESS").c_str(),
+        static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
+                                          G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
+        nullptr, nullptr, &error));
+    ASSERT_TRUE(bus_) << error->message;
+  }
+  void endTurn() { turn_.reset(); }
+
+  /// Calls without waiting for the answer; the calls arrive in their order.
+  void begin(int number) {
+    ++waited_;
+    g_dbus_connection_call(bus_.get(), kName, kObject, "org.freedesktop.impl.portal.Email",
+                           "ComposeEmail", parameters(number), nullptr, G_DBUS_CALL_FLAGS_NONE,
+                           kPatience * 1000, nullptr, &WaitingPortal::onAnswer, this);
+  }
+  /// The responses to all that was begun.
+  std::vector<guint32> responses() {
+    while (waited_ > 0) g_main_context_iteration(nullptr, TRUE);
+    return responses_;
+  }
+  /// The response to a call that is waited for; what came before it has arrived.
+  guint32 call(int number) {
+    return responseOf(g_dbus_connection_call_sync(
+        bus_.get(), kName, kObject, "org.freedesktop.impl.portal.Email", "ComposeEmail",
+        parameters(number), nullptr, G_DBUS_CALL_FLAGS_NONE, kPatience * 1000, nullptr, nullptr));
+  }
+  /// Whether the request that a call made was there to be closed.
+  bool close(int number) {
+    const GPointer<GVariant> answer(g_dbus_connection_call_sync(
+        bus_.get(), kName, handle(number).c_str(), "org.freedesktop.impl.portal.Request", "Close",
+        nullptr, nullptr, G_DBUS_CALL_FLAGS_NONE, kPatience * 1000, nullptr, nullptr));
+    return static_cast<bool>(answer);
+  }
+
+ private:
+  static constexpr const char* kName = "org.freedesktop.impl.portal.desktop.korvane";
+  static constexpr const char* kObject = "/org/freedesktop/portal/desktop";
+
+  static std::string handle(int number) {
+    return std::string(kObject) + "/request/" + std::to_string(number);
+  }
+  static GVariant* parameters(int number) {
+    return g_variant_new("(ossa{sv})", handle(number).c_str(), "org.example.App", "", nullptr);
+  }
+  static guint32 responseOf(GVariant* answer) {
+    guint32 response = 99;
+    if (answer) g_variant_get_child(answer, 0, "u", &response);
+    if (answer) g_variant_unref(answer);
+    return response;
+  }
+  static void onAnswer(GObject* bus, GAsyncResult* result, gpointer self) {
+    auto* const test = static_cast<WaitingPortal*>(self);
+    --test->waited_;
+    test->responses_.push_back(
+        responseOf(g_dbus_connection_call_finish(G_DBUS_CONNECTION(bus), result, nullptr)));
+  }
+
+  const std::string container = desktop.folder / "data/Q7K4M2XW9P.korvane";
+  testing::TestPlatform platform_;
+  std::optional<ShareTurn> turn_;
+  GObjectPointer<GDBusConnection> bus_;
+  int waited_ = 0;
+  std::vector<guint32> responses_;
+};
+
+TEST_F(WaitingPortal, ARequestThatIsClosedOpensNothing) {
+  begin(1);
+  begin(2);
+  EXPECT_TRUE(close(1));
+  EXPECT_FALSE(close(3));
+  endTurn();
+  EXPECT_THAT(responses(), ::testing::UnorderedElementsAre(1U, 0U));
+  std::istringstream lines(testing::readFile(received));
+  int messages = 0;
+  for (std::string line; std::getline(lines, line);) ++messages;
+  EXPECT_EQ(messages, 1);
+  EXPECT_EQ(testing::readFile(told), "");
+  EXPECT_FALSE(close(1));  // it is gone with its call
+}
+
+TEST_F(WaitingPortal, SoManyAtATimeAndNoMore) {
+  for (int number = 1; number <= 16; ++number) begin(number);
+  EXPECT_EQ(call(17), 2U);
+  EXPECT_THAT(testing::readFile(told), HasSubstr("too many are being composed already"));
+  for (int number = 1; number <= 16; ++number) EXPECT_TRUE(close(number));
+  endTurn();
+  EXPECT_THAT(responses(), ::testing::Each(1U));
+  EXPECT_EQ(call(18), 0U);
 }
 
 /// The whole way: a caller, the real xdg-desktop-portal, this backend, a mail client.
