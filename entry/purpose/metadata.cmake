@@ -1,9 +1,9 @@
 # Writes OUTPUT, the description of the entry in KDE's Share menu, with the texts of TEXTS, a desktop
-# file in all languages: its "Name[de]" is a key of the same name there. ID is the entry's, LABEL
-# follows its name.
+# file in all languages: its "Name[de]" is a key of the same name there. ID and ICON are the
+# entry's, LABEL follows its name.
 set(about "{}")
 string(JSON about SET "${about}" Id "\"${ID}\"")
-string(JSON about SET "${about}" Icon "\"mail-send\"")
+string(JSON about SET "${about}" Icon "\"${ICON}\"")
 string(JSON about SET "${about}" License "\"MIT\"")
 string(JSON about SET "${about}" Version "\"${VERSION}\"")
 file(STRINGS ${TEXTS} lines ENCODING UTF-8)
