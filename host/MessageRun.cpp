@@ -131,7 +131,7 @@ ShareOutcome runMessage(const ComposedMessage& composed, const ShareOptions& opt
   const auto isCancelled = [&] {
     const auto& cancellation = options.hooks.cancellation;
     if (!cancellation || !cancellation->isCancelled()) return false;
-    RunScope::current()->launchFailed(translated("it was stopped"));
+    RunScope::current()->launchFailed(translated(kCancelled));
     return true;
   };
   ShareOutcome outcome = handOver(run, options, [&] {
