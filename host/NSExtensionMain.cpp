@@ -78,6 +78,20 @@ NoticeOptions noticeOptions(const Arguments& arguments) {
           .onTerminal = isTerminal};
 }
 
+/// Log lines that a terminal shows stand on lines of their own.
+class LogBesideNotice : public LogSink {
+ public:
+  LogBesideNotice(std::shared_ptr<LogSink> log, std::shared_ptr<ShareNotice> notice)
+      : log_(std::move(log)), notice_(std::move(notice)) {}
+  void write(std::string_view line) noexcept override {
+    notice_->aside([&]() noexcept { log_->write(line); });
+  }
+
+ private:
+  const std::shared_ptr<LogSink> log_;
+  const std::shared_ptr<ShareNotice> notice_;
+};
+
 /// Tells the outcome; gives the exit status.
 int tell(const ShareOutcome& outcome, const Arguments& arguments) noexcept {
   try {
@@ -100,20 +114,24 @@ std::string privateParent() {
   return container ? fs::path(*container).parent_path() : fs::temp_directory_path();
 }
 
-ShareOutcome run(const Arguments& arguments, ShareNotice& notice,
+ShareOutcome run(const Arguments& arguments, const std::shared_ptr<ShareNotice>& notice,
                  const std::shared_ptr<Cancellation>& cancellation) {
   keepFreedMemory();
   LinuxOptions services = ownServices(arguments.identifier);
   services.logToStandardError = arguments.verbose;
-  Platform::install(watchedLinuxServices(std::move(services)));
+  Platform platform = watchedLinuxServices(std::move(services));
+  if (noticeOptions(arguments).onTerminal) {
+    platform.log = std::make_shared<LogBesideNotice>(std::move(platform.log), notice);
+  }
+  Platform::install(std::move(platform));
 
   ShareOptions options{.container = ContainerRoot().path()};
   options.hooks.cancellation = cancellation;
   options.hooks.tell = [&notice](const std::string& line) {
-    notice.aside([&] { complain(line); });
+    notice->aside([&] { complain(line); }, line);
   };
   options.hooks.progress = [&notice](const std::string& text, double part) {
-    notice.progress(text, part);
+    notice->progress(text, part);
   };
   std::optional<std::string> unwritten;
   if (arguments.dryRun) {
@@ -126,7 +144,7 @@ ShareOutcome run(const Arguments& arguments, ShareNotice& notice,
     };
   }
   const Interruption interruption([&arguments, &notice] {
-    notice.end();
+    notice->end();
     const ShareOutcome outcome =
         ended(ShareOutcome::Status::notOpened, translated("the share"),
               translated("it was interrupted before the mail client answered"));
@@ -139,7 +157,7 @@ ShareOutcome run(const Arguments& arguments, ShareNotice& notice,
   if (arguments.screenshot) screenshot.emplace(privateParent());
   ShareRequest request = screenshot ? screenshot->request() : requestFromArguments(arguments);
   ShareOutcome outcome = runShare(std::move(request), options);
-  notice.end();
+  notice->end();
   if (unwritten) {
     outcome.status = ShareOutcome::Status::notOpened;
     outcome.reason = *std::move(unwritten);
@@ -163,7 +181,7 @@ int share(const Arguments& arguments) {
   using Status = ShareOutcome::Status;
   ShareOutcome outcome;
   const auto cancellation = std::make_shared<Cancellation>();
-  ShareNotice notice(noticeOptions(arguments), cancellation);
+  const auto notice = std::make_shared<ShareNotice>(noticeOptions(arguments), cancellation);
   try {
     outcome = run(arguments, notice, cancellation);
   } catch (const InputError& error) {
@@ -174,10 +192,10 @@ int share(const Arguments& arguments) {
   } catch (const std::exception& error) {
     outcome = ended(Status::notOpened, translated("the share"), error.what());
   }
-  notice.end();
+  notice->end();
   const int status = tell(outcome, arguments);
   if (outcome.busy) removeUnfinishedAttachments();
-  notify(outcome, notice);
+  notify(outcome, *notice);
   if (outcome.busy) {
     removeUnfinishedAttachments();  // what went on meanwhile
     std::_Exit(status);

@@ -154,17 +154,15 @@ void ShareNotice::progress(const std::string& text, double part) {
   }
 }
 
-void ShareNotice::aside(const std::function<void()>& write) {
+void ShareNotice::aside(const std::function<void()>& write, std::string_view text) {
   const std::lock_guard lock(state_->mutex);
+  const bool hadLine = state_->hasLine;
   state_->clearLine();
   write();
-  // What was just written need not stand below it, too.
-  if (state_->options.onTerminal && !state_->options.inNotification) {
-    state_->text.clear();
-    state_->isNew = false;
-    return;
-  }
-  state_->isNew = !state_->text.empty();
+  const bool isWritten = state_->text == text && !state_->options.inNotification;
+  if (isWritten) state_->isNew = false;
+  if (isWritten || !hadLine || state_->hasEnded) return;
+  state_->isNew = true;
   state_->changed.notify_all();
 }
 

@@ -4,6 +4,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include "host/Cancellation.h"
 #include "host/Handover.h"
@@ -40,8 +41,9 @@ class ShareNotice {
 
   /// What goes on: for RunHooks::progress. The time counts from the first call.
   void progress(const std::string& text, double part);
-  /// Has `write` write a line to standard error, with nothing of ours in it.
-  void aside(const std::function<void()>& write);
+  /// Has `write` write a line to standard error, with nothing of ours in it. Where the line is
+  /// `text`, a terminal needs not show it again below.
+  void aside(const std::function<void()>& write, std::string_view text = {});
   /// Takes away what is shown of what went on. Nothing is shown after that.
   void end();
 

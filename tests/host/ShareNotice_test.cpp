@@ -142,6 +142,16 @@ TEST_F(Notices, ATerminalHasALineThatIsTakenAway) {
   EXPECT_TRUE(written.ends_with("Preparing 2 files… 100 %\r\x1B[K")) << written;
 }
 
+TEST_F(Notices, ATerminalDoesNotShowALineTwice) {
+  ::testing::internal::CaptureStderr();
+  {
+    ShareNotice notice({.onTerminal = true, .quiet = kNever, .pace = 0ms}, cancellation);
+    notice.progress("waiting", -1);
+    notice.aside([] { std::fputs("waiting\n", stderr); }, "waiting");
+  }
+  EXPECT_EQ(::testing::internal::GetCapturedStderr(), "waiting\n");
+}
+
 TEST_F(Notices, AMessageStaysAndItsButtonWorksForAWhile) {
   ShareNotice notice({.inNotification = true, .buttonTime = 0ms}, cancellation);
   notice.end();
