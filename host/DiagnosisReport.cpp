@@ -1,6 +1,7 @@
 #include "host/Diagnosis.h"
 #include "host/Edition.h"
 #include "host/JSONWriter.h"
+#include "platform/detail/Translation.h"
 #include "text/PrintableText.h"
 
 namespace korvane {
@@ -18,34 +19,41 @@ std::string octal(unsigned rights) {
 }
 
 std::string containerLine(const Diagnosis::Container& container) {
-  if (container.path.empty()) return "there is no home folder, so there is no place for one";
+  if (container.path.empty()) return translated("no home folder was found");
   if (!container.exists) {
-    return container.path + (container.isWritable ? ", which the mail client or a share makes"
-                                                  : ", which is not there and cannot be made");
+    return container.isWritable ? translated("{0}, which is made when it is needed", container.path)
+                                : translated("{0}, which cannot be made", container.path);
   }
-  return container.path + " (rights " + octal(container.rights) +
-         (container.isOwn ? "" : ", another user's") +
-         (container.isWritable ? ")" : ", cannot be written)");
+  std::string line = translated("{0}, rights {1}", container.path, octal(container.rights));
+  if (!container.isOwn) line += ", " + translated("another user's");
+  if (!container.isWritable) line += ", " + translated("cannot be written");
+  return line;
 }
 
 std::string clientLine(const Diagnosis& diagnosis) {
+  const std::string& name = diagnosis.application;
   switch (diagnosis.client.road) {
     case Diagnosis::Road::running:
-      return "it runs and is asked over the session bus";
+      return translated("{0} runs and is asked over the session bus", name);
     case Diagnosis::Road::startedByBus:
-      return "the session bus starts it";
+      return translated("{0} is started by the session bus", name);
     case Diagnosis::Road::startedByEntry:
-      return "the program of its desktop entry is run";
+      return translated("{0} is started by its desktop entry", name);
     case Diagnosis::Road::none:
       break;
   }
-  return "it is not installed";
+  return translated("{0} is not installed", name);
 }
 
 std::string listed(const std::vector<std::string>& texts) {
   std::string list;
   for (const std::string& text : texts) list += (list.empty() ? "" : ", ") + text;
-  return list.empty() ? "none" : list;
+  return list.empty() ? translated("none") : list;
+}
+
+/// The names of the entries that are no programs' names.
+std::string nameOfEntry(std::string_view name) {
+  return name == "application" ? translated("application") : std::string(name);
 }
 
 }  // namespace
@@ -55,30 +63,34 @@ std::string diagnosisText(const Diagnosis& diagnosis) {
   const auto add = [&text](std::string_view name, const std::string& value) {
     text.append(name).append(": ").append(printableText(value, LineBreaks::show)).append("\n");
   };
-  const auto there = [](bool is) { return std::string(is ? "there" : "not there"); };
+  const auto there = [](bool is) { return is ? translated("there") : translated("not there"); };
   const auto orUnknown = [](const std::string& value) {
-    return value.empty() ? std::string("not told") : value;
+    return value.empty() ? translated("not told") : value;
   };
-  add("extension",
-      diagnosis.extension.empty() ? "its info dictionary is missing" : diagnosis.extension);
-  add("container", containerLine(diagnosis.container));
-  add("mail client", diagnosis.application + ": " + clientLine(diagnosis));
-  if (!diagnosis.client.entry.empty()) add("its desktop entry", diagnosis.client.entry);
-  if (diagnosis.client.mailProgram) add("mail program", *diagnosis.client.mailProgram);
-  if (!diagnosis.client.why.empty()) add("mail program", diagnosis.client.why);
-  for (const auto& [name, path] : diagnosis.entries) {
-    add(std::string("entry, ").append(name), path.empty() ? "not installed" : path);
+  add(translated("extension"), diagnosis.extension.empty()
+                                   ? translated("its info dictionary is missing")
+                                   : diagnosis.extension);
+  add(translated("container"), containerLine(diagnosis.container));
+  add(translated("mail client"), clientLine(diagnosis));
+  if (!diagnosis.client.entry.empty()) {
+    add(translated("its desktop entry"), diagnosis.client.entry);
   }
-  add("session", orUnknown(diagnosis.session.type));
-  add("desktop", orUnknown(diagnosis.session.desktop));
-  add("session bus", there(diagnosis.session.hasBus));
-  add("portals", there(diagnosis.session.hasPortal));
-  add("notifications", there(diagnosis.session.hasNotifications));
-  add("picture formats", listed(diagnosis.pictureFormats));
-  add("kernel", orUnknown(diagnosis.confinement.kernel));
+  if (diagnosis.client.mailProgram) add(translated("mail program"), *diagnosis.client.mailProgram);
+  if (!diagnosis.client.why.empty()) add(translated("mail program"), diagnosis.client.why);
+  for (const auto& [name, path] : diagnosis.entries) {
+    add(translated("entry, {0}", nameOfEntry(name)),
+        path.empty() ? translated("not installed") : path);
+  }
+  add(translated("session"), orUnknown(diagnosis.session.type));
+  add(translated("desktop"), orUnknown(diagnosis.session.desktop));
+  add(translated("session bus"), there(diagnosis.session.hasBus));
+  add(translated("portals"), there(diagnosis.session.hasPortal));
+  add(translated("notifications"), there(diagnosis.session.hasNotifications));
+  add(translated("picture formats"), listed(diagnosis.pictureFormats));
+  add(translated("kernel"), orUnknown(diagnosis.confinement.kernel));
   add("Landlock", diagnosis.confinement.landlock > 0
-                      ? "version " + std::to_string(diagnosis.confinement.landlock)
-                      : "not there");
+                      ? translated("version {0}", std::to_string(diagnosis.confinement.landlock))
+                      : translated("not there"));
   add("seccomp", there(diagnosis.confinement.seccomp));
   return text;
 }

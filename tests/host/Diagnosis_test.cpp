@@ -44,7 +44,7 @@ TEST(Diagnosis, AnEmptyOneIsToldToo) {
   const Diagnosis nothing;
   EXPECT_THAT(diagnosisText(nothing),
               AllOf(HasSubstr("extension: its info dictionary is missing\n"),
-                    HasSubstr("container: there is no home folder"),
+                    HasSubstr("container: no home folder was found\n"),
                     HasSubstr("Landlock: not there\n"), HasSubstr("picture formats: none\n")));
   const json told = json::parse(diagnosisJSON(nothing));
   EXPECT_EQ(told["extension"], nullptr);
@@ -67,8 +67,8 @@ TEST(Diagnosis, WhatIsToldIsWrittenInBothForms) {
   diagnosis.confinement = {"6.1", 3, true};
   const std::string text = diagnosisText(diagnosis);
   for (const char* line :
-       {"korvane-share 1.2.3\n", "container: ~/box (rights 750, cannot be written)\n",
-        "mail client: it.drelk.korvane.beta8: the session bus starts it\n",
+       {"korvane-share 1.2.3\n", "container: ~/box, rights 750, cannot be written\n",
+        "mail client: it.drelk.korvane.beta8 is started by the session bus\n",
         "mail program: Mail (mail)\n", "entry, application: /usr/b.desktop\n",
         "entry, Nemo: not installed\n", "portals: not there\n", "notifications: there\n",
         "picture formats: gif, png\n", "Landlock: version 3\n", "seccomp: there\n"}) {
