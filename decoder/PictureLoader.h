@@ -13,8 +13,8 @@ constexpr int kMaxDrawingSide = 4096;
 /// it is not there already. Where nothing can be opened later, fonts for drawings too.
 void prepareLoaders(std::string_view format, bool mayOpenLater);
 
-/// Writes the names of the formats whose code is installed to a descriptor, a line each. False where
-/// they could not be written.
+/// Writes the names of the formats whose code is installed to a descriptor, a line each. False
+/// where they could not be written.
 bool writeFormats(int output);
 
 /// Decodes a picture with gdk-pixbuf and writes what DecodedPicture.h describes to a descriptor. Of

@@ -14,8 +14,8 @@ namespace korvane {
 /// default priority, and hands them over one by one in the order given. When time is nearly over,
 /// what is ready is handed over without waiting for a slower one before it.
 ///
-/// The more is waiting, and the later it is, the quicker, and a little larger, pictures are written.
-/// Any thread may call.
+/// The more is waiting, and the later it is, the quicker, and a little larger, pictures are
+/// written. Any thread may call.
 class PictureLane {
  public:
   /// After this much time the order no longer matters: the last second of an extension's ten.

@@ -69,9 +69,9 @@ TEST(Manuals, NameTheOptionsThatHelpLists) {
 }
 
 TEST(Manuals, StandForEveryInstalledProgram) {
-  for (const char* page : {"korvane-share.1", "korvane-directory.1", "korvane-message.1",
-                           "korvane-compose.1", "korvane-portal.1", "korvane-browser.8",
-                           "korvane-share-request.5"}) {
+  for (const char* page :
+       {"korvane-share.1", "korvane-directory.1", "korvane-message.1", "korvane-compose.1",
+        "korvane-portal.1", "korvane-browser.8", "korvane-share-request.5"}) {
     EXPECT_TRUE(fs::exists(fs::path(KORVANE_SOURCE_DIR "/packaging/man") / page)) << page;
   }
 }
