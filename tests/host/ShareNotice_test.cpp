@@ -132,6 +132,7 @@ TEST_F(Notices, ATerminalHasALineThatIsTakenAway) {
     notice.progress("Preparing 2\x1B files…", 0.5);
     center->next();
     notice.aside([] { std::fputs("a line\n", stderr); });
+    center->next();  // the line is there again
     notice.progress("Preparing 2 files…", 1);
     center->next();
   }
