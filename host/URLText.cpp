@@ -59,20 +59,6 @@ bool exists(const std::string& path) {
   return lstat(path.c_str(), &status) == 0;
 }
 
-std::string decodedLeniently(std::string_view text) {
-  std::string bytes;
-  bytes.reserve(text.size());
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    if (isPercentEscape(text, i)) {
-      bytes += percentEscapeValue(text, i);
-      i += 2;
-    } else {
-      bytes += text[i];
-    }
-  }
-  return bytes;
-}
-
 bool isThisMachine(std::string_view host) {
   if (host.empty() || equalIgnoringCase(host, "localhost") || host == "127.0.0.1") return true;
   std::array<char, 256> name{};
@@ -119,11 +105,11 @@ std::optional<std::string> pathOfFileURL(std::string_view url) {
     rest.remove_prefix(slash);
   }
   if (!rest.starts_with('/')) return std::nullopt;
-  const std::string path = decodedLeniently(rest.substr(0, rest.find_first_of("?#")));
+  const std::string path = percentDecodedLeniently(rest.substr(0, rest.find_first_of("?#")));
   if (path.find('\0') != std::string::npos) return std::nullopt;  // would name another file
   if (!exists(path)) {
-    for (const std::string& unescaped : {decodedLeniently(rest.substr(0, rest.find('#'))),
-                                         decodedLeniently(rest), std::string(rest)}) {
+    for (const std::string& unescaped : {percentDecodedLeniently(rest.substr(0, rest.find('#'))),
+                                         percentDecodedLeniently(rest), std::string(rest)}) {
       if (exists(unescaped) && unescaped.find('\0') == std::string::npos) return unescaped;
     }
   }

@@ -109,4 +109,18 @@ bool appendPercentDecoded(std::string& to, std::string_view bytes, bool plusAsSp
   return true;
 }
 
+std::string percentDecodedLeniently(std::string_view bytes) {
+  std::string decoded;
+  decoded.reserve(bytes.size());
+  for (std::size_t i = 0; i < bytes.size(); ++i) {
+    if (isPercentEscape(bytes, i)) {
+      decoded += percentEscapeValue(bytes, i);
+      i += 2;
+    } else {
+      decoded += bytes[i];
+    }
+  }
+  return decoded;
+}
+
 }  // namespace korvane

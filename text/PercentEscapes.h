@@ -30,4 +30,8 @@ void appendPercentEncoded(std::string& to, std::string_view bytes);
 /// where asked. False when a "%" begins no escape; part of the bytes may have been appended then.
 bool appendPercentDecoded(std::string& to, std::string_view bytes, bool plusAsSpace);
 
+/// The bytes with every escape replaced by the byte it stands for; a "%" that begins none stands
+/// for itself.
+std::string percentDecodedLeniently(std::string_view bytes);
+
 }  // namespace korvane

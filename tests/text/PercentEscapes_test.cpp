@@ -64,6 +64,12 @@ TEST(PercentEscapes, TextsAreAppended) {
   EXPECT_EQ(decoded(""), "");
 }
 
+TEST(PercentEscapes, ALenientReaderKeepsWhatIsNoEscape) {
+  EXPECT_EQ(percentDecodedLeniently("a%20b%2Bc+%zz%4%"), "a b+c+%zz%4%");
+  EXPECT_EQ(percentDecodedLeniently("%%41%E9%00"), std::string("%A\xE9\0", 4));
+  EXPECT_EQ(percentDecodedLeniently(""), "");
+}
+
 TEST(PercentEscapes, AgreeWithTheSlowWay) {
   std::mt19937 random(11);
   const std::string_view pieces[] = {"%41", "%c3%A9", "a", "+", "zzzz", "%fF", "\xC3\xA9", "%25"};
