@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "linux/detail/GLibPointer.h"
+#include "linux/detail/SessionBus.h"
 #include "platform/detail/Translation.h"
 
 namespace korvane {
@@ -79,17 +80,10 @@ NoScreenshot failed(const std::string& reason) {
 
 }  // namespace
 
-std::variant<std::string, NoScreenshot> takeScreenshot() {
+std::variant<std::string, NoScreenshot> takeScreenshot(std::chrono::milliseconds patience) {
   const OwnContext context;
   GErrorSlot error;
-  const GPointer<char> address(
-      g_dbus_address_get_for_bus_sync(G_BUS_TYPE_SESSION, nullptr, error.out()));
-  if (!address) return failed(translated("the session bus cannot be found"));
-  const GObjectPointer<GDBusConnection> connection(g_dbus_connection_new_for_address_sync(
-      address.get(),
-      static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
-                                        G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
-      nullptr, nullptr, nullptr));
+  const auto connection = connectToSessionBus(patience, error);
   if (!connection) return failed(translated("the session bus cannot be reached"));
 
   Waiting waiting;
@@ -109,7 +103,7 @@ std::variant<std::string, NoScreenshot> takeScreenshot() {
   const GPointer<GVariant> answer(
       g_dbus_connection_call_sync(connection.get(), kPortal, kObject, kInterface, "Screenshot",
                                   g_variant_new("(sa{sv})", "", &options), G_VARIANT_TYPE("(o)"),
-                                  G_DBUS_CALL_FLAGS_NONE, kMaxCall, nullptr, error.out()));
+                                  G_DBUS_CALL_FLAGS_NONE, kMaxCall, nullptr, nullptr));
   if (!answer) return failed(translated("the desktop has no portal for it (xdg-desktop-portal)"));
 
   while (!waiting.isOver() && !g_dbus_connection_is_closed(connection.get())) {

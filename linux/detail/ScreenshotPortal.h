@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <string>
 #include <variant>
 
@@ -17,8 +18,10 @@ struct NoScreenshot {
 
 /// Has the desktop take a picture of the screen, as the person chooses it in the desktop's own
 /// dialogue (the interface org.freedesktop.portal.Screenshot, interactive). Gives the path of the
-/// file that the desktop made, which is the person's to keep. Waits as long as the person takes,
-/// and ends when the portal does. Any thread may call.
-KORVANE_EXPORT std::variant<std::string, NoScreenshot> takeScreenshot();
+/// file that the desktop made, which is the person's to keep. The session bus has `patience` to
+/// take the connection, and the portal ten seconds to take the request; the person takes as long as
+/// they like. Ends when the portal does. Any thread may call.
+KORVANE_EXPORT std::variant<std::string, NoScreenshot> takeScreenshot(
+    std::chrono::milliseconds patience = std::chrono::seconds(5));
 
 }  // namespace korvane
