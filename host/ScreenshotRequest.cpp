@@ -7,6 +7,7 @@
 #include <utility>
 #include <variant>
 
+#include "linux/detail/FileTree.h"
 #include "linux/detail/ScreenshotPortal.h"
 #include "platform/NSFileManager.h"
 #include "platform/detail/Translation.h"
@@ -20,10 +21,20 @@ std::string taken() {
   return std::get<std::string>(std::move(picture));
 }
 
+std::unique_ptr<const FetchFolder> folderIn(const std::string& parent) {
+  try {
+    return std::make_unique<const FetchFolder>(parent);
+  } catch (const FileFailure& failure) {
+    throw std::runtime_error(translated("there is no folder to fetch it into: {0}",
+                                        failure.error().localizedDescription));
+  }
+}
+
 }  // namespace
 
-ScreenshotRequest::ScreenshotRequest(const std::string& parent) : taken_(taken()), folder_(parent) {
-  const std::string copy = folder_.path() + "/" + screenshotName(std::time(nullptr), taken_);
+ScreenshotRequest::ScreenshotRequest(const std::string& parent)
+    : taken_(taken()), folder_(folderIn(parent)) {
+  const std::string copy = folder_->path() + "/" + screenshotName(std::time(nullptr), taken_);
   std::optional<NSError> error;
   if (!NSFileManager::defaultManager()->copyItemAtPath(taken_, copy, error)) {
     throw std::runtime_error(translated("the picture of the screen cannot be read: {0}",

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <ctime>
+#include <memory>
 #include <string>
 
 #include "host/ShareRequest.h"
@@ -13,7 +14,8 @@ namespace korvane {
 class ScreenshotRequest {
  public:
   /// Waits as long as the person takes. The copy lies in a private folder in `parent`, an absolute
-  /// path. Throws std::runtime_error, one line for people, where there is no picture.
+  /// path. Throws std::runtime_error, one line for people, where there is no picture or no
+  /// place for the copy.
   explicit ScreenshotRequest(const std::string& parent);
 
   /// One item with the file.
@@ -21,7 +23,7 @@ class ScreenshotRequest {
 
  private:
   const std::string taken_;  // the desktop's file
-  const FetchFolder folder_;
+  const std::unique_ptr<const FetchFolder> folder_;
   ShareRequest request_;
 };
 

@@ -86,5 +86,15 @@ TEST_F(Screenshot, FileMayBeGone) {
   EXPECT_THAT(finished.errors, HasSubstr("the picture of the screen cannot be read"));
 }
 
+TEST_F(Screenshot, TheCopyMayHaveNoPlace) {
+  ScreenshotBackend backend(Person::takes,
+                            "file://" + desktop.folder.string() + "/From%20the%20desktop.png");
+  writeFile(desktop.folder / "file", "no folder");
+  desktop.set("XDG_DATA_HOME", desktop.folder / "file/data");
+  const Finished finished = share();
+  EXPECT_EQ(finished.status, 1);
+  EXPECT_THAT(finished.errors, HasSubstr("there is no folder to fetch it into: "));
+}
+
 }  // namespace
 }  // namespace korvane
