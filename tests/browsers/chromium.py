@@ -41,6 +41,7 @@ class Chromium:
         self.tab_target = self.only_target('tab')
         self.tab = self.attach(self.only_target('page'))
         self.call('Page.enable', self.tab)
+        self.wait_for_menu()
 
     def set_host(self, program, present=True):
         folder = self.profile / 'NativeMessagingHosts'
@@ -99,6 +100,13 @@ class Chromium:
             return None
         return self.attach(wait_for("the extension's worker", running))
 
+    def wait_for_menu(self):
+        """Waits for the extension's menu, which is made when the browser tells the extension that it
+        is installed. What is clicked before goes nowhere, since nobody has asked for it yet."""
+        worker = self.worker()
+        wait_for("the extension's menu", lambda: self.run(
+            worker, 'globalThis.chrome?.contextMenus?.update("share", {}).then(() => true, () => false)'))
+
     def open(self, address):
         self.call('Page.navigate', self.tab, url=address)
         wait_for(address, lambda: self.run(self.tab, 'document.readyState') == 'complete' and
@@ -130,7 +138,8 @@ class Chromium:
         self.run(self.worker(), '''(async () => {
             const [tab] = await chrome.tabs.query({active: true, lastFocusedWindow: true});
             const frames = await chrome.scripting.executeScript(
-                {target: {tabId: tab.id, allFrames: true}, func: () => location.pathname});
+                {target: {tabId: tab.id, allFrames: true}, func: () => location.pathname,
+                 injectImmediately: true});
             const frameId = frames.find((f) => f.result === %s)?.frameId ?? 0;
             chrome.contextMenus.onClicked.dispatch({...%s, pageUrl: tab.url, frameId}, tab);
         })()''' % (json.dumps(frame), json.dumps(info)))
