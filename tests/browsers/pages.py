@@ -29,7 +29,14 @@ PAGES = {
 <p id="p" onclick="alert(1)">Mind <a href="javascript:alert(1)">this</a><script>document.title += "\\ud800"</script>
 <a href="file:///etc/passwd">and that</a><img src="file:///etc/passwd"></p>
 <a id="link" href="file:///etc/passwd">passwords</a>''',
+    '/loading': '''<!DOCTYPE html><title>Loading</title><p id="p">Half a <b>page</b></p>
+<img id="picture" src="/endless.png" width="80" height="80"><iframe src="/endless"></iframe>''',
+    '/endless': '<!DOCTYPE html><title>Endless</title><p>The beginning',
+    '/busy': '''<!DOCTYPE html><title>Busy</title><p>Round and round</p>
+<script>setTimeout(() => { while (performance.now() < 30000); ended = Date.now(); }, 500)</script>''',
 }
+# What is sent of these is only the beginning; the rest never comes.
+ENDLESS = {'/loading', '/endless', '/endless.png'}
 
 
 class Handler(http.server.BaseHTTPRequestHandler):
@@ -38,21 +45,23 @@ class Handler(http.server.BaseHTTPRequestHandler):
         if path == '/secret.png' and 'pass=word' not in self.headers.get('Cookie', ''):
             return self.answer(403, 'text/plain', b'not for you')
         if path.endswith('.png'):
-            return self.answer(200, 'image/png', PICTURE)
+            return self.answer(200, 'image/png', PICTURE, endless=path in ENDLESS)
         if path not in PAGES:
             return self.answer(404, 'text/plain', b'not here')
         page = PAGES[path].replace('OTHER', str(self.server.other))
         extra = {'Set-Cookie': 'pass=word; SameSite=Strict; HttpOnly'} if path == '/secret' else {}
-        self.answer(200, 'text/html; charset=utf-8', page.encode(), extra)
+        self.answer(200, 'text/html; charset=utf-8', page.encode(), extra, path in ENDLESS)
 
-    def answer(self, status, kind, body, extra=None):
+    def answer(self, status, kind, body, extra=None, endless=False):
         self.send_response(status)
         # A picture of one origin is not another's to read.
-        for name, value in {'Content-Type': kind, 'Content-Length': str(len(body)),
+        for name, value in {'Content-Type': kind, 'Content-Length': str(len(body) + endless),
                             'Cache-Control': 'no-store', **(extra or {})}.items():
             self.send_header(name, value)
         self.end_headers()
         self.wfile.write(body)
+        while endless:
+            threading.Event().wait()
 
     def log_message(self, *arguments):
         pass

@@ -7,12 +7,29 @@ const api = globalThis.browser ?? globalThis.chrome;
 // A browser ends the host when a message is longer than 64 MiB; the rest is for the JSON around.
 const MAX_MESSAGE = 60 * 1024 * 1024;
 const MAX_PICTURE = 44 * 1024 * 1024;
+// How long a page may take to answer, in milliseconds: longer than a picture takes (page.js).
+const LONGEST_WAIT = 20000;
 
-/** Calls a function in frames of a tab; [] where the page lets nobody in. */
-async function callInPage(target, func, ...args) {
+// One share is {tab, info, notes}: what the browser tells of the click (info is absent for the
+// button), and the names of the texts that tell the person what could not be shared.
+
+/**
+ * Calls a function in the frame of a tab that was clicked, or in all of them; [] where the page lets
+ * nobody in or, which is noted, does not answer: a page whose own script never ends cannot keep a
+ * share waiting. A page that is loading is not waited for, since one of its frames may never end.
+ */
+async function callInPage({tab, info, notes}, func, ...args) {
+  const target = info?.frameId === undefined ? {tabId: tab.id, allFrames: true}
+                                             : {tabId: tab.id, frameIds: [info.frameId]};
+  const tooLong = new Promise((resolve) => setTimeout(resolve, LONGEST_WAIT, null));
   for (let attempt = 0; ; ++attempt) {
     try {
-      const results = await api.scripting.executeScript({target, func, args});
+      const results = await Promise.race(
+        [api.scripting.executeScript({target, func, args, injectImmediately: true}), tooLong]);
+      if (!results) {
+        notes.add('pageSilent');
+        return [];
+      }
       return results.map((result) => result.result).filter((result) => result != null);
     } catch {
       // The permission that a click gives may come a moment after the click.
@@ -22,20 +39,14 @@ async function callInPage(target, func, ...args) {
   }
 }
 
-/** Where in a tab to look: the frame that was clicked, or all of them. */
-function frames(tab, info) {
-  return info?.frameId === undefined ? {tabId: tab.id, allFrames: true}
-                                     : {tabId: tab.id, frameIds: [info.frameId]};
-}
-
-async function selectionOf(tab, info) {
-  const found = await callInPage(frames(tab, info), readSelection);
+async function selectionOf(click) {
+  const found = await callInPage(click, readSelection);
   const selection = found.find((one) => one.focused) ?? found[0];
   if (selection) return {html: selection.html, text: selection.text};
-  return info?.selectionText ? {text: info.selectionText} : {};
+  return click.info?.selectionText ? {text: click.info.selectionText} : {};
 }
 
-function pageOf(tab, info) {
+function pageOf({tab, info}) {
   const page = {};
   if (tab?.title) page.title = tab.title;
   const address = tab?.url || info?.pageUrl;
@@ -44,57 +55,57 @@ function pageOf(tab, info) {
 }
 
 /** The picture's bytes beside the page's address; its own address where the bytes cannot be had. */
-async function pictureOf(tab, info) {
-  const page = pageOf(tab, info);
-  const inPage = await callInPage(frames(tab, info), readPicture, info.srcUrl, MAX_PICTURE);
-  const imageData = inPage[0] ?? await readPicture(info.srcUrl, MAX_PICTURE);
+async function pictureOf(click) {
+  const page = pageOf(click);
+  const address = click.info.srcUrl;
+  const inPage = await callInPage(click, readPicture, address, MAX_PICTURE);
+  const imageData = inPage[0] ?? await readPicture(address, MAX_PICTURE);
   if (imageData) return {...page, imageData};
-  return {...page, url: info.srcUrl, ...(page.url ? {text: page.url} : {})};
+  return {...page, url: address, ...(page.url ? {text: page.url} : {})};
 }
 
-async function linkOf(tab, info) {
-  const [link] = await callInPage(frames(tab, info), readLink, info.linkUrl);
-  if (link?.insideSelection) return {...pageOf(tab, info), ...await selectionOf(tab, info)};
-  return {title: link?.text || info.linkText || info.linkUrl, url: info.linkUrl};
+async function linkOf(click) {
+  const {linkText, linkUrl} = click.info;
+  const [link] = await callInPage(click, readLink, linkUrl);
+  if (link?.insideSelection) return {...pageOf(click), ...await selectionOf(click)};
+  return {title: link?.text || linkText || linkUrl, url: linkUrl};
 }
 
-async function messageOf(tab, info) {
-  if (info?.mediaType === 'image' && info.srcUrl) return pictureOf(tab, info);
-  if (info?.linkUrl) return linkOf(tab, info);
-  return {...pageOf(tab, info), ...await selectionOf(tab, info)};
+async function messageOf(click) {
+  if (click.info?.mediaType === 'image' && click.info.srcUrl) return pictureOf(click);
+  if (click.info?.linkUrl) return linkOf(click);
+  return {...pageOf(click), ...await selectionOf(click)};
 }
 
-/** Leaves out what makes a message longer than a browser passes on, and names it. */
-function shortened(message) {
+/** Leaves out what makes a message longer than a browser passes on; the HTML has its text beside. */
+function shorten(message, notes) {
   const size = () => new TextEncoder().encode(JSON.stringify(message)).length;
-  const leftOut = [];
   for (const key of ['html', 'text', 'imageData']) {
     if (size() <= MAX_MESSAGE) break;
     if (!(key in message)) continue;
     delete message[key];
-    leftOut.push(key);
+    if (key !== 'html' || !('text' in message)) notes.add('tooLarge');
   }
-  return leftOut;
 }
 
 const text = (name, ...substitutions) => api.i18n.getMessage(name, substitutions);
 const NAME = text('name') + LABEL;
 
-/** The line for the person, or '' where all went well. */
-function lineOf(outcome, leftOut) {
+/** The lines for the person, or '' where all went well. */
+function linesOf(outcome, notes) {
   const lines = [];
   if (outcome.status !== 'opened') lines.push(outcome.reason || text('notSent'));
   for (const {item, reason} of outcome.missing ?? []) lines.push(item ? `${item}: ${reason}` : reason);
-  if (leftOut.length > 0 && !(leftOut.length === 1 && leftOut[0] === 'html')) lines.push(text('tooLarge'));
+  for (const note of notes) lines.push(text(note));
   return lines.join('\n');
 }
 
-async function show(tab, badge, line) {
+async function show(tab, badge, lines) {
   const where = tab?.id === undefined ? {} : {tabId: tab.id};
   try {
     await api.action.setBadgeBackgroundColor({color: '#c01c28', ...where});
     await api.action.setBadgeText({text: badge, ...where});
-    await api.action.setTitle({title: line ? `${NAME}\n${line}` : NAME, ...where});
+    await api.action.setTitle({title: lines ? `${NAME}\n${lines}` : NAME, ...where});
   } catch {
     // The tab is gone, and nobody looks at its button.
   }
@@ -111,12 +122,13 @@ async function ask(message) {
 
 async function share(tab, info) {
   await show(tab, '…', '');
-  const message = await messageOf(tab, info);
+  const notes = new Set();
+  const message = await messageOf({tab, info, notes});
   // Half a character, which a page's script can make, is not text anywhere else.
   for (const key of Object.keys(message)) message[key] = message[key].toWellFormed();
-  const leftOut = shortened(message);
-  const line = lineOf(await ask(message), leftOut);
-  await show(tab, line ? '!' : '', line);
+  shorten(message, notes);
+  const lines = linesOf(await ask(message), notes);
+  await show(tab, lines ? '!' : '', lines);
 }
 
 async function makeMenu() {

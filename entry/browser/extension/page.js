@@ -59,10 +59,13 @@ export function readLink(address) {
   return {text: text.replace(/\s+/g, ' '), insideSelection};
 }
 
-/** The bytes of a picture as base64, or null where it cannot be had, is none or is too large. */
+/**
+ * The bytes of a picture as base64, or null where it cannot be had in eight seconds, is none or is
+ * too large.
+ */
 export async function readPicture(address, maxBytes) {
   try {
-    const response = await fetch(address, {cache: 'force-cache'});
+    const response = await fetch(address, {cache: 'force-cache', signal: AbortSignal.timeout(8000)});
     if (!response.ok) return null;
     const blob = await response.blob();
     if (blob.size === 0 || blob.size > maxBytes) return null;
