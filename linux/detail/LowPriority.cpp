@@ -1,6 +1,5 @@
 #include "linux/detail/LowPriority.h"
 
-#include <linux/ioprio.h>
 #include <sys/resource.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -12,7 +11,6 @@ namespace korvane {
 namespace {
 
 constexpr int kNice = 5;
-constexpr long kLowestBestEffort = 7;
 
 }  // namespace
 
@@ -21,10 +19,9 @@ void lowerThreadPriority() {
   errno = 0;
   const int nice = ::getpriority(PRIO_PROCESS, 0);
   if (errno == 0 && nice < kNice) (void)::setpriority(PRIO_PROCESS, 0, kNice);
-  const long disk = ::syscall(SYS_ioprio_get, IOPRIO_WHO_PROCESS, 0);
-  if (disk >= 0 && IOPRIO_PRIO_CLASS(disk) != IOPRIO_CLASS_IDLE) {
-    (void)::syscall(SYS_ioprio_set, IOPRIO_WHO_PROCESS, 0,
-                    IOPRIO_PRIO_VALUE(IOPRIO_CLASS_BE, kLowestBestEffort));
+  const long disk = ::syscall(SYS_ioprio_get, DiskPriority::kWhoProcess, 0);
+  if (disk >= 0 && DiskPriority::classOf(disk) != DiskPriority::kIdle) {
+    (void)::syscall(SYS_ioprio_set, DiskPriority::kWhoProcess, 0, DiskPriority::kLowestBestEffort);
   }
 }
 

@@ -1,7 +1,6 @@
 #include "linux/detail/LowPriority.h"
 
 #include <gtest/gtest.h>
-#include <linux/ioprio.h>
 #include <sys/resource.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -18,13 +17,15 @@ namespace {
 
 struct Priority {
   int nice = ::getpriority(PRIO_PROCESS, 0);
-  long disk = ::syscall(SYS_ioprio_get, IOPRIO_WHO_PROCESS, 0);
+  long disk = ::syscall(SYS_ioprio_get, DiskPriority::kWhoProcess, 0);
   friend bool operator==(const Priority&, const Priority&) = default;
 };
 
-constexpr long kLowest = IOPRIO_PRIO_VALUE(IOPRIO_CLASS_BE, 7);
+constexpr long kLowest = 2 << 13 | 7;  // of the eight levels of best effort
 
-bool setDisk(long value) { return ::syscall(SYS_ioprio_set, IOPRIO_WHO_PROCESS, 0, value) == 0; }
+bool setDisk(long value) {
+  return ::syscall(SYS_ioprio_set, DiskPriority::kWhoProcess, 0, value) == 0;
+}
 
 TEST(LowPriority, LowersTheCallingThreadAlone) {
   const Priority before;
@@ -40,11 +41,11 @@ TEST(LowPriority, LowersTheCallingThreadAlone) {
 
 TEST(LowPriority, RaisesNothing) {
   EXPECT_EQ(testing::inChild([] {
-              const long idle = IOPRIO_PRIO_VALUE(IOPRIO_CLASS_IDLE, 0);
+              const long idle = DiskPriority::kIdle << 13;
               if (::setpriority(PRIO_PROCESS, 0, 19) != 0 || !setDisk(idle)) return false;
               lowerThreadPriority();
               const Priority now;
-              return now.nice == 19 && IOPRIO_PRIO_CLASS(now.disk) == IOPRIO_CLASS_IDLE;
+              return now.nice == 19 && DiskPriority::classOf(now.disk) == DiskPriority::kIdle;
             }),
             0);
 }
