@@ -1,9 +1,7 @@
 #include "compose/StagedFiles.h"
 
 #include <fcntl.h>
-#include <linux/openat2.h>
 #include <sys/stat.h>
-#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -17,6 +15,7 @@
 #include "linux/detail/ContainerRoot.h"
 #include "linux/detail/FileCopy.h"
 #include "linux/detail/FileDescriptor.h"
+#include "linux/detail/OpenWithoutLinks.h"
 #include "platform/NSFileCoordinator.h"
 #include "platform/NSString.h"
 #include "platform/detail/Translation.h"
@@ -44,16 +43,6 @@ std::string reasonOf(int code) {
   }
 }
 
-/// Opens what a relative path leads to from the folder on, without leaving the folder and without
-/// a link on the way. -1 and errno where that fails.
-FileDescriptor openBeneath(int folder, const std::string& path, std::uint64_t flags) {
-  open_how how = {};
-  how.flags = flags | O_CLOEXEC;
-  how.resolve = RESOLVE_BENEATH | RESOLVE_NO_SYMLINKS | RESOLVE_NO_MAGICLINKS;
-  return FileDescriptor(
-      static_cast<int>(::syscall(SYS_openat2, folder, path.c_str(), &how, sizeof how)));
-}
-
 /// The staging folder's path below the container: "SharedData/Share".
 std::optional<std::string> stagingName(const ContainerRoot& container) {
   const auto data = ExtensionUtilities::GroupDataPath();
@@ -68,7 +57,7 @@ class Taking {
 
   /// Takes the item of the staging folder that has the relative path.
   void take(int staging, const std::string& relative, const std::string& path) {
-    const FileDescriptor found = openBeneath(staging, relative, O_PATH);
+    const FileDescriptor found = openWithoutLinks(staging, relative, O_PATH, PathReach::beneath);
     OpenedItem item;
     if (!found || ::fstat(found.get(), &item.status) != 0) return leaveOut(path, reasonOf(errno));
     if (!S_ISREG(item.status.st_mode) && !S_ISDIR(item.status.st_mode)) {
@@ -158,7 +147,8 @@ std::vector<TakenFile> takeStagedFiles(const std::vector<std::string>& paths,
         const FileDescriptor root(
             ::open(container.path()->c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
         const FileDescriptor opened =
-            root ? openBeneath(root.get(), *staging, O_PATH | O_DIRECTORY) : FileDescriptor();
+            root ? openWithoutLinks(root.get(), *staging, O_PATH | O_DIRECTORY, PathReach::beneath)
+                 : FileDescriptor();
         const int code = errno;
         for (const std::string& path : paths) {
           const auto relative = path.starts_with('/') ? container.relativePath(path) : std::nullopt;

@@ -1,9 +1,6 @@
 #include "host/MessageRun.h"
 
 #include <fcntl.h>
-#include <linux/openat2.h>
-#include <sys/syscall.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -16,6 +13,7 @@
 #include "extension/ConstVars.h"
 #include "extension/ExtensionUtilities.h"
 #include "linux/detail/FileDescriptor.h"
+#include "linux/detail/OpenWithoutLinks.h"
 #include "model/ExtensionMessage.h"
 #include "platform/detail/Translation.h"
 
@@ -24,7 +22,7 @@ namespace {
 
 /// Opens what an absolute path leads to, for nothing but to be opened again. Without a descriptor
 /// `why` is the reason.
-FileDescriptor openWithoutLinks(const std::string& path, std::string& why) {
+FileDescriptor openAttachment(const std::string& path, std::string& why) {
   if (!path.starts_with('/')) {
     // What GLib says where it has no text for a path.
     why = path == "[Invalid UTF-8]"
@@ -32,11 +30,7 @@ FileDescriptor openWithoutLinks(const std::string& path, std::string& why) {
               : translated("it is not an absolute path");
     return {};
   }
-  open_how how = {};
-  how.flags = O_PATH | O_CLOEXEC;
-  how.resolve = RESOLVE_NO_SYMLINKS;
-  FileDescriptor file(
-      static_cast<int>(::syscall(SYS_openat2, AT_FDCWD, path.c_str(), &how, sizeof how)));
+  FileDescriptor file = openWithoutLinks(AT_FDCWD, path, O_PATH);
   if (!file) why = errno == ELOOP ? translated("it is behind a link") : std::strerror(errno);
   return file;
 }
@@ -66,7 +60,7 @@ class Attachments {
   Attachments(const std::vector<std::string>& paths, RunWatch& run) {
     for (const std::string& path : paths) {
       std::string why;
-      FileDescriptor file = openWithoutLinks(path, why);
+      FileDescriptor file = openAttachment(path, why);
       if (!file) {
         run.miss(path, why);
         continue;

@@ -1,15 +1,14 @@
 #include "linux/detail/FilePlace.h"
 
 #include <fcntl.h>
-#include <linux/openat2.h>
 #include <sys/stat.h>
-#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <utility>
 #include <vector>
 
+#include "linux/detail/OpenWithoutLinks.h"
 #include "platform/detail/Translation.h"
 
 namespace korvane {
@@ -21,16 +20,6 @@ FileDescriptor holdFolder(const std::string& path) {
   FileDescriptor folder(::open(path.c_str(), kHoldFolder));
   if (!folder) throw FileFailure{errno, path};
   return folder;
-}
-
-/// Opens a folder of the container in one step. Nothing where that fails, be it because a link is
-/// on the way, perhaps above the container, or because the kernel cannot: walking there tells more.
-FileDescriptor holdFolderWithoutLinks(const std::string& path) {
-  open_how how = {};
-  how.flags = kHoldFolder;
-  how.resolve = RESOLVE_NO_SYMLINKS;
-  return FileDescriptor(
-      static_cast<int>(::syscall(SYS_openat2, AT_FDCWD, path.c_str(), &how, sizeof how)));
 }
 
 bool isLink(int folder, const std::string& name) {
@@ -71,7 +60,9 @@ FilePlace locate(const ContainerRoot& container, std::string_view path) {
     std::string reached = *container.path();
     std::string folder = reached;
     for (const std::string& component : components) folder += "/" + component;
-    place.folder = holdFolderWithoutLinks(folder);
+    // In one step. Where that fails, be it because a link is on the way, perhaps above the
+    // container, or because the kernel cannot, walking there tells more.
+    place.folder = openWithoutLinks(AT_FDCWD, folder, kHoldFolder);
     if (place.folder) return place;
     place.folder = holdFolder(reached);
     for (const std::string& component : components) {
