@@ -1,20 +1,22 @@
 #include "host/DesktopPortal.h"
 
 #include <gio/gio.h>
-#include <unistd.h>
 
 #include <charconv>
+#include <chrono>
 #include <memory>
 #include <string_view>
 #include <vector>
 
 #include "linux/detail/GLibPointer.h"
+#include "linux/detail/ProgramOutput.h"
 #include "text/ASCII.h"
 
 namespace korvane {
 namespace {
 
 constexpr const char* kService = "dbus-1/services/org.freedesktop.portal.Desktop.service";
+constexpr std::chrono::seconds kPatience{10};
 
 /// The command line by which the bus starts the portal; nothing where none is installed.
 GPointer<char> portalCommand() {
@@ -41,22 +43,11 @@ std::optional<std::string> desktopPortalVersion() {
   int count = 0;
   char** words = nullptr;
   if (!command || !g_shell_parse_argv(command.get(), &count, &words, nullptr)) return std::nullopt;
-  const GPointer<char> program(g_strdup(words[0]));
+  const std::string program = words[0];
   g_strfreev(words);
-
-  std::string option = "--version";
-  char* arguments[] = {program.get(), option.data(), nullptr};
-  constexpr unsigned kSeconds = 10;
-  char* said = nullptr;
-  // An alarm stays set when the program takes the process over, and ends it.
-  const auto limit = [](gpointer) { ::alarm(kSeconds); };
-  const auto flags = static_cast<GSpawnFlags>(G_SPAWN_STDERR_TO_DEV_NULL);
-  if (!g_spawn_sync(nullptr, arguments, nullptr, flags, limit, nullptr, &said, nullptr, nullptr,
-                    nullptr)) {
-    return std::nullopt;
-  }
-  const GPointer<char> output(said);
-  const std::string_view text = output.get();
+  const auto told = outputOfProgram({program, "--version"}, kPatience);
+  if (!told) return std::nullopt;
+  const std::string_view text = told->output;
   const std::size_t begin = text.find_first_of("0123456789");
   if (begin == std::string_view::npos) return std::nullopt;
   const std::size_t end = text.find_first_not_of("0123456789.", begin);

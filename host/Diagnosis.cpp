@@ -13,11 +13,9 @@
 #include <chrono>
 #include <cstdint>
 #include <filesystem>
-#include <future>
 #include <memory>
 #include <set>
 #include <sstream>
-#include <thread>
 #include <utility>
 
 #include "extension/ExtensionUtilities.h"
@@ -27,6 +25,8 @@
 #include "linux/detail/GLibPointer.h"
 #include "linux/detail/ImageDecoder.h"
 #include "linux/detail/MessageCatalogue.h"
+#include "linux/detail/ProgramOutput.h"
+#include "linux/detail/SessionBus.h"
 #include "platform/NSBundle.h"
 #include "platform/NSWorkspace.h"
 #include "platform/Platform.h"
@@ -38,7 +38,7 @@ namespace {
 namespace fs = std::filesystem;
 
 /// What another program or the session bus is given to answer.
-constexpr std::chrono::seconds kPatience{5};
+constexpr std::chrono::milliseconds kPatience{5'000};
 
 /// Takes down which application is asked, and opens nothing.
 class AskedWorkspace : public NSWorkspace {
@@ -49,46 +49,6 @@ class AskedWorkspace : public NSWorkspace {
   }
   std::string asked;
 };
-
-/// What the function gives; what a T is without an answer where it takes too long. Its thread is
-/// left alone then, so the function holds nothing of its caller's.
-template <class Function>
-auto within(Function function) -> decltype(function()) {
-  using Result = decltype(function());
-  auto task = std::make_shared<std::packaged_task<Result()>>(std::move(function));
-  auto result = task->get_future();
-  std::thread([task] { (*task)(); }).detach();
-  if (result.wait_for(kPatience) != std::future_status::ready) return Result{};
-  return result.get();
-}
-
-struct ProgramOutput {
-  bool succeeded = false;
-  std::string output;
-  std::string errors;
-};
-
-ProgramOutput outputOfProgram(const std::vector<std::string>& arguments) {
-  return within([arguments] {
-    std::vector<char*> argv;
-    argv.reserve(arguments.size() + 1);
-    for (const std::string& argument : arguments) {
-      argv.push_back(const_cast<char*>(argument.c_str()));
-    }
-    argv.push_back(nullptr);
-    char* output = nullptr;
-    char* errors = nullptr;
-    int status = 0;
-    ProgramOutput result;
-    if (g_spawn_sync(nullptr, argv.data(), nullptr, G_SPAWN_SEARCH_PATH, nullptr, nullptr, &output,
-                     &errors, &status, nullptr) == FALSE) {
-      return result;
-    }
-    const GPointer<char> output_(output), errors_(errors);
-    result = {status == 0, output, errors};
-    return result;
-  });
-}
 
 Diagnosis::Container containerAt(const std::optional<std::string>& path, std::string_view home) {
   Diagnosis::Container container;
@@ -122,32 +82,25 @@ struct BusNames {
 };
 
 BusNames busNames() {
-  return within([] {
-    BusNames names;
-    const GPointer<char> address(
-        g_dbus_address_get_for_bus_sync(G_BUS_TYPE_SESSION, nullptr, nullptr));
-    if (!address) return names;
-    const GObjectPointer<GDBusConnection> bus(g_dbus_connection_new_for_address_sync(
-        address.get(),
-        static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
-                                          G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
-        nullptr, nullptr, nullptr));
-    if (!bus) return names;
-    names.isThere = true;
-    for (const auto& [method, into] : {std::pair{"ListNames", &names.owned},
-                                       std::pair{"ListActivatableNames", &names.startable}}) {
-      const GPointer<GVariant> answer(g_dbus_connection_call_sync(
-          bus.get(), "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
-          method, nullptr, G_VARIANT_TYPE("(as)"), G_DBUS_CALL_FLAGS_NONE, -1, nullptr, nullptr));
-      if (!answer) continue;
-      GVariantIter* list = nullptr;
-      g_variant_get(answer.get(), "(as)", &list);
-      const char* name = nullptr;
-      while (g_variant_iter_next(list, "&s", &name)) into->insert(name);
-      g_variant_iter_free(list);
-    }
-    return names;
-  });
+  BusNames names;
+  GErrorSlot error;
+  const auto bus = connectToSessionBus(kPatience, error);
+  if (!bus) return names;
+  names.isThere = true;
+  for (const auto& [method, into] : {std::pair{"ListNames", &names.owned},
+                                     std::pair{"ListActivatableNames", &names.startable}}) {
+    const GPointer<GVariant> answer(g_dbus_connection_call_sync(
+        bus.get(), "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", method,
+        nullptr, G_VARIANT_TYPE("(as)"), G_DBUS_CALL_FLAGS_NONE,
+        static_cast<int>(kPatience.count()), nullptr, nullptr));
+    if (!answer) continue;
+    GVariantIter* list = nullptr;
+    g_variant_get(answer.get(), "(as)", &list);
+    const char* name = nullptr;
+    while (g_variant_iter_next(list, "&s", &name)) into->insert(name);
+    g_variant_iter_free(list);
+  }
+  return names;
 }
 
 std::string firstLine(std::string text) {
@@ -172,7 +125,8 @@ Diagnosis::Client clientOf(const std::string& application, const BusNames& bus,
   client.entry = withoutHome(g_desktop_app_info_get_filename(entry.get()), home);
   const char* executable = g_app_info_get_executable(G_APP_INFO(entry.get()));
   if (!executable || fs::path(executable).filename() != ownName("korvane-compose")) return client;
-  const ProgramOutput told = outputOfProgram({executable, "--which"});
+  const ProgramOutput told =
+      outputOfProgram({executable, "--which"}, kPatience).value_or(ProgramOutput());
   if (told.succeeded) {
     client.mailProgram = firstLine(told.output);
   } else {
@@ -247,7 +201,9 @@ std::vector<Diagnosis::Entry> entriesFor(const std::string& extension, std::stri
 
 std::vector<std::string> pictureFormats() {
   std::istringstream told(
-      outputOfProgram({ImageDecoder::installedProgram(), "formats", "0"}).output);
+      outputOfProgram({ImageDecoder::installedProgram(), "formats", "0"}, kPatience)
+          .value_or(ProgramOutput())
+          .output);
   std::vector<std::string> formats;
   for (std::string line; std::getline(told, line);) formats.push_back(line);
   std::ranges::sort(formats);

@@ -1,16 +1,13 @@
 #include "linux/detail/Clipboard.h"
 
-#include <gio/gio.h>
-#include <gio/gunixinputstream.h>
-
 #include <algorithm>
-#include <array>
 #include <chrono>
 #include <cstdlib>
 #include <string_view>
 #include <utility>
 
 #include "linux/detail/GLibPointer.h"
+#include "linux/detail/ProgramOutput.h"
 #include "platform/detail/Translation.h"
 
 namespace korvane {
@@ -32,41 +29,12 @@ bool isInstalled(const char* program) {
   return GPointer<char>(g_find_program_in_path(program)) != nullptr;
 }
 
-/// What a program writes to standard output. Nothing where it fails, writes more than `maxSize` or
-/// takes longer than `maxTime`; it is ended then.
+/// What a program that succeeds writes to standard output.
 std::optional<std::string> outputOf(const Command& command, std::size_t maxSize,
                                     Milliseconds maxTime) {
-  std::vector<const char*> arguments;
-  for (const std::string& argument : command) arguments.push_back(argument.c_str());
-  arguments.push_back(nullptr);
-  const GObjectPointer<GSubprocess> process(
-      g_subprocess_newv(arguments.data(),
-                        static_cast<GSubprocessFlags>(G_SUBPROCESS_FLAGS_STDOUT_PIPE |
-                                                      G_SUBPROCESS_FLAGS_STDERR_SILENCE),
-                        nullptr));
-  if (!process) return std::nullopt;
-
-  GInputStream* stream = g_subprocess_get_stdout_pipe(process.get());
-  auto* pollable = G_POLLABLE_INPUT_STREAM(stream);
-  const auto end = std::chrono::steady_clock::now() + maxTime;
-  std::string output;
-  bool isComplete = false;
-  std::array<char, std::size_t{64} << 10> piece{};
-  while (output.size() <= maxSize) {
-    const auto left =
-        std::chrono::duration_cast<Milliseconds>(end - std::chrono::steady_clock::now());
-    GPollFD poll{g_unix_input_stream_get_fd(G_UNIX_INPUT_STREAM(stream)), G_IO_IN, 0};
-    if (left.count() <= 0 || g_poll(&poll, 1, static_cast<gint>(left.count())) <= 0) break;
-    const gssize got = g_pollable_input_stream_read_nonblocking(pollable, piece.data(),
-                                                                piece.size(), nullptr, nullptr);
-    if (got == 0) isComplete = true;
-    if (got <= 0) break;
-    output.append(piece.data(), static_cast<std::size_t>(got));
-  }
-  if (!isComplete) g_subprocess_force_exit(process.get());
-  g_subprocess_wait(process.get(), nullptr, nullptr);
-  if (!isComplete || !g_subprocess_get_successful(process.get())) return std::nullopt;
-  return output;
+  auto told = outputOfProgram(command, maxTime, maxSize);
+  if (!told || !told->succeeded) return std::nullopt;
+  return std::move(told->output);
 }
 
 /// A clipboard behind a program: `list` writes the types line by line, `paste` with the type behind

@@ -24,6 +24,7 @@
 #include "formats/images/DecodedPicture.h"
 #include "formats/images/ImageFormat.h"
 #include "linux/detail/FileDescriptor.h"
+#include "linux/detail/Process.h"
 #include "platform/detail/Translation.h"
 
 namespace korvane {
@@ -97,40 +98,6 @@ class SpawnPlan {
  private:
   posix_spawn_file_actions_t files_{};
   posix_spawnattr_t attributes_{};
-};
-
-// A started process; killed, if it still runs, and collected when this goes.
-class Process {
- public:
-  explicit Process(pid_t process)
-      : process_(process), watch_(static_cast<int>(syscall(SYS_pidfd_open, process, 0))) {}
-  ~Process() {
-    if (ended_) return;
-    kill(process_, SIGKILL);
-    status();
-  }
-  Process(const Process&) = delete;
-  Process& operator=(const Process&) = delete;
-
-  // Readable once the process has ended.
-  int watch() const { return watch_.get(); }
-
-  // Waits for the end. Nothing where somebody else collected the process.
-  std::optional<int> status() {
-    int status = 0;
-    pid_t collected = 0;
-    do {
-      collected = waitpid(process_, &status, 0);
-    } while (collected < 0 && errno == EINTR);
-    ended_ = true;
-    if (collected != process_) return std::nullopt;
-    return status;
-  }
-
- private:
-  pid_t process_;
-  FileDescriptor watch_;
-  bool ended_ = false;
 };
 
 // Gives the process the data and waits until it ends. False when the time is over before.

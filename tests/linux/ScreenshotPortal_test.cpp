@@ -2,15 +2,12 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sys/socket.h>
-#include <sys/un.h>
 
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <string>
 
-#include "linux/detail/FileDescriptor.h"
 #include "tests/support/ScreenshotDesktop.h"
 
 namespace korvane {
@@ -91,13 +88,8 @@ TEST_F(ScreenshotPortalTest, NeedsAPortalAndABus) {
 }
 
 TEST_F(ScreenshotPortalTest, ABusThatSaysNothingIsNotWaitedFor) {
-  const std::string path = desktop.folder / "silent";
-  sockaddr_un address{.sun_family = AF_UNIX, .sun_path = {}};
-  path.copy(address.sun_path, sizeof address.sun_path - 1);
-  const FileDescriptor listener(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-  ASSERT_EQ(::bind(listener.get(), reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
-  ASSERT_EQ(::listen(listener.get(), 1), 0);
-  ::setenv("DBUS_SESSION_BUS_ADDRESS", ("unix:path=" + path).c_str(), 1);
+  const testing::SilentBus bus(desktop.folder / "silent");
+  ::setenv("DBUS_SESSION_BUS_ADDRESS", bus.address().c_str(), 1);
   const auto taken = takeScreenshot(std::chrono::milliseconds(20));
   ASSERT_TRUE(std::holds_alternative<NoScreenshot>(taken));
   EXPECT_THAT(std::get<NoScreenshot>(taken).reason, HasSubstr("session bus cannot be reached"));

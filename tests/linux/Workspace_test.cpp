@@ -6,9 +6,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/un.h>
 
 #include <cstdlib>
 #include <iostream>
@@ -250,17 +248,10 @@ TEST_F(WorkspaceTest, AnApplicationThatDoesNotAnswerIsNotWaitedForWithoutEnd) {
 
 TEST_F(WorkspaceTest, ABusThatDoesNotAnswerIsNotWaitedForWithoutEnd) {
   desktop.addEntry(kId, receiver("%U"));
-  const int silent = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  sockaddr_un address{};
-  address.sun_family = AF_UNIX;
-  const std::string path = desktop.folder / "silent-bus";
-  path.copy(address.sun_path, sizeof address.sun_path - 1);
-  ASSERT_EQ(::bind(silent, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
-  ASSERT_EQ(::listen(silent, 5), 0);
-  desktop.set("DBUS_SESSION_BUS_ADDRESS", "unix:path=" + path);
+  const testing::SilentBus bus(desktop.folder / "silent-bus");
+  desktop.set("DBUS_SESSION_BUS_ADDRESS", bus.address());
   desktop.set("NO_PATIENCE", "1");
   const Finished finished = open({kUrl});
-  ::close(silent);
   EXPECT_EQ(finished.output, "0");
   EXPECT_EQ(finished.errors, "the session bus does not answer\n");
 }

@@ -6,7 +6,9 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <spawn.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -114,6 +116,32 @@ struct Finished {
   int status = 0;
   std::string output;
   std::string errors;
+};
+
+/// A session bus that takes connections and says nothing.
+class SilentBus {
+ public:
+  explicit SilentBus(const std::filesystem::path& path)
+      : address_("unix:path=" + path.string()),
+        socket_(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+    sockaddr_un place{.sun_family = AF_UNIX, .sun_path = {}};
+    const std::string text = path;
+    if (text.size() >= sizeof place.sun_path) throw std::runtime_error("a socket's path is long");
+    text.copy(place.sun_path, text.size());
+    if (::bind(socket_, reinterpret_cast<const sockaddr*>(&place), sizeof place) != 0 ||
+        ::listen(socket_, 5) != 0) {
+      throw std::runtime_error("a socket cannot be made at " + text);
+    }
+  }
+  ~SilentBus() { close(socket_); }
+  SilentBus(const SilentBus&) = delete;
+  SilentBus& operator=(const SilentBus&) = delete;
+
+  const std::string& address() const { return address_; }
+
+ private:
+  const std::string address_;
+  const int socket_;
 };
 
 class PrivateDesktop {

@@ -1,0 +1,50 @@
+#pragma once
+
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <optional>
+
+#include "linux/detail/FileDescriptor.h"
+
+namespace korvane {
+
+/// A child process that was started; killed, if it still runs, and collected when this goes.
+class Process {
+ public:
+  explicit Process(pid_t process)
+      : process_(process), watch_(static_cast<int>(syscall(SYS_pidfd_open, process, 0))) {}
+  ~Process() {
+    if (ended_) return;
+    kill(process_, SIGKILL);
+    status();
+  }
+  Process(const Process&) = delete;
+  Process& operator=(const Process&) = delete;
+
+  /// Readable once the process has ended.
+  int watch() const { return watch_.get(); }
+
+  /// Waits for the end; what waitpid tells of it. Nothing where somebody else collected the
+  /// process.
+  std::optional<int> status() {
+    int status = 0;
+    pid_t collected = 0;
+    do {
+      collected = waitpid(process_, &status, 0);
+    } while (collected < 0 && errno == EINTR);
+    ended_ = true;
+    if (collected != process_) return std::nullopt;
+    return status;
+  }
+
+ private:
+  pid_t process_;
+  FileDescriptor watch_;
+  bool ended_ = false;
+};
+
+}  // namespace korvane
