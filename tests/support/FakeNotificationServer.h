@@ -12,10 +12,11 @@
 #include <deque>
 #include <map>
 #include <mutex>
-#include <stdexcept>
 #include <string>
-#include <thread>
+#include <string_view>
 #include <vector>
+
+#include "support/FakeServices.h"
 
 namespace korvane::testing {
 
@@ -43,21 +44,13 @@ class FakeNotificationServer {
 
   explicit FakeNotificationServer(const std::string& busAddress)
       : FakeNotificationServer(busAddress, Options()) {}
-  FakeNotificationServer(const std::string& busAddress, Options options)
-      : options_(std::move(options)), context_(g_main_context_new()) {
-    thread_ = std::thread([this, busAddress] { serve(busAddress); });
-    std::unique_lock lock(mutex_);
-    changed_.wait(lock, [&] { return isReady_; });
-  }
-  ~FakeNotificationServer() {
-    g_main_context_invoke(
-        context_, [](gpointer loop) { return g_main_loop_quit(static_cast<GMainLoop*>(loop)), 0; },
-        loop_);
-    thread_.join();
-    g_main_context_unref(context_);
-  }
-  FakeNotificationServer(const FakeNotificationServer&) = delete;
-  FakeNotificationServer& operator=(const FakeNotificationServer&) = delete;
+  FakeNotificationServer(const std::string& busAddress, const Options& options)
+      : options_(options),
+        services_(busAddress, description(options),
+                  [this](GDBusConnection*, std::string_view method, GVariant* parameters,
+                         GDBusMethodInvocation* invocation) {
+                    answer(std::string(method), parameters, invocation);
+                  }) {}
 
   /// Waits for the next thing that is asked of it.
   Event next() {
@@ -88,17 +81,17 @@ class FakeNotificationServer {
   // What a person does.
   void press(unsigned id, const std::string& key, const std::string& token = {}) {
     if (!token.empty()) {
-      emit("/org/freedesktop/Notifications", "org.freedesktop.Notifications", "ActivationToken",
-           g_variant_new("(us)", id, token.c_str()));
+      services_.emit("/org/freedesktop/Notifications", "org.freedesktop.Notifications",
+                     "ActivationToken", g_variant_new("(us)", id, token.c_str()));
     }
-    emit("/org/freedesktop/Notifications", "org.freedesktop.Notifications", "ActionInvoked",
-         g_variant_new("(us)", id, key.c_str()));
+    services_.emit("/org/freedesktop/Notifications", "org.freedesktop.Notifications",
+                   "ActionInvoked", g_variant_new("(us)", id, key.c_str()));
   }
   void close(unsigned id) {
-    emit("/org/freedesktop/Notifications", "org.freedesktop.Notifications", "NotificationClosed",
-         g_variant_new("(uu)", id, 2U));
+    services_.emit("/org/freedesktop/Notifications", "org.freedesktop.Notifications",
+                   "NotificationClosed", g_variant_new("(uu)", id, 2U));
   }
-  void cancelJob() { emit("/job/1", "org.kde.JobViewV3", "cancelRequested", nullptr); }
+  void cancelJob() { services_.emit("/job/1", "org.kde.JobViewV3", "cancelRequested", nullptr); }
 
  private:
   static constexpr const char* kInterfaces = R"(
@@ -129,54 +122,14 @@ class FakeNotificationServer {
 </interface>
 </node>)";
 
-  void serve(const std::string& busAddress) {
-    g_main_context_push_thread_default(context_);
-    bus_ = g_dbus_connection_new_for_address_sync(
-        busAddress.c_str(),
-        static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
-                                          G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
-        nullptr, nullptr, nullptr);
-    if (!bus_) throw std::runtime_error("no bus for the notification server");
-    GDBusNodeInfo* node = g_dbus_node_info_new_for_xml(kInterfaces, nullptr);
-    const GDBusInterfaceVTable table{&FakeNotificationServer::onCall, nullptr, nullptr, {}};
-    const std::vector<const char*> paths{"/org/freedesktop/Notifications", "/JobViewServer",
-                                         "/job/1", "/org/freedesktop/FileManager1"};
-    for (std::size_t i = 0; i < paths.size(); ++i) {
-      g_dbus_connection_register_object(bus_, paths[i], node->interfaces[i], &table, this, nullptr,
-                                        nullptr);
-    }
-    own("org.freedesktop.Notifications");
-    own("org.freedesktop.FileManager1");
-    if (options_.hasJobViews) own("org.kde.JobViewServer");
-    loop_ = g_main_loop_new(context_, FALSE);
-    {
-      const std::lock_guard lock(mutex_);
-      isReady_ = true;
-      changed_.notify_all();
-    }
-    g_main_loop_run(loop_);
-    g_main_loop_unref(loop_);
-    g_dbus_node_info_unref(node);
-    g_dbus_connection_close_sync(bus_, nullptr, nullptr);
-    g_object_unref(bus_);
-    g_main_context_pop_thread_default(context_);
-  }
-
-  void own(const char* name) {
-    GVariant* reply = g_dbus_connection_call_sync(
-        bus_, "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
-        "RequestName", g_variant_new("(su)", name, 0U), nullptr, G_DBUS_CALL_FLAGS_NONE, -1,
-        nullptr, nullptr);
-    if (reply) g_variant_unref(reply);
-  }
-
-  void emit(const char* path, const char* interface, const char* signal, GVariant* parameters) {
-    g_dbus_connection_emit_signal(bus_, nullptr, path, interface, signal, parameters, nullptr);
-  }
-
-  static void onCall(GDBusConnection*, const char*, const char*, const char*, const char* method,
-                     GVariant* parameters, GDBusMethodInvocation* invocation, gpointer self) {
-    static_cast<FakeNotificationServer*>(self)->answer(method, parameters, invocation);
+  static FakeServices::Description description(const Options& options) {
+    FakeServices::Description all{
+        kInterfaces,
+        {"/org/freedesktop/Notifications", "/JobViewServer", "/job/1",
+         "/org/freedesktop/FileManager1"},
+        {"org.freedesktop.Notifications", "org.freedesktop.FileManager1"}};
+    if (options.hasJobViews) all.names.push_back("org.kde.JobViewServer");
+    return all;
   }
 
   void answer(const std::string& method, GVariant* parameters, GDBusMethodInvocation* invocation) {
@@ -184,7 +137,8 @@ class FakeNotificationServer {
       g_object_unref(invocation);
       return;
     }
-    Event event{.what = method};
+    Event event;
+    event.what = method;
     GVariant* result = nullptr;
     if (method == "GetCapabilities") {
       GVariantBuilder builder;
@@ -231,15 +185,11 @@ class FakeNotificationServer {
   }
 
   const Options options_;
-  GMainContext* const context_;
-  GMainLoop* loop_ = nullptr;
-  GDBusConnection* bus_ = nullptr;
   unsigned last_ = 0;
   std::mutex mutex_;
   std::condition_variable changed_;
   std::deque<Event> events_;
-  bool isReady_ = false;
-  std::thread thread_;
+  FakeServices services_;
 };
 
 }  // namespace korvane::testing
