@@ -154,7 +154,7 @@ ShareOutcome run(const Arguments& arguments, const std::shared_ptr<ShareNotice>&
   });
   // The person's choosing is under none of the share's limits.
   std::optional<ScreenshotRequest> screenshot;
-  if (arguments.screenshot) screenshot.emplace(privateParent());
+  if (arguments.screenshot) screenshot.emplace(privateParent(), *cancellation);
   ShareRequest request = screenshot ? screenshot->request() : requestFromArguments(arguments);
   ShareOutcome outcome = runShare(std::move(request), options);
   notice->end();
@@ -166,11 +166,10 @@ ShareOutcome run(const Arguments& arguments, const std::shared_ptr<ShareNotice>&
 }
 
 /// Shows in a notification what is missing; whoever cancelled knows.
-void notify(const ShareOutcome& outcome, ShareNotice& notice) noexcept {
+void notify(const ShareOutcome& outcome, const Cancellation& cancellation,
+            ShareNotice& notice) noexcept {
   try {
-    if (outcome.status == ShareOutcome::Status::notOpened &&
-        outcome.reason == translated(kCancelled))
-      return;
+    if (cancellation.isCancelled()) return;
     const ShareNotice::Message message = messageOf(outcome);
     if (!message.title.empty()) notice.tell(message);
   } catch (const std::exception&) {  // it stands on standard error
@@ -195,7 +194,7 @@ int share(const Arguments& arguments) {
   notice->end();
   const int status = tell(outcome, arguments);
   if (outcome.busy) removeUnfinishedAttachments();
-  notify(outcome, *notice);
+  notify(outcome, *cancellation, *notice);
   if (outcome.busy) {
     removeUnfinishedAttachments();  // what went on meanwhile
     std::_Exit(status);

@@ -15,9 +15,12 @@
 namespace korvane {
 namespace {
 
-std::string taken() {
+std::string taken(Cancellation& cancellation) {
   auto picture = takeScreenshot();
-  if (auto* none = std::get_if<NoScreenshot>(&picture)) throw std::runtime_error(none->reason);
+  if (auto* none = std::get_if<NoScreenshot>(&picture)) {
+    if (none->isCancelled) cancellation.cancel();
+    throw std::runtime_error(none->reason);
+  }
   return std::get<std::string>(std::move(picture));
 }
 
@@ -32,8 +35,8 @@ std::unique_ptr<const FetchFolder> folderIn(const std::string& parent) {
 
 }  // namespace
 
-ScreenshotRequest::ScreenshotRequest(const std::string& parent)
-    : taken_(taken()), folder_(folderIn(parent)) {
+ScreenshotRequest::ScreenshotRequest(const std::string& parent, Cancellation& cancellation)
+    : taken_(taken(cancellation)), folder_(folderIn(parent)) {
   const std::string copy = folder_->path() + "/" + screenshotName(std::time(nullptr), taken_);
   std::optional<NSError> error;
   if (!NSFileManager::defaultManager()->copyItemAtPath(taken_, copy, error)) {

@@ -4,6 +4,7 @@
 #include <memory>
 #include <string>
 
+#include "host/Cancellation.h"
 #include "host/ShareRequest.h"
 #include "linux/detail/FetchFolder.h"
 
@@ -15,8 +16,8 @@ class ScreenshotRequest {
  public:
   /// Waits as long as the person takes. The copy lies in a private folder in `parent`, an absolute
   /// path. Throws std::runtime_error, one line for people, where there is no picture or no
-  /// place for the copy.
-  explicit ScreenshotRequest(const std::string& parent);
+  /// place for the copy; `cancellation` is cancelled then if the person wanted none.
+  ScreenshotRequest(const std::string& parent, Cancellation& cancellation);
 
   /// One item with the file.
   const ShareRequest& request() const { return request_; }

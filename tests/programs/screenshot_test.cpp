@@ -7,6 +7,7 @@
 
 #include "linux/detail/UnfinishedNames.h"
 #include "model/ExtensionMessage.h"
+#include "tests/support/FakeNotificationServer.h"
 #include "tests/support/ScreenshotDesktop.h"
 
 #include "support/Places.h"
@@ -36,8 +37,8 @@ class Screenshot : public ::testing::Test {
     desktop.startPortal();
   }
 
-  Finished share() const {
-    return desktop.run({KORVANE_BINARY_DIR "/bin/korvane-share", "--json", "--screenshot"});
+  Finished share(const std::string& option = "--json") const {
+    return desktop.run({KORVANE_BINARY_DIR "/bin/korvane-share", "--json", "--screenshot", option});
   }
 
   ScreenshotDesktop desktop;
@@ -69,14 +70,24 @@ TEST_F(Screenshot, IsSharedAsAFile) {
   }
 }
 
+// Whoever declined knows it: no notification says so.
 TEST_F(Screenshot, MayBeDeclined) {
   ScreenshotBackend backend(Person::declines, "");
-  const Finished finished = share();
+  testing::FakeNotificationServer notifications(desktop.variable("DBUS_SESSION_BUS_ADDRESS"));
+  const Finished finished = share("--notify");
   EXPECT_EQ(finished.status, 1);
   EXPECT_EQ(finished.errors,
             "korvane-share: not handed over: no picture of the screen was taken\n");
   EXPECT_THAT(finished.output, HasSubstr("\"notOpened\""));
   EXPECT_FALSE(fs::exists(received));
+  EXPECT_TRUE(notifications.isQuiet());
+}
+
+TEST_F(Screenshot, WhyThereIsNoneStandsInANotification) {
+  ScreenshotBackend backend(Person::meetsAnError, "");
+  testing::FakeNotificationServer notifications(desktop.variable("DBUS_SESSION_BUS_ADDRESS"));
+  EXPECT_EQ(share("--notify").status, 1);
+  EXPECT_THAT(notifications.next().body, HasSubstr("the desktop could not take it"));
 }
 
 TEST_F(Screenshot, FileMayBeGone) {
