@@ -6,6 +6,7 @@
 
 #include "formats/images/ImageWriters.h"
 #include "linux/detail/CairoLibrary.h"
+#include "platform/NSException.h"
 #include "platform/NSString.h"
 
 namespace korvane {
@@ -46,7 +47,9 @@ Surface surfaceOf(const Bitmap& bitmap) {
 
 class CairoSurface::Context : public NSGraphicsContext {
  public:
-  explicit Context(cairo_t* cairo) : cairo_(CAIRO(reference)(cairo)) {}
+  /// The target is the surface where that is ours; null where the cairo_t is somebody else's.
+  explicit Context(cairo_t* cairo, cairo_surface_t* target = nullptr)
+      : cairo_(CAIRO(reference)(cairo)), target_(target) {}
   ~Context() override { CAIRO(destroy)(cairo_); }
   Context(const Context&) = delete;
   Context& operator=(const Context&) = delete;
@@ -133,7 +136,8 @@ class CairoSurface::Context : public NSGraphicsContext {
     CAIRO(clip)(cairo_);
   }
 
-  cairo_surface_t* target() const { return CAIRO(get_target)(cairo_); }
+  /// As it was given; the cairo_t keeps it.
+  cairo_surface_t* target() const { return target_; }
 
  private:
   void outline(const NSRect& rect) {
@@ -150,6 +154,7 @@ class CairoSurface::Context : public NSGraphicsContext {
   }
 
   cairo_t* cairo_;
+  cairo_surface_t* target_;
   bool upwards_ = false;
   std::vector<bool> states_;
 };
@@ -166,12 +171,13 @@ std::optional<CairoSurface> CairoSurface::create(int width, int height) {
   const Surface surface(CAIRO(image_surface_create)(CAIRO_FORMAT_ARGB32, width, height));
   if (CAIRO(surface_status)(surface.get()) != CAIRO_STATUS_SUCCESS) return std::nullopt;
   cairo_t* cairo = CAIRO(create)(surface.get());
-  auto context = std::make_unique<Context>(cairo);
+  auto context = std::make_unique<Context>(cairo, surface.get());
   CAIRO(destroy)(cairo);
   return CairoSurface(std::move(context));
 }
 
 CairoSurface CairoSurface::onto(void* cairo) {
+  if (!cairo) throw NSException(NSInvalidArgumentException, "there is nothing to draw onto");
   return CairoSurface(std::make_unique<Context>(static_cast<cairo_t*>(cairo)));
 }
 
@@ -180,7 +186,7 @@ NSGraphicsContext& CairoSurface::context() { return *context_; }
 Bitmap CairoSurface::bitmap() const {
   cairo_surface_t* surface = context_->target();
   Bitmap bitmap;
-  if (CAIRO(surface_get_type)(surface) != CAIRO_SURFACE_TYPE_IMAGE) return bitmap;
+  if (!surface) return bitmap;
   CAIRO(surface_flush)(surface);
   bitmap.width = static_cast<std::uint32_t>(CAIRO(image_surface_get_width)(surface));
   bitmap.height = static_cast<std::uint32_t>(CAIRO(image_surface_get_height)(surface));

@@ -12,13 +12,15 @@
 namespace korvane {
 
 /// A picture in memory that views are drawn onto: transparent at first, one pixel for each point,
-/// origin at the top left. One thread at a time.
+/// origin at the top left. One thread at a time. One that was moved from can be assigned to or
+/// destroyed, nothing else.
 class KORVANE_EXPORT CairoSurface {
  public:
   /// Nothing when the size is not 1 to 32,767 pixels each way, when there is no memory for it and
   /// where cairo is not installed: it is loaded by the first call.
   static std::optional<CairoSurface> create(int width, int height);
-  /// Draws onto a cairo_t of somebody else, a window's say, which must outlive the result.
+  /// Draws onto a cairo_t of somebody else, a window's say, which must outlive the result. Raises
+  /// NSException (NSInvalidArgumentException) for a null pointer.
   static CairoSurface onto(void* cairo);
   CairoSurface(CairoSurface&&) noexcept;
   CairoSurface& operator=(CairoSurface&&) noexcept;

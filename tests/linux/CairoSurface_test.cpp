@@ -1,10 +1,12 @@
 #include "linux/CairoSurface.h"
 
+#include <dlfcn.h>
 #include <gtest/gtest.h>
 
 #include <array>
 #include <string>
 
+#include "platform/NSException.h"
 #include "share/FlippedView.h"
 
 namespace korvane {
@@ -183,6 +185,31 @@ TEST(CairoSurface, HalfTransparentColoursComeOutStraight) {
   EXPECT_NEAR(pixel[1], 128, 1);
   EXPECT_EQ(pixel[2], 0);
   EXPECT_NEAR(pixel[3], 128, 1);
+}
+
+TEST(CairoSurface, NothingCannotBeDrawnOnto) {
+  EXPECT_THROW(CairoSurface::onto(nullptr), NSException);
+}
+
+// A mask has one byte for each pixel, where a picture has four.
+TEST(CairoSurface, TheSurfaceOfSomebodyElseIsDrawnOntoAndNotRead) {
+  void* const cairo = ::dlopen("libcairo.so.2", RTLD_NOW);
+  ASSERT_NE(cairo, nullptr);
+  const auto call = [&](const char* name, auto... arguments) {
+    return reinterpret_cast<void* (*)(decltype(arguments)...)>(::dlsym(cairo, name))(arguments...);
+  };
+  constexpr int kMask = 2;  // CAIRO_FORMAT_A8
+  void* const target = call("cairo_image_surface_create", kMask, 4, 4);
+  void* const context = call("cairo_create", target);
+  {
+    CairoSurface surface = CairoSurface::onto(context);
+    surface.context().fillRect({{0, 0}, {4, 4}}, {1, 1, 1, 1});
+    EXPECT_EQ(surface.bitmap(), Bitmap());
+  }
+  call("cairo_surface_flush", target);
+  EXPECT_EQ(*static_cast<unsigned char*>(call("cairo_image_surface_get_data", target)), 255);
+  call("cairo_destroy", context);
+  call("cairo_surface_destroy", target);
 }
 
 }  // namespace
