@@ -84,10 +84,10 @@ class KORVANE_EXPORT ExtensionUtilities {
   static bool LaunchCommands(const std::vector<NSURL>& urls, bool background);
   /// Opens a command URL for each message. For every message whose URL is valid, the notification
   /// "ACTION_CALLED_EXTENSION" is posted first, with the dictionary of "message" (the message, an
-  /// object) and "command" (the word, a text) as its object; the others are skipped. Of the parts
-  /// of a URL only the account is encoded; what is absent shows as "(null)". The result is that of
-  /// LaunchCommands. No message may be null. Raises NSException for an account that is present but
-  /// no text.
+  /// object) and "command" (the word, a text) as its object; the others are skipped, and so is
+  /// a null message. Of the parts of a URL only the account is encoded; what is absent shows as
+  /// "(null)". The result is that of LaunchCommands. Raises NSException for an account that is
+  /// present but no text.
   static bool LaunchCommandForMessages(
       const std::vector<std::shared_ptr<ExtensionMessage>>& messages, std::string_view commandName,
       bool background);

@@ -155,7 +155,9 @@ void startLoad(const std::shared_ptr<Share>& share, NSItemProvider& provider, co
 }
 
 void extract(const std::shared_ptr<Share>& share, const std::vector<NSExtensionItem>& items) {
-  for (const NSExtensionItem& item : items) share->pending += item.attachments.size();
+  for (const NSExtensionItem& item : items) {
+    for (const auto& provider : item.attachments) share->pending += provider ? 1 : 0;
+  }
 
   for (const NSExtensionItem& item : items) {
     if (item.attributedContentText && item.attributedContentText->length() > 0) {
@@ -163,7 +165,7 @@ void extract(const std::shared_ptr<Share>& share, const std::vector<NSExtensionI
     }
     const Value title = item.attributedTitle ? Value(item.attributedTitle->string()) : Value();
     for (const auto& provider : item.attachments) {
-      guarded("attachment", [&] { startLoad(share, *provider, title); });
+      if (provider) guarded("attachment", [&] { startLoad(share, *provider, title); });
     }
   }
 

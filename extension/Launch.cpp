@@ -50,6 +50,7 @@ bool ExtensionUtilities::LaunchCommandForMessages(
     bool background) {
   std::vector<NSURL> urls;
   for (const auto& message : messages) {
+    if (!message) continue;
     auto url = commandUrl(*message, commandName);
     if (!url) continue;
     NSNotificationCenter::defaultCenter().postNotificationName(

@@ -26,7 +26,7 @@ namespace korvane {
 /// threads that append to `attachments` hold the record's lock, see synchronized().
 class KORVANE_EXPORT ExtensionMessage : public NSObject {
  public:
-  /// Recipients of one kind; the elements are never null. The getters of lists give copies, whose
+  /// Recipients of one kind; a null one counts as none. The getters of lists give copies, whose
   /// elements are the message's own; what is added to a copy is not added to the message.
   using Addresses = std::vector<std::shared_ptr<ExtensionAddress>>;
 

@@ -12,7 +12,9 @@ namespace {
 std::string recipients(const std::optional<ExtensionMessage::Addresses>& addresses) {
   std::string text;
   if (!addresses) return text;
-  for (const auto& address : *addresses) text += stringWithFormat("%@;", address->mail());
+  for (const auto& address : *addresses) {
+    if (address) text += stringWithFormat("%@;", address->mail());
+  }
   return text;
 }
 

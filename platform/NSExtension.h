@@ -40,7 +40,7 @@ class KORVANE_EXPORT NSItemProvider {
 struct KORVANE_EXPORT NSExtensionItem {
   std::optional<NSAttributedString> attributedTitle;
   std::optional<NSAttributedString> attributedContentText;
-  /// None is null.
+  /// A null one counts as none.
   std::vector<std::shared_ptr<NSItemProvider>> attachments;
 };
 

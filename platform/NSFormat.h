@@ -19,7 +19,7 @@ class KORVANE_EXPORT FormatArgument {
  public:
   FormatArgument(std::string_view text) : text_(text) {}
   FormatArgument(const std::string& text) : text_(text) {}
-  FormatArgument(const char* text) : text_(text) {}
+  FormatArgument(const char* text) : text_(text ? text : "(null)") {}
   FormatArgument(std::integral auto number) : own_(std::to_string(number)), text_(own_) {}
   FormatArgument(const Value& value)
       : own_(value.isText() ? std::string() : value.description()),

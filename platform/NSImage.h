@@ -61,8 +61,9 @@ class KORVANE_EXPORT NSImage {
  public:
   /// The image of encoded data (PNG, JPEG, TIFF, …), nothing when it cannot be decoded.
   static std::optional<NSImage> initWithData(const NSData& data);
-  /// The image of given pixels; the bitmap must be present.
-  explicit NSImage(std::shared_ptr<const Bitmap> bitmap) : bitmap_(std::move(bitmap)) {}
+  /// The image of given pixels; without a bitmap it has none.
+  explicit NSImage(std::shared_ptr<const Bitmap> bitmap)
+      : bitmap_(bitmap ? std::move(bitmap) : std::make_shared<const Bitmap>()) {}
 
   /// The image as TIFF data, nothing when it cannot be encoded.
   std::optional<NSData> TIFFRepresentation() const;

@@ -60,7 +60,7 @@ void NSNotificationCenter::postNotificationName(std::string_view name, const Val
     }
   }
   for (const auto& observation : observations) {
-    if (!observation->ended) observation->callback(name, object);
+    if (!observation->ended && observation->callback) observation->callback(name, object);
   }
 }
 

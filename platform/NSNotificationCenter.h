@@ -41,7 +41,7 @@ class KORVANE_EXPORT NSNotificationCenter {
   static NSNotificationCenter& defaultCenter();
 
   /// Has `callback` called for every notification of the name, as long as the result lives. The
-  /// centre must outlive that.
+  /// centre must outlive that. An empty callback is never called.
   [[nodiscard]] NSNotificationObservation addObserver(std::string_view name, Callback callback);
   /// The same until removeObserver is called. `observer` identifies it; it is never dereferenced.
   void addObserver(const void* observer, std::string_view name, Callback callback);

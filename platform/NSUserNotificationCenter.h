@@ -45,9 +45,9 @@ enum class NSUserNotificationDelivery {
 /// person should know at the end:
 ///
 ///     const auto center = NSUserNotificationCenter::defaultUserNotificationCenter();
-///     center->deliverNotification({.identifier = "fetch", .title = translated("Send by Mail"),
-///                                  .informativeText = text, .actionButtonTitle =
-///                                  translated("Cancel"), .activated = cancel, .progress = 0.5});
+///     center->deliverNotification({.identifier = "fetch", .title = "Send by Mail",
+///                                  .informativeText = text, .actionButtonTitle = "Cancel",
+///                                  .activated = cancel, .progress = 0.5});
 ///     center->removeDeliveredNotification("fetch");                       // where all is well
 ///     center->deliverNotification({.identifier = "fetch", .title = …});   // where it is not
 ///

@@ -28,7 +28,7 @@ struct KORVANE_EXPORT Platform {
   /// read, decoded, found, formatted, opened or shown.
   Platform();
 
-  // None may be null.
+  // Where one is null, install() puts the one of a new set.
   std::shared_ptr<NSBundle> bundle;
   std::shared_ptr<NSFileManager> fileManager;
   std::shared_ptr<NSFileCoordinator> fileCoordinator;

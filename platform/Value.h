@@ -43,6 +43,9 @@ concept Integer = std::integral<T> && !std::same_as<T, bool> && !std::same_as<T,
 /// Asking a value for what it is not (a key of a text, the integer of a list) raises NSException
 /// (WrongKindException). An absent value converts to 0 and false, and looking up a key in it gives
 /// an absent value.
+///
+/// Lists and dictionaries may hold one another some ten thousand levels deep: comparing, describing
+/// and destroying them takes stack for each level.
 class KORVANE_EXPORT Value {
  public:
   enum class Kind : std::uint8_t {
@@ -62,7 +65,10 @@ class KORVANE_EXPORT Value {
   Value() noexcept = default;
   Value(std::string_view text);  // UTF-8; taken as it stands, also when it is not
   Value(const std::string& text) : Value(std::string_view(text)) {}
-  Value(const char* text) : Value(std::string_view(text)) {}  // never nullptr
+  /// Up to the NUL; a null pointer gives an absent value.
+  Value(const char* text) {
+    if (text) *this = Value(std::string_view(text));
+  }
   Value(bool boolean) noexcept : kind_(Kind::boolean) { payload_.integer = boolean ? 1 : 0; }
   /// Any integer. One beyond 64 bits with a sign becomes a fraction, the nearest there is.
   template <detail::Integer Number>

@@ -447,5 +447,11 @@ TEST_F(ExtractionTest, NothingIsLostInParallel) {
   }
 }
 
+TEST_F(ExtractionTest, ANullProviderIsNotWaitedFor) {
+  const auto message = share({item({nullptr, urlProvider("https://a.example/"), nullptr})});
+  EXPECT_EQ(message->htmlBody(), "<a href=\"https://a.example/\">https://a.example/</a>");
+  EXPECT_THAT(platform.clock->sleeps(), SizeIs(1));
+}
+
 }  // namespace
 }  // namespace korvane

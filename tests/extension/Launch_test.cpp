@@ -190,5 +190,13 @@ TEST_F(LaunchTest, AnAccountThatIsNoTextRaises) {
   EXPECT_THAT(platform.workspace->requests(), IsEmpty());
 }
 
+TEST_F(LaunchTest, ANullMessageIsSkipped) {
+  EXPECT_FALSE(ExtensionUtilities::LaunchCommandForMessages({nullptr}, "reply", false));
+  EXPECT_TRUE(ExtensionUtilities::LaunchCommandForMessages({nullptr, message("a", "1", 2)}, "reply",
+                                                           false));
+  ASSERT_EQ(platform.workspace->requests().size(), 1U);
+  EXPECT_EQ(platform.workspace->requests()[0].urls.size(), 1U);
+}
+
 }  // namespace
 }  // namespace korvane

@@ -230,6 +230,10 @@ TEST_F(ExtensionMessageTest, EqualityLooksAtIdentifierAndAccountAlone) {
 
 TEST_F(ExtensionMessageTest, EmptyRecordStillMakesAURL) {
   EXPECT_EQ(ExtensionMessage().queryUrl("compose")->absoluteString(), "korvane://compose?");
+  ExtensionMessage withNull;
+  withNull.setTo(ExtensionMessage::Addresses{nullptr});
+  withNull.setCc(ExtensionMessage::Addresses{nullptr, address("a"), nullptr});
+  EXPECT_EQ(query(withNull), "cc=a%3B");
 }
 
 TEST_F(ExtensionMessageTest, URLCarriesTheFieldsInTheirOrder) {

@@ -40,6 +40,8 @@ TEST(NSFormat, ArgumentsOfEveryKind) {
   EXPECT_EQ(stringWithFormat("%@", Value("text")), "text");
   EXPECT_EQ(stringWithFormat("%@", Value()), "(null)");
   EXPECT_EQ(stringWithFormat("%@", Value(5)), "5");
+  const char* none = nullptr;
+  EXPECT_EQ(stringWithFormat("%@", none), "(null)");
   EXPECT_EQ(stringWithFormat("%@", INT64_MIN), "-9223372036854775808");
   EXPECT_EQ(stringWithFormat("%@", std::optional<std::string>()), "(null)");
   EXPECT_EQ(stringWithFormat("%@", std::optional<std::string>("here")), "here");

@@ -43,6 +43,10 @@ TEST_F(NSImageTest, IsDecodedAndEncodedByThePlatform) {
 
 TEST_F(NSImageTest, OneThatCannotBeEncodedGivesNothing) {
   EXPECT_FALSE(NSImage(std::make_shared<const Bitmap>()).TIFFRepresentation());
+  const NSImage none(nullptr);
+  EXPECT_FALSE(none.TIFFRepresentation());
+  EXPECT_EQ(none.bitmap(), Bitmap());
+  EXPECT_EQ(none, NSImage(nullptr));
 }
 
 TEST_F(NSImageTest, IsEqualToOneOfTheSamePixels) {

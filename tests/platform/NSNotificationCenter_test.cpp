@@ -173,5 +173,12 @@ TEST_F(NSNotificationCenterTest, AnyThreadMayCall) {
   EXPECT_GE(count, 4 * 200);
 }
 
+TEST_F(NSNotificationCenterTest, AnEmptyCallbackIsNotCalled) {
+  center.addObserver(&first, "A", {});
+  center.addObserver(&second, "A", recorder("second"));
+  center.postNotificationName("A");
+  EXPECT_THAT(calls, ElementsAre("second"));
+}
+
 }  // namespace
 }  // namespace korvane

@@ -130,5 +130,38 @@ TEST(Platform, ASetMayGoInAJobOfItsOwnPool) {
   }
 }
 
+TEST(Platform, WhatIsMissingInASetIsThatOfAPlainOne) {
+  const testing::TestPlatform before;  // puts back what was installed
+  Platform set;
+  const auto clock = set.clock;
+  set.bundle = nullptr;
+  set.fileManager = nullptr;
+  set.fileCoordinator = nullptr;
+  set.propertyLists = nullptr;
+  set.images = nullptr;
+  set.html = nullptr;
+  set.dates = nullptr;
+  set.links = nullptr;
+  set.workspace = nullptr;
+  set.notifications = nullptr;
+  set.log = nullptr;
+  set.queue = nullptr;
+  Platform::install(std::move(set));
+  const auto installed = Platform::current();
+  EXPECT_EQ(installed->clock, clock);
+  EXPECT_EQ(installed->bundle->localizedStringForKey("a"), "a");
+  EXPECT_FALSE(installed->fileManager->fileExistsAtPath("/"));
+  EXPECT_NE(installed->fileCoordinator, nullptr);
+  EXPECT_FALSE(arrayWithContentsOfURL(url("file:///a")));
+  EXPECT_EQ(installed->images->decode({}), nullptr);
+  EXPECT_FALSE(installed->html->read({}, {}));
+  EXPECT_EQ(installed->dates->formatter({})->stringFromDate({}), "");
+  EXPECT_TRUE(installed->links->matchesInString("").empty());
+  EXPECT_FALSE(installed->workspace->openURLs({}, "", 0));
+  EXPECT_NE(installed->notifications, nullptr);
+  EXPECT_NE(installed->log, nullptr);
+  EXPECT_NE(installed->queue, nullptr);
+}
+
 }  // namespace
 }  // namespace korvane

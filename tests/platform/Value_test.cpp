@@ -510,5 +510,11 @@ TEST(StockedValue, TheLastCopyIsUnshared) {
   EXPECT_TRUE(copy.objectForKey("a").isAbsent());
 }
 
+TEST(Value, ANullPointerIsNoText) {
+  const char* none = nullptr;
+  EXPECT_TRUE(Value(none).isAbsent());
+  EXPECT_EQ(Value(""), Value(std::string()));
+}
+
 }  // namespace
 }  // namespace korvane
