@@ -17,6 +17,7 @@ namespace {
 
 constexpr std::string_view kHelp = "-h, --help";
 constexpr std::string_view kVersion = "--version";
+constexpr std::size_t kMaxColumns = 80;
 
 bool isNamed(std::string_view names, std::string_view name) {
   for (;;) {
@@ -27,17 +28,25 @@ bool isNamed(std::string_view names, std::string_view name) {
   }
 }
 
+/// Adds a row of two columns, the second of which begins behind `width`. Its words are broken into
+/// lines here: a translation is longer than what it translates.
 void appendRow(std::string& text, std::string_view head, std::string_view help, std::size_t width) {
   text.append("  ").append(head);
-  std::size_t column = columnsOf(head);
+  const std::size_t begin = width + 2;
+  std::size_t column = columnsOf(head) + 2;
   while (!help.empty()) {
-    text.append(width - std::min(width, column), ' ');
-    const std::size_t end = std::min(help.find('\n'), help.size());
-    text.append(help.substr(0, end)).append("\n");
+    const std::size_t end = std::min(help.find_first_of(" \n"), help.size());
+    const std::string_view word = help.substr(0, end);
     help.remove_prefix(std::min(end + 1, help.size()));
-    if (!help.empty()) text += "  ";
-    column = 0;
+    if (column > begin && column + 1 + columnsOf(word) > kMaxColumns) {
+      text += '\n';
+      column = 0;
+    }
+    const std::size_t gap = column < begin ? begin - column : 1;
+    text.append(gap, ' ').append(word);
+    column += gap + columnsOf(word);
   }
+  text += '\n';
 }
 
 std::string headOf(const CommandLineOption& option) {
@@ -101,7 +110,9 @@ std::string helpText(const CommandLine& line) {
   const std::string usageWord = translated("Usage:");
   for (const char* const usage : line.usage) {
     text += text.empty() ? usageWord : std::string(columnsOf(usageWord), ' ');
-    text.append(" ").append(line.program).append(" ").append(translationOf(usage)).append("\n");
+    text.append(" ").append(line.program);
+    if (*usage) text.append(" ").append(translationOf(usage));
+    text += "\n";
   }
   text += translationOf(line.before);
   std::size_t width = kHelp.size();

@@ -16,7 +16,7 @@ struct CommandLineOption {
   /// What --help calls its argument; empty where it takes none. Translated when it is shown, as all
   /// texts of --help are: translatable("FILE").
   const char* argument;
-  /// What it does, in lines for --help.
+  /// What it does, for --help, where it is broken into lines.
   const char* help;
   /// Takes its argument, any bytes ("" where it takes none). May throw InputError.
   std::function<void(std::string argument)> take;

@@ -29,8 +29,11 @@ class CommandLines : public ::testing::Test {
       .program = "a-program",
       .usage = {"[OPTION]... FILE", "--list"},
       .before = "What it does.\n\n",
-      .options = {{"--name", "NAME", "its name,\nin two lines", once("--name", name)},
-                  {"-l, --loud", "", "make noise", flag(isLoud)}},
+      .options =
+          {{"--name", "NAME",
+            "its name, which may be whatever\na person likes to call it, and is shown\nnowhere",
+            once("--name", name)},
+           {"-l, --loud", "", "make noise", flag(isLoud)}},
       .after = [] { return std::string("\nThe end.\n"); },
       .takeOther = [this](std::string other) { others.push_back(std::move(other)); },
   };
@@ -81,12 +84,14 @@ TEST_F(CommandLines, HelpIsMadeOfTheTable) {
             "Usage: a-program [OPTION]... FILE\n"
             "       a-program --list\n"
             "What it does.\n\n"
-            "  --name NAME  its name,\n"
-            "               in two lines\n"
+            "  --name NAME  its name, which may be whatever a person likes to call it, and is\n"
+            "               shown nowhere\n"
             "  -l, --loud   make noise\n"
             "  -h, --help   print this text\n"
             "  --version    print the version\n"
             "\nThe end.\n");
+  line.usage = {""};
+  EXPECT_THAT(helpText(line), ::testing::StartsWith("Usage: a-program\n"));
   line.after = {};
   EXPECT_TRUE(helpText(line).ends_with("print the version\n"));
   EXPECT_THAT(versionText(line), ::testing::MatchesRegex("a-program [0-9]+\\.[0-9]+\\.[0-9]+\n"));
@@ -105,8 +110,8 @@ TEST_F(CommandLines, HelpIsInThePersonsLanguage) {
   setTranslator(nullptr);
   EXPECT_THAT(help, ::testing::StartsWith("Größe: a-program [OPTION]... FILE\n"
                                           "       a-program --list\n"));
-  EXPECT_THAT(help, ::testing::HasSubstr("  --name ÄÖÜ  its name,\n"
-                                         "              in two lines\n"
+  EXPECT_THAT(help, ::testing::HasSubstr("call it, and is\n"
+                                         "              shown nowhere\n"
                                          "  -l, --loud  lärmen\n"
                                          "  -h, --help  print this text\n"));
 }

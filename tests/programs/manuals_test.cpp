@@ -4,10 +4,13 @@
 
 #include <map>
 #include <regex>
+#include <sstream>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "tests/support/PrivateDesktop.h"
+#include "text/UTF8.h"
 
 #include "support/Places.h"
 
@@ -49,6 +52,18 @@ Options optionsOfManual(std::string page) {
   return options;
 }
 
+/// The lines that are longer than a terminal is wide, or end in a space. Requests in JSON stand as
+/// they are written.
+std::vector<std::string> linesThatDoNotFit(const std::string& help) {
+  std::vector<std::string> found;
+  std::istringstream lines(help);
+  for (std::string line; std::getline(lines, line);) {
+    if (line.find('{') != std::string::npos) continue;
+    if (columnsOf(line) > 80 || line.ends_with(' ')) found.push_back(line);
+  }
+  return found;
+}
+
 TEST(Manuals, NameTheOptionsThatHelpLists) {
   const PrivateDesktop desktop;
   int pages = 0;
@@ -60,6 +75,7 @@ TEST(Manuals, NameTheOptionsThatHelpLists) {
     ASSERT_TRUE(fs::exists(program)) << "the page of a program that was not built";
     const Finished help = desktop.run({program, "--help"});
     ASSERT_EQ(help.status, 0) << help.errors;
+    EXPECT_THAT(linesThatDoNotFit(help.output), ::testing::IsEmpty());
     const Options options = optionsOfHelp(help.output);
     EXPECT_GE(options.size(), 3U);
     EXPECT_EQ(optionsOfManual(readFile(entry.path())), options);
