@@ -3,6 +3,9 @@
 #ifndef KORVANE_SUFFIX
 #define KORVANE_SUFFIX ""
 #endif
+#ifndef KORVANE_LABEL
+#define KORVANE_LABEL ""
+#endif
 #ifndef KORVANE_RESOURCES
 #define KORVANE_RESOURCES ""
 #endif
@@ -36,6 +39,8 @@ LinuxOptions ownServices(std::string_view bundleIdentifier) {
   LinuxOptions options;
   options.bundleIdentifier = bundleIdentifier;
   options.resources = KORVANE_RESOURCES;
+  options.applicationName = "Korvane Share" KORVANE_LABEL;
+  options.applicationEntry = ownName("korvane-share");
   return options;
 }
 

@@ -19,7 +19,7 @@ std::string ownName(std::string_view program);
 std::string withOwnName(std::string_view text, std::string_view program);
 
 /// Options for services that read this edition's info dictionary and message catalogues, under
-/// `bundleIdentifier` unless it is empty.
+/// `bundleIdentifier` unless it is empty, and whose notifications and jobs name its application.
 LinuxOptions ownServices(std::string_view bundleIdentifier = {});
 
 }  // namespace korvane

@@ -37,7 +37,8 @@ Platform linuxPlatform(const LinuxOptions& options) {
   services.dates = std::make_shared<DateFormatters>();
   services.links = std::make_shared<LinkDetector>();
   services.workspace = std::make_shared<Workspace>(options.launchFailure);
-  services.notifications = std::make_shared<UserNotifications>();
+  services.notifications = std::make_shared<UserNotifications>(
+      NotifyingApplication{options.applicationName, options.applicationEntry});
   services.log = std::make_shared<SystemLog>(SystemLogOptions{options.logToStandardError});
   return services;
 }

@@ -19,6 +19,12 @@ struct KORVANE_EXPORT LinuxOptions {
   /// (`korvane/Info.plist`) and message catalogues (`locale`); empty: that folder itself.
   std::string resources{};
 
+  /// The application that notifications and lists of jobs name: its name for people, and the name
+  /// of its desktop entry without ".desktop", which its icon bears too. Empty: the regular
+  /// edition's, "Korvane Share" and "korvane-share".
+  std::string applicationName{};
+  std::string applicationEntry{};
+
   /// Where the container of the application group lies: an absolute path, which need not exist yet.
   /// Empty: in the user's data folder, "$XDG_DATA_HOME/Q7K4M2XW9P.korvane".
   std::string container{};

@@ -23,7 +23,6 @@ constexpr const char* kBusName = "org.freedesktop.DBus";
 constexpr const char* kBusPath = "/org/freedesktop/DBus";
 constexpr const char* kJobServer = "org.kde.JobViewServer";
 constexpr const char* kJobView = "org.kde.JobViewV3";
-constexpr const char* kApplicationName = "Korvane Share";
 constexpr const char* kIcon = "mail-send";
 constexpr const char* kButton = "button";
 /// A job that can be ended.
@@ -35,24 +34,9 @@ std::string validText(const std::string& text) {
   return valid.get();
 }
 
-std::string withoutMarkup(std::string_view text) {
-  std::string escaped;
-  for (const char c : text) {
-    switch (c) {
-      case '&':
-        escaped += "&amp;";
-        break;
-      case '<':
-        escaped += "&lt;";
-        break;
-      case '>':
-        escaped += "&gt;";
-        break;
-      default:
-        escaped += c;
-    }
-  }
-  return escaped;
+std::string withoutMarkup(const std::string& text) {
+  const GPointer<char> escaped(g_markup_escape_text(text.c_str(), -1));
+  return escaped.get();
 }
 
 std::string textOf(const NSUserNotification& notification) {
@@ -83,6 +67,12 @@ class Shown {
   void forget(const std::string& number) {
     const std::lock_guard lock(mutex_);
     callbacks_.erase(number);
+    dismissed_.erase(number);
+  }
+  /// Whether a person closed it without having pressed the button.
+  bool wasDismissed(const std::string& number) {
+    const std::lock_guard lock(mutex_);
+    return dismissed_.contains(number);
   }
 
   void setToken(const std::string& number, std::string token) {
@@ -90,16 +80,18 @@ class Shown {
     if (callbacks_.contains(number)) tokens_[number] = std::move(token);
   }
   void activated(const std::string& number) { tell({number, true}); }
-  void closed(const std::string& number) { tell({number, false}); }
+  void closed(const std::string& number, bool byPerson) { tell({number, false, byPerson}); }
 
  private:
   struct Event {
     std::string number;
     bool isActivation;
+    bool isByPerson = false;
   };
   struct Callbacks {
     std::function<void(const std::string&)> activated;
     std::function<void()> closed;
+    bool wasPressed = false;
   };
 
   void tell(const Event& event) {
@@ -114,10 +106,13 @@ class Shown {
       }
       Callbacks& callbacks = found->second;
       if (event.isActivation) {
+        callbacks.wasPressed = true;
         if (auto activated = std::exchange(callbacks.activated, nullptr)) {
           call = [activated, token = tokens_[event.number]] { activated(token); };
         }
       } else {
+        // Servers close a notification whose button was pressed.
+        if (event.isByPerson && !callbacks.wasPressed) dismissed_.insert(event.number);
         call = std::exchange(callbacks.closed, nullptr);
         callbacks_.erase(found);
         tokens_.erase(event.number);
@@ -131,6 +126,7 @@ class Shown {
   std::mutex mutex_;
   std::map<std::string, Callbacks> callbacks_;
   std::map<std::string, std::string> tokens_;
+  std::set<std::string> dismissed_;
   std::vector<Event> early_;
 };
 
@@ -156,8 +152,10 @@ GDBusMessage* readSignal(GDBusConnection*, GDBusMessage* message, gboolean isInc
     g_variant_get(body, "(u&s)", &number, &text);
     shown.setToken(std::to_string(number), text);
   } else if (interface == kName && member == "NotificationClosed" && isOf("(uu)")) {
-    g_variant_get(body, "(uu)", &number, nullptr);
-    shown.closed(std::to_string(number));
+    constexpr guint32 kByPerson = 2;
+    guint32 reason = 0;
+    g_variant_get(body, "(uu)", &number, &reason);
+    shown.closed(std::to_string(number), reason == kByPerson);
   } else if (interface == kJobView && member == "cancelRequested") {
     shown.activated(g_dbus_message_get_path(message));
   }
@@ -170,12 +168,13 @@ GDBusMessage* readSignal(GDBusConnection*, GDBusMessage* message, gboolean isInc
 class UserNotifications::Server {
  public:
   /// Null where there is none.
-  static std::unique_ptr<Server> find(std::chrono::milliseconds patience) {
+  static std::unique_ptr<Server> find(const NotifyingApplication& application,
+                                      std::chrono::milliseconds patience) {
     const auto end = std::chrono::steady_clock::now() + patience;
     GErrorSlot error;
     auto bus = connectToSessionBus(patience, error);
     if (!bus) return nullptr;
-    auto server = std::unique_ptr<Server>(new Server(std::move(bus), patience));
+    auto server = std::unique_ptr<Server>(new Server(application, std::move(bus), patience));
     return server->begin(end) ? std::move(server) : nullptr;
   }
   ~Server() {
@@ -205,8 +204,11 @@ class UserNotifications::Server {
  private:
   using Reply = GPointer<GVariant>;
 
-  Server(GObjectPointer<GDBusConnection> bus, std::chrono::milliseconds patience)
-      : bus_(std::move(bus)),
+  Server(const NotifyingApplication& application, GObjectPointer<GDBusConnection> bus,
+         std::chrono::milliseconds patience)
+      : name_(application.name.empty() ? "Korvane Share" : application.name),
+        entry_(application.entry.empty() ? "korvane-share" : application.entry),
+        bus_(std::move(bus)),
         patience_(patience),
         filter_(g_dbus_connection_add_filter(
             bus_.get(), readSignal, new std::shared_ptr<Shown>(shown_),
@@ -247,11 +249,10 @@ class UserNotifications::Server {
 
   Reply call(const char* name, const char* path, const char* interface, const char* method,
              GVariant* parameters, const char* type,
-             GDBusCallFlags flags = G_DBUS_CALL_FLAGS_NO_AUTO_START) {
+             GDBusCallFlags flags = G_DBUS_CALL_FLAGS_NO_AUTO_START, GError** error = nullptr) {
     return Reply(g_dbus_connection_call_sync(bus_.get(), name, path, interface, method, parameters,
                                              type ? G_VARIANT_TYPE(type) : nullptr, flags,
-                                             static_cast<int>(patience_.count()), nullptr,
-                                             nullptr));
+                                             static_cast<int>(patience_.count()), nullptr, error));
   }
 
   bool has(const char* capability) const { return capabilities_.contains(capability); }
@@ -259,6 +260,35 @@ class UserNotifications::Server {
   NSUserNotificationDelivery notify(const NSUserNotification& notification) {
     const bool hasButton = !notification.actionButtonTitle.empty() && has("actions");
     const auto before = numbers_.find(notification.identifier);
+    guint32 replaced = before == numbers_.end() ? 0 : before->second;
+    if (notification.progress && hasButton && shown_->wasDismissed(std::to_string(replaced))) {
+      return NSUserNotificationDelivery::shown;
+    }
+    GErrorSlot error;
+    Reply reply = send(notification, hasButton, replaced, G_DBUS_CALL_FLAGS_NO_AUTO_START, error);
+    if (!reply && !error.is(G_IO_ERROR, G_IO_ERROR_TIMED_OUT)) {
+      // The server has ended, and what it showed with it; the bus may start another one.
+      for (const auto& [identifier, number] : numbers_) shown_->forget(std::to_string(number));
+      numbers_.clear();
+      replaced = 0;
+      GErrorSlot ignored;
+      reply = send(notification, hasButton, replaced, G_DBUS_CALL_FLAGS_NONE, ignored);
+    }
+    if (!reply) {
+      answers_ = false;
+      return NSUserNotificationDelivery::notShown;
+    }
+    guint32 number = 0;
+    g_variant_get(reply.get(), "(u)", &number);
+    if (replaced != 0) shown_->forget(std::to_string(replaced));
+    numbers_[notification.identifier] = number;
+    shown_->set(std::to_string(number), notification);
+    return hasButton ? NSUserNotificationDelivery::shownWithButton
+                     : NSUserNotificationDelivery::shown;
+  }
+
+  Reply send(const NSUserNotification& notification, bool hasButton, guint32 replaced,
+             GDBusCallFlags flags, GErrorSlot& error) {
     const std::string text = validText(textOf(notification));
     GVariantBuilder actions;
     g_variant_builder_init(&actions, G_VARIANT_TYPE_STRING_ARRAY);
@@ -272,27 +302,12 @@ class UserNotifications::Server {
       g_variant_builder_add(&hints, "{sv}", "transient", g_variant_new_boolean(TRUE));
     }
     constexpr int kUntilItIsClosed = 0;
-    const Reply reply =
-        call(kName, kPath, kName, "Notify",
-             g_variant_new("(susssasa{sv}i)", kApplicationName,
-                           before == numbers_.end() ? guint32{0} : before->second, kIcon,
-                           validText(notification.title).c_str(),
-                           (has("body-markup") ? withoutMarkup(text) : text).c_str(), &actions,
-                           &hints, kUntilItIsClosed),
-             "(u)");
-    if (!reply) {
-      answers_ = false;
-      return NSUserNotificationDelivery::notShown;
-    }
-    guint32 number = 0;
-    g_variant_get(reply.get(), "(u)", &number);
-    if (before != numbers_.end() && before->second != number) {
-      shown_->forget(std::to_string(before->second));
-    }
-    numbers_[notification.identifier] = number;
-    shown_->set(std::to_string(number), notification);
-    return hasButton ? NSUserNotificationDelivery::shownWithButton
-                     : NSUserNotificationDelivery::shown;
+    return call(kName, kPath, kName, "Notify",
+                g_variant_new("(susssasa{sv}i)", name_.c_str(), replaced, kIcon,
+                              validText(notification.title).c_str(),
+                              (has("body-markup") ? withoutMarkup(text) : text).c_str(), &actions,
+                              &hints, kUntilItIsClosed),
+                "(u)", flags, error.out());
   }
 
   void closeNotification(const std::string& identifier) {
@@ -312,7 +327,7 @@ class UserNotifications::Server {
       g_variant_builder_add(&hints, "{sv}", "immediate", g_variant_new_boolean(TRUE));
       const Reply reply =
           call(kJobServer, "/JobViewServer", "org.kde.JobViewServerV2", "requestView",
-               g_variant_new("(sia{sv})", "korvane-share", capabilities, &hints), "(o)");
+               g_variant_new("(sia{sv})", entry_.c_str(), capabilities, &hints), "(o)");
       if (!reply) {
         hasJobViews_ = false;
         return false;
@@ -349,6 +364,8 @@ class UserNotifications::Server {
     jobViews_.erase(found);
   }
 
+  const std::string name_;   // of the application, for people
+  const std::string entry_;  // its desktop entry
   const std::shared_ptr<Shown> shown_ = std::make_shared<Shown>();
   const GObjectPointer<GDBusConnection> bus_;
   std::chrono::milliseconds patience_;
@@ -360,14 +377,16 @@ class UserNotifications::Server {
   std::map<std::string, std::string> jobViews_;  // their object paths, by identifier
 };
 
-UserNotifications::UserNotifications(std::chrono::milliseconds patience) : patience_(patience) {}
+UserNotifications::UserNotifications(NotifyingApplication application,
+                                     std::chrono::milliseconds patience)
+    : application_(std::move(application)), patience_(patience) {}
 
 UserNotifications::~UserNotifications() = default;
 
 NSUserNotificationDelivery UserNotifications::deliverNotification(
     const NSUserNotification& notification) {
   const std::lock_guard lock(mutex_);
-  if (!std::exchange(wasLookedFor_, true)) server_ = Server::find(patience_);
+  if (!std::exchange(wasLookedFor_, true)) server_ = Server::find(application_, patience_);
   if (!server_) return NSUserNotificationDelivery::notShown;
   const auto delivery = server_->deliver(notification);
   if (!server_->answers()) server_.reset();

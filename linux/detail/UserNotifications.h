@@ -11,6 +11,14 @@
 
 namespace korvane {
 
+/// Who is named as showing notifications and jobs; an empty text stands for the regular edition's.
+struct KORVANE_EXPORT NotifyingApplication {
+  /// For people.
+  std::string name{};
+  /// The name of the desktop entry without ".desktop".
+  std::string entry{};
+};
+
 /// Notifications of the desktop: org.freedesktop.Notifications on the session bus; for work that
 /// goes on KDE's job view (org.kde.JobViewServerV2), where somebody has one.
 ///
@@ -18,12 +26,16 @@ namespace korvane {
 /// that is not there, or does not answer in time, is not asked again. What it cannot do is left
 /// out: a button where it shows none. The texts are escaped for servers that take markup.
 ///
-/// The desktop entry of the program is not named: some desktops take away what such a program
-/// showed as soon as it ends.
+/// A server that ended meanwhile is started again where it can be, so that a message is not lost.
+/// Progress whose notification the person closed is not shown again.
+///
+/// The desktop entry of the program is named to job views alone: some desktops take away the
+/// notifications of such a program as soon as it ends.
 class KORVANE_EXPORT UserNotifications : public NSUserNotificationCenter {
  public:
   /// `patience` is how long a server may take to answer.
-  explicit UserNotifications(std::chrono::milliseconds patience = std::chrono::seconds(5));
+  explicit UserNotifications(NotifyingApplication application = {},
+                             std::chrono::milliseconds patience = std::chrono::seconds(5));
   /// Messages stay; nothing is called back any more. Progress is to be taken away before.
   ~UserNotifications() override;
   UserNotifications(const UserNotifications&) = delete;
@@ -35,6 +47,7 @@ class KORVANE_EXPORT UserNotifications : public NSUserNotificationCenter {
  private:
   class Server;
 
+  const NotifyingApplication application_;
   const std::chrono::milliseconds patience_;
   std::mutex mutex_;
   bool wasLookedFor_ = false;

@@ -25,6 +25,8 @@ TEST(Edition, ServicesAreThoseOfTheInstalledInfoDictionaryUnlessAnIdentifierIsGi
   EXPECT_EQ(ownServices("it.drelk.korvane.pro.share").bundleIdentifier,
             "it.drelk.korvane.pro.share");
   EXPECT_EQ(ownServices().resources, "");
+  EXPECT_EQ(ownServices().applicationName, "Korvane Share");
+  EXPECT_EQ(ownServices().applicationEntry, "korvane-share");
 }
 
 }  // namespace

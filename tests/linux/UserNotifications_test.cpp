@@ -1,6 +1,7 @@
 #include "linux/detail/UserNotifications.h"
 
 #include <gmock/gmock.h>
+#include <sys/stat.h>
 
 #include <cstdlib>
 #include <future>
@@ -125,7 +126,7 @@ TEST_F(Notifications, MarkupIsEscapedWhereTheServerTakesIt) {
     center.deliverNotification(notification);
     const Event event = server.next();
     EXPECT_EQ(event.summary, "<b>&");  // never markup
-    EXPECT_EQ(event.body, "&lt;a href=\"x\"&gt;R&amp;D&lt;/a&gt;\n\xEF\xBF\xBD!");
+    EXPECT_EQ(event.body, "&lt;a href=&quot;x&quot;&gt;R&amp;D&lt;/a&gt;\n\xEF\xBF\xBD!");
   }
   FakeNotificationServer plain(address(), {.capabilities = {"body"}});
   UserNotifications center;
@@ -138,6 +139,90 @@ TEST_F(Notifications, WithoutActionsThereIsNoButton) {
   UserNotifications center;
   EXPECT_EQ(center.deliverNotification(progress(0.5)), Delivery::shown);
   EXPECT_THAT(server.next().actions, IsEmpty());
+}
+
+TEST_F(Notifications, TheEditionsApplicationIsNamed) {
+  FakeNotificationServer server(address(), {.hasJobViews = true});
+  UserNotifications center({"Korvane Share (Beta 10)", "korvane-share-beta10"});
+  center.deliverNotification({.identifier = "a", .title = "M"});
+  EXPECT_EQ(server.next().application, "Korvane Share (Beta 10)");
+  center.deliverNotification(progress(0));
+  EXPECT_EQ(server.next().application, "korvane-share-beta10");
+
+  UserNotifications regular;
+  regular.deliverNotification({.identifier = "a", .title = "M"});
+  EXPECT_EQ(server.nextWith("").application, "Korvane Share");
+}
+
+TEST_F(Notifications, ProgressThatAPersonClosedStaysAway) {
+  FakeNotificationServer server(address());
+  UserNotifications center;
+  std::promise<void> closed;
+  NSUserNotification notification = progress(0.1);
+  notification.closed = [&] { closed.set_value(); };
+  center.deliverNotification(notification);
+  const unsigned id = server.next().id;
+  server.close(id);
+  closed.get_future().wait();
+  EXPECT_EQ(center.deliverNotification(progress(0.2)), Delivery::shown);
+  EXPECT_TRUE(server.isQuiet());
+  // What is missing in the end is told all the same.
+  center.deliverNotification({.identifier = "share", .title = "M"});
+  EXPECT_EQ(server.next().summary, "M");
+  center.deliverNotification(progress(0.3));
+  EXPECT_EQ(server.next().body, "Preparing 26 pictures… 30 %");
+}
+
+TEST_F(Notifications, ProgressThatWasNotClosedByAPersonIsShownAgain) {
+  FakeNotificationServer server(address());
+  UserNotifications center;
+  for (const bool isPressed : {false, true}) {
+    std::promise<void> closed;
+    NSUserNotification notification = progress(0.1);
+    notification.closed = [&] { closed.set_value(); };
+    center.deliverNotification(notification);
+    const unsigned id = server.next().id;
+    // Servers close what has a button that was pressed.
+    if (isPressed) {
+      server.press(id, "button");
+      server.close(id);
+    } else {
+      server.expire(id);
+    }
+    closed.get_future().wait();
+    EXPECT_EQ(center.deliverNotification(progress(0.2)), Delivery::shownWithButton);
+    EXPECT_EQ(server.next().what, "Notify");
+  }
+}
+
+TEST_F(Notifications, AServerThatEndedIsStartedAgain) {
+  auto server = std::make_unique<FakeNotificationServer>(address());
+  UserNotifications center;
+  center.deliverNotification(progress(0.1));
+  EXPECT_EQ(server->next().replaces, 0U);
+  server.reset();
+
+  // The bus starts what stands for the next one: it says so, and the server is this process's.
+  const std::string started = desktop.folder / "started";
+  ASSERT_EQ(::mkfifo(started.c_str(), 0600), 0);
+  desktop.addService("org.freedesktop.Notifications", "/bin/sh -c 'echo 1 > " + started + "'");
+  auto delivery = std::async(std::launch::async, [&] {
+    return center.deliverNotification({.identifier = "share", .title = "M"});
+  });
+  EXPECT_EQ(testing::readFile(started), "1\n");
+  FakeNotificationServer next(address());
+  const Event message = next.next();
+  EXPECT_EQ(message.summary, "M");
+  EXPECT_EQ(message.replaces, 0U);  // its numbers are not those of the first
+  EXPECT_EQ(delivery.get(), Delivery::shown);
+}
+
+TEST_F(Notifications, AServerThatEndedForGoodIsNotWaitedFor) {
+  auto server = std::make_unique<FakeNotificationServer>(address());
+  UserNotifications center;
+  EXPECT_EQ(center.deliverNotification(progress(0.1)), Delivery::shownWithButton);
+  server.reset();
+  EXPECT_EQ(center.deliverNotification(progress(0.2)), Delivery::notShown);
 }
 
 TEST_F(Notifications, WithoutAServerNothingIsShown) {
@@ -158,7 +243,7 @@ TEST_F(Notifications, WithoutABusNothingIsShown) {
 
 TEST_F(Notifications, AServerThatDoesNotAnswerIsNotWaitedForLong) {
   FakeNotificationServer server(address(), {.isSilent = true});
-  UserNotifications center(std::chrono::milliseconds(50));
+  UserNotifications center({}, std::chrono::milliseconds(50));
   EXPECT_EQ(center.deliverNotification(progress(0)), Delivery::notShown);
   EXPECT_EQ(center.deliverNotification(progress(0)), Delivery::notShown);
 }

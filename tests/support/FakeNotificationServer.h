@@ -35,6 +35,7 @@ class FakeNotificationServer {
     std::string what;
     unsigned id = 0;  // what Notify gave, or what is closed
     unsigned replaces = 0;
+    std::string application;  // of "Notify", its name; of "requestView", its desktop entry
     std::string summary;
     std::string body;
     std::vector<std::string> actions;  // keys and labels in turn
@@ -87,13 +88,17 @@ class FakeNotificationServer {
     services_.emit("/org/freedesktop/Notifications", "org.freedesktop.Notifications",
                    "ActionInvoked", g_variant_new("(us)", id, key.c_str()));
   }
-  void close(unsigned id) {
-    services_.emit("/org/freedesktop/Notifications", "org.freedesktop.Notifications",
-                   "NotificationClosed", g_variant_new("(uu)", id, 2U));
-  }
+  void close(unsigned id) { closeFor(id, 2); }
+  /// What a server does of itself when a time is over.
+  void expire(unsigned id) { closeFor(id, 1); }
   void cancelJob() { services_.emit("/job/1", "org.kde.JobViewV3", "cancelRequested", nullptr); }
 
  private:
+  void closeFor(unsigned id, unsigned reason) {
+    services_.emit("/org/freedesktop/Notifications", "org.freedesktop.Notifications",
+                   "NotificationClosed", g_variant_new("(uu)", id, reason));
+  }
+
   static constexpr const char* kInterfaces = R"(
 <node>
 <interface name="org.freedesktop.Notifications">
@@ -154,8 +159,10 @@ class FakeNotificationServer {
       const char* body = nullptr;
       GVariantIter* actions = nullptr;
       GVariant* hints = nullptr;
-      g_variant_get(parameters, "(&su&s&s&sas@a{sv}i)", nullptr, &event.replaces, nullptr, &summary,
-                    &body, &actions, &hints, nullptr);
+      const char* application = nullptr;
+      g_variant_get(parameters, "(&su&s&s&sas@a{sv}i)", &application, &event.replaces, nullptr,
+                    &summary, &body, &actions, &hints, nullptr);
+      event.application = application;
       event.summary = summary;
       event.body = body;
       const char* action = nullptr;
@@ -171,6 +178,9 @@ class FakeNotificationServer {
       event.what = "Close";
       g_variant_get(parameters, "(u)", &event.id);
     } else if (method == "requestView") {
+      const char* application = nullptr;
+      g_variant_get(parameters, "(&si@a{sv})", &application, nullptr, nullptr);
+      event.application = application;
       result = g_variant_new("(o)", "/job/1");
     } else if (method == "update" || method == "ShowItems") {
       char* text = g_variant_print(parameters, FALSE);
