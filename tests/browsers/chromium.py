@@ -121,6 +121,12 @@ class Chromium:
         frame = self.call('Page.getFrameTree', self.tab)['frameTree']['frame']['id']
         self.call('Page.setDocumentContent', self.tab, frameId=frame, html=document)
 
+    def click_three_times(self, x, y):
+        for count in 1, 2, 3:
+            for kind in 'mousePressed', 'mouseReleased':
+                self.call('Input.dispatchMouseEvent', self.tab, type=kind, x=x, y=y, button='left',
+                          clickCount=count)
+
     def press_button(self):
         self.call('Extensions.triggerAction', id=self.extension, targetId=self.tab_target)
 

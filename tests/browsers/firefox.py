@@ -81,6 +81,13 @@ class Firefox:
     def in_page(self, script):
         return self.in_context('content', 'return ' + script)
 
+    def click_three_times(self, x, y):
+        self.call('Marionette:SetContext', value='content')
+        clicks = [{'type': 'pointerDown', 'button': 0}, {'type': 'pointerUp', 'button': 0}] * 3
+        self.call('WebDriver:PerformActions', actions=[{
+            'type': 'pointer', 'id': 'mouse', 'parameters': {'pointerType': 'mouse'},
+            'actions': [{'type': 'pointerMove', 'x': x, 'y': y}, *clicks]}])
+
     def press_button(self):
         self.in_context('chrome', self.policy + 'button.triggerAction(window);')
 

@@ -29,6 +29,15 @@ PAGES = {
 <p id="p" onclick="alert(1)">Mind <a href="javascript:alert(1)">this</a><script>document.title += "\\ud800"</script>
 <a href="file:///etc/passwd">and that</a><img src="file:///etc/passwd"></p>
 <a id="link" href="file:///etc/passwd">passwords</a>''',
+    '/fields': '''<!DOCTYPE html><title>Fields</title><textarea id="area">tea, cake and more</textarea>
+<input id="line" value="a line of text"><input id="password" type="password" value="cake">''',
+    '/components': '''<!DOCTYPE html><title>Components</title><div id="open"></div><div id="closed"></div><script>
+for (const mode of ['open', 'closed']) document.getElementById(mode).attachShadow({mode}).innerHTML =
+    `<p style="margin: 10px">An <b>${mode}</b> component</p>`;</script>''',
+    '/links': '''<!DOCTYPE html><title>Links</title><p><a href="/cake">The first</a></p>
+<p><a id="link" href="/cake">The second</a></p>''',
+    '/bytes': '''<!DOCTYPE html><title>Bytes</title><img id="picture" src="/bytes.png" width="80" height="80">''',
+    '/guarded': '''<!DOCTYPE html><title>Guarded</title><img id="picture" src="/picture.png" width="80" height="80">''',
     '/loading': '''<!DOCTYPE html><title>Loading</title><p id="p">Half a <b>page</b></p>
 <img id="picture" src="/endless.png" width="80" height="80"><iframe src="/endless"></iframe>''',
     '/endless': '<!DOCTYPE html><title>Endless</title><p>The beginning',
@@ -45,12 +54,14 @@ class Handler(http.server.BaseHTTPRequestHandler):
         if path == '/secret.png' and 'pass=word' not in self.headers.get('Cookie', ''):
             return self.answer(403, 'text/plain', b'not for you')
         if path.endswith('.png'):
-            return self.answer(200, 'image/png', PICTURE, endless=path in ENDLESS)
+            kind = 'application/octet-stream' if path == '/bytes.png' else 'image/png'
+            return self.answer(200, kind, PICTURE, endless=path in ENDLESS)
         if path not in PAGES:
             return self.answer(404, 'text/plain', b'not here')
         page = PAGES[path].replace('OTHER', str(self.server.other))
-        extra = {'Set-Cookie': 'pass=word; SameSite=Strict; HttpOnly'} if path == '/secret' else {}
-        self.answer(200, 'text/html; charset=utf-8', page.encode(), extra, path in ENDLESS)
+        extra = {'/secret': {'Set-Cookie': 'pass=word; SameSite=Strict; HttpOnly'},
+                 '/guarded': {'Content-Security-Policy': "default-src 'none'; img-src 'self'"}}
+        self.answer(200, 'text/html; charset=utf-8', page.encode(), extra.get(path), path in ENDLESS)
 
     def answer(self, status, kind, body, extra=None, endless=False):
         self.send_response(status)

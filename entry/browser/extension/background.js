@@ -1,7 +1,7 @@
 // "Send by Mail" for web pages: gathers what the person chose and hands it to the native host, one
 // message for one share. The host answers when the mail client has been opened, or says why not.
 import {HOST, LABEL} from './edition.js';
-import {readLink, readPicture, readSelection} from './page.js';
+import {drawPicture, readLink, readPicture, readSelection} from './page.js';
 
 const api = globalThis.browser ?? globalThis.chrome;
 // A browser ends the host when a message is longer than 64 MiB; the rest is for the JSON around.
@@ -19,6 +19,7 @@ const LONGEST_WAIT = 20000;
  * share waiting. A page that is loading is not waited for, since one of its frames may never end.
  */
 async function callInPage({tab, info, notes}, func, ...args) {
+  if (tab?.id === undefined) return []; // what was clicked is the browser's own
   const target = info?.frameId === undefined ? {tabId: tab.id, allFrames: true}
                                              : {tabId: tab.id, frameIds: [info.frameId]};
   const tooLong = new Promise((resolve) => setTimeout(resolve, LONGEST_WAIT, null));
@@ -42,7 +43,8 @@ async function callInPage({tab, info, notes}, func, ...args) {
 async function selectionOf(click) {
   const found = await callInPage(click, readSelection);
   const selection = found.find((one) => one.focused) ?? found[0];
-  if (selection) return {html: selection.html, text: selection.text};
+  if (selection?.html) return {html: selection.html, text: selection.text};
+  if (selection) return {text: selection.text};
   return click.info?.selectionText ? {text: click.info.selectionText} : {};
 }
 
@@ -59,7 +61,8 @@ async function pictureOf(click) {
   const page = pageOf(click);
   const address = click.info.srcUrl;
   const inPage = await callInPage(click, readPicture, address, MAX_PICTURE);
-  const imageData = inPage[0] ?? await readPicture(address, MAX_PICTURE);
+  const imageData = inPage[0] ?? await readPicture(address, MAX_PICTURE) ??
+    (await callInPage(click, drawPicture, address, MAX_PICTURE))[0];
   if (imageData) return {...page, imageData};
   return {...page, url: address, ...(page.url ? {text: page.url} : {})};
 }
@@ -101,11 +104,12 @@ function linesOf(outcome, notes) {
 }
 
 async function show(tab, badge, lines) {
-  const where = tab?.id === undefined ? {} : {tabId: tab.id};
+  const where = tab?.id >= 0 ? {tabId: tab.id} : {}; // Chromium has -1 for what is not in a tab
   try {
     await api.action.setBadgeBackgroundColor({color: '#c01c28', ...where});
-    await api.action.setBadgeText({text: badge, ...where});
+    // The reason is there when the badge is seen.
     await api.action.setTitle({title: lines ? `${NAME}\n${lines}` : NAME, ...where});
+    await api.action.setBadgeText({text: badge, ...where});
   } catch {
     // The tab is gone, and nobody looks at its button.
   }
