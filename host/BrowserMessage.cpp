@@ -99,6 +99,13 @@ class FieldReader final : public nlohmann::json_sax<Json> {
   bool inside_ = false;
 };
 
+/// A page's title on one line, whatever its script has put there.
+std::string withoutControls(std::string text) {
+  std::ranges::replace_if(
+      text, [](char c) { return static_cast<unsigned char>(c) < ' ' || c == '\x7F'; }, ' ');
+  return text;
+}
+
 bool isWebAddress(std::string_view url) {
   static constexpr std::array<std::string_view, 4> kSchemes{"http", "https", "ftp", "mailto"};
   return std::any_of(kSchemes.begin(), kSchemes.end(),
@@ -129,7 +136,7 @@ ShareRequest requestOfBrowserMessage(std::string_view json) {
   ShareRequest request;
   ShareRequest::Item item;
   const auto given = [&](Key key) { return fields[key] && !fields[key]->empty(); };
-  if (given(kTitle)) item.title = std::move(fields[kTitle]);
+  if (given(kTitle)) item.title = withoutControls(*std::move(fields[kTitle]));
   if (given(kHtml)) {
     const bool isOfPage = given(kUrl) && isWebAddress(*fields[kUrl]);
     item.contents.push_back(

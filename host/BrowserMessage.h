@@ -25,7 +25,7 @@ std::string readBrowserMessage(int file);
 /// The request that a message asks for, with one item. The message is an object with any of these
 /// keys, each a text:
 ///
-/// - "title": the title of the page or link;
+/// - "title": the title of the page or link; control characters in it become spaces;
 /// - "text", "html": what is selected, both ways; the text counts only where there is no HTML;
 /// - "url": the address of the page, link or picture. Of the schemes http, https, ftp and mailto it
 ///   becomes a link, anything else a line of text: no page names a file of this machine;

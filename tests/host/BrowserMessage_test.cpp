@@ -90,6 +90,8 @@ ShareRequest one(ShareRequest::Item item) { return {{std::move(item)}, {}}; }
 TEST(BrowserMessage, BecomesARequest) {
   const ShareRequest::Link page{"https://example.org/"};
   EXPECT_EQ(request(R"({"title":"Tea","url":"https://example.org/"})"), one({"Tea", {}, {page}}));
+  EXPECT_EQ(request(R"({"title":"T\u0000e\r\na\u007F","url":"https://example.org/"})"),
+            one({"T e  a ", {}, {page}}));
   EXPECT_EQ(request(R"({"title":"Tea","url":"https://example.org/","html":"<b>x</b>","text":"x"})"),
             one({"Tea", {{Kind::html, "<b>x</b>", "https://example.org/"}}, {page}}));
   EXPECT_EQ(request(R"({"url":"https://example.org/","html":"","text":"x"})"),
