@@ -136,22 +136,23 @@ ShareRequest requestOfBrowserMessage(std::string_view json) {
   ShareRequest request;
   ShareRequest::Item item;
   const auto given = [&](Key key) { return fields[key] && !fields[key]->empty(); };
+  const bool hasLink = given(kUrl) && isWebAddress(*fields[kUrl]);
+  const bool isTitleAlone = !given(kHtml) && !given(kText) && !given(kUrl) && !given(kImageData);
   if (given(kTitle)) item.title = withoutControls(*std::move(fields[kTitle]));
   if (given(kHtml)) {
-    const bool isOfPage = given(kUrl) && isWebAddress(*fields[kUrl]);
     item.contents.push_back(
-        {Kind::html, std::move(*fields[kHtml]), isOfPage ? *fields[kUrl] : std::string()});
+        {Kind::html, std::move(*fields[kHtml]), hasLink ? *fields[kUrl] : std::string()});
   } else if (given(kText)) {
     item.contents.push_back({Kind::text, std::move(*fields[kText])});
   }
-  if (given(kUrl)) {
-    if (isWebAddress(*fields[kUrl])) {
-      item.attachments.push_back(ShareRequest::Link{std::move(*fields[kUrl])});
-    } else {
-      // Only a link makes the title a subject; without one both are lines of the message.
-      if (item.title) item.contents.push_back({Kind::text, *item.title});
-      item.contents.push_back({Kind::text, std::move(*fields[kUrl])});
-    }
+  // Only a link makes the title a subject; without one it is a line of the message.
+  if (item.title && !hasLink && !isTitleAlone) {
+    item.contents.push_back({Kind::text, *std::exchange(item.title, std::nullopt)});
+  }
+  if (hasLink) {
+    item.attachments.push_back(ShareRequest::Link{std::move(*fields[kUrl])});
+  } else if (given(kUrl)) {
+    item.contents.push_back({Kind::text, std::move(*fields[kUrl])});
   }
   if (given(kImageData)) {
     if (auto data = decodedBase64<NSData>(*fields[kImageData], Base64Leniency::whiteSpace);

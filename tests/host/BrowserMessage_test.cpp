@@ -100,6 +100,8 @@ TEST(BrowserMessage, BecomesARequest) {
             one({{}, {}, {page, ShareRequest::ImageData{{0, 1, 2}}}}));
   EXPECT_EQ(request(R"({"url":"MAILTO:ann@example.org"})"),
             one({{}, {}, {ShareRequest::Link{"MAILTO:ann@example.org"}}}));
+  EXPECT_EQ(request(R"({"title":"Tea","text":"x"})"),
+            one({{}, {{Kind::text, "x"}, {Kind::text, "Tea"}}, {}}));
 }
 
 TEST(BrowserMessage, OnlyWebAddressesBecomeLinks) {
@@ -108,7 +110,7 @@ TEST(BrowserMessage, OnlyWebAddressesBecomeLinks) {
         "chrome://version/", "javascript:alert(1)", "data:text/html,x", " https://example.org/",
         "smb://host/share", "blob:https://example.org/1"}) {
     EXPECT_EQ(request(R"({"title":"T","url":")" + address + "\"}"),
-              one({"T", {{Kind::text, "T"}, {Kind::text, address}}, {}}))
+              one({{}, {{Kind::text, "T"}, {Kind::text, address}}, {}}))
         << address;
   }
 }
