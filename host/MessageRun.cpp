@@ -39,19 +39,22 @@ bool isControl(char c) { return static_cast<unsigned char>(c) < ' ' || c == '\x7
 
 /// Whether a text is one address, and would be after others were put behind it with ";" between.
 bool isOneAddress(std::string_view text) {
-  const std::size_t at = text.rfind('@');
-  if (at == std::string_view::npos || at == 0 || at + 1 == text.size()) return false;
+  if (text.starts_with('@') || text.ends_with('@') || std::ranges::any_of(text, isControl)) {
+    return false;
+  }
+  int ats = 0;
   bool isQuoted = false;
   for (std::size_t i = 0; i < text.size(); ++i) {
-    if (isControl(text[i])) return false;
     if (text[i] == '"') isQuoted = !isQuoted;
     if (isQuoted && text[i] == '\\') {
       ++i;
+    } else if (!isQuoted && text[i] == '@') {
+      ++ats;
     } else if (!isQuoted && std::string_view(" ,;<>()").find(text[i]) != std::string_view::npos) {
       return false;
     }
   }
-  return !isQuoted;
+  return !isQuoted && ats == 1;
 }
 
 /// The attachments of a message, opened.

@@ -214,12 +214,13 @@ TEST_F(MessageRun, WhatLiesInTheStagingFolderCanBeSentOnceMore) {
 
 TEST_F(MessageRun, RecipientsAreAddressesEachForItself) {
   const ShareOutcome outcome = send(
-      {.to = {"a@b;c@d", "x", "@b", "a@", "a@b\n", "Ann <a@b>", "a@b, c@d", "a b@c", "", "\"a@b"},
-       .cc = {"\"a; b\"@c", "\u00fc@\u00e4.example", "a@[IPv6:::1]", "a+b'c/d@e"}});
+      {.to = {"a@b;c@d", "x", "@b", "a@", "a@b\n", "Ann <a@b>", "a@b, c@d", "a b@c", "", "\"a@b",
+              "a@b@c", "\"a\\\nb\"@c"},
+       .cc = {"\"a; b\"@c", "\"a@b\"@c", "\u00fc@\u00e4.example", "a@[IPv6:::1]", "a+b'c/d@e"}});
   EXPECT_EQ(workspace->message->toString(), std::nullopt);
   EXPECT_EQ(workspace->message->ccString(),
-            "\"a; b\"@c;\u00fc@\u00e4.example;a@[IPv6:::1];a+b'c/d@e;");
-  ASSERT_THAT(outcome.missing, SizeIs(10));
+            "\"a; b\"@c;\"a@b\"@c;\u00fc@\u00e4.example;a@[IPv6:::1];a+b'c/d@e;");
+  ASSERT_THAT(outcome.missing, SizeIs(12));
   EXPECT_EQ(outcome.missing[0],
             (MissingThing{"the recipient \"a@b;c@d\"", "it is not a mail address"}));
 }
