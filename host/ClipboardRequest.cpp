@@ -59,13 +59,14 @@ std::vector<std::string> addressesIn(std::string_view list) {
 }
 
 bool addFiles(Offer& offer, Item& item) {
-  const auto list =
-      offer.read({"x-special/gnome-copied-files", "x-special/mate-copied-files", "text/uri-list"});
-  if (!list) return false;
-  for (std::string& address : addressesIn(*list)) {
-    item.attachments.push_back(ShareRequest::Link{std::move(address)});
+  for (const char* type :
+       {"x-special/gnome-copied-files", "x-special/mate-copied-files", "text/uri-list"}) {
+    for (std::string& address : addressesIn(offer.read({type}).value_or(""))) {
+      item.attachments.push_back(ShareRequest::Link{std::move(address)});
+    }
+    if (!item.attachments.empty()) return true;
   }
-  return !item.attachments.empty();
+  return false;
 }
 
 /// Text in UTF-16 without a mark, in the machine's byte order, as Firefox puts it there.

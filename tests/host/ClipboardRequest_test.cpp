@@ -57,6 +57,9 @@ TEST_F(ClipboardRequestTest, FilesOfFileManagers) {
             two);
   EXPECT_EQ(item({{"text/uri-list", "# a comment\r\nfile:///x"}}),
             (Item{{}, {}, {Link{"file:///x"}}}));
+  // One that names nothing does not hide another.
+  EXPECT_EQ(item({{"x-special/gnome-copied-files", "copy"}, {"text/uri-list", "file:///x"}}),
+            (Item{{}, {}, {Link{"file:///x"}}}));
 }
 
 TEST_F(ClipboardRequestTest, StyledTextComesWithItsPage) {
