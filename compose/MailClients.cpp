@@ -33,6 +33,10 @@ const MailClient* knownMailClient(std::string_view id) {
   for (const MailClient& client : kClients) {
     if (equalIgnoringCase(client.id, id)) return &client;
   }
+  constexpr std::string_view kOwnEntry = "userapp-";
+  if (const auto dash = id.rfind('-'); id.starts_with(kOwnEntry) && dash >= kOwnEntry.size()) {
+    return knownMailClient(id.substr(kOwnEntry.size(), dash - kOwnEntry.size()));
+  }
   const auto mark = id.find('_');
   return mark == id.npos ? nullptr : knownMailClient(id.substr(mark + 1));
 }

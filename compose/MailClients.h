@@ -25,6 +25,8 @@ struct MailClient {
 
 /// The mail client that a desktop entry's identifier (without ".desktop") belongs to, letters
 /// compared without case; of a Snap's ("thunderbird_thunderbird") also by the part after the "_".
+/// A client that has no entry of its own is given one by the desktop when somebody makes it the
+/// default: "userapp-Thunderbird-X3TG90" is Thunderbird's.
 /// Null for one that is not known. Any thread may call.
 const MailClient* knownMailClient(std::string_view id);
 

@@ -14,6 +14,8 @@ TEST(MailClients, KnownByDesktopFlatpakAndSnapIdentifiers) {
       {"thunderbird_thunderbird", MailRoad::unsentFile},
       {"mozilla-thunderbird", MailRoad::unsentFile},
       {"eu.betterbird.Betterbird", MailRoad::unsentFile},
+      {"userapp-Thunderbird-X3TG90", MailRoad::unsentFile},
+      {"userapp-claws-mail-X3TG90", MailRoad::clawsMail},
       {"org.gnome.Evolution", MailRoad::mailtoAttached},
       {"org.gnome.Geary", MailRoad::mailtoAttached},
       {"geary_org.gnome.Geary", MailRoad::mailtoAttached},
@@ -32,7 +34,8 @@ TEST(MailClients, KnownByDesktopFlatpakAndSnapIdentifiers) {
 
 TEST(MailClients, OthersAreNotKnown) {
   for (const char* id : {"", "_", "firefox", "google-chrome", "kmail_view", "thunderbird2", "balsa",
-                         "thunderbird.desktop"}) {
+                         "thunderbird.desktop", "userapp-", "userapp-x", "userapp--",
+                         "userapp-firefox-X3TG90", "userapp-thunderbird"}) {
     EXPECT_EQ(knownMailClient(id), nullptr) << id;
   }
 }
