@@ -98,7 +98,7 @@ bool isBullet(char32_t scalar) {
 bool isTrailingMark(char32_t scalar) {
   if (scalar < 0x80) {
     return scalar != 0 &&
-           std::string_view(".,;:!?|").find(static_cast<char>(scalar)) != std::string_view::npos;
+           std::string_view(".,;:!?|^").find(static_cast<char>(scalar)) != std::string_view::npos;
   }
   if (scalar > 0x10FFFF) return false;
   return scalar == 0xB7 || scalar == 0xFF5E || scalar == 0x301C || scalar == 0x30FB ||

@@ -28,12 +28,12 @@ inline Character characterAt(std::string_view text, std::size_t at) {
 /// The character that ends before a position, which is not 0.
 Character characterBefore(std::string_view text, std::size_t at);
 
-// Legal in a URL (RFC 3986), "%" and the brackets included; braces and "|" too, which people write
-// in templates and lists and which come out percent-encoded.
+// Legal in a URL (RFC 3986), "%" and the brackets included; braces, "|" and "^" too, which people
+// write in templates, lists and queries and which come out percent-encoded.
 inline constexpr auto asciiLinkCharacters = [] {
   std::array<bool, 128> table{};
   for (std::size_t c = 0; c < table.size(); ++c) table[c] = isAlphanumeric(static_cast<char>(c));
-  for (const char c : std::string_view("-._~:/?#[]@!$&'()*+,;=%{|}")) {
+  for (const char c : std::string_view("-._~:/?#[]@!$&'()*+,;=%{|}^")) {
     table[static_cast<unsigned char>(c)] = true;
   }
   return table;

@@ -224,6 +224,9 @@ bool LinkNames::endsCleanly(const Host& host, std::size_t portEnd) {
   const char c = charAt(portEnd);
   const char next = charAt(portEnd + 1);
   const bool wordGoesOn = isHostCharacterAt(portEnd + 1) || isOneOf(next, "/@.:_%");
+  const auto isComplete = [&] {
+    return host.labels > 1 && topLevelDomains_.contains(host.topLabel);
+  };
   switch (c) {
     case '%':
     case '@':
@@ -232,6 +235,9 @@ bool LinkNames::endsCleanly(const Host& host, std::size_t portEnd) {
     case '+':
     case '$':
       return !isHostCharacterAt(portEnd + 1) && !isOneOf(next, "/@.:_%=+");
+    case '*':  // emphasis, as "~"
+    case '~':
+      return !isHostCharacterAt(portEnd + 1);
     case '&':
       return !wordGoesOn || isPunctuationReference(text_.substr(portEnd, 6));
     case '-':
@@ -242,8 +248,8 @@ bool LinkNames::endsCleanly(const Host& host, std::size_t portEnd) {
       return !isHostCharacterAt(end) && !isOneOf(charAt(end), "/@.:_-%");
     }
     case ':':
-      // Neither a port that is none nor "http://http://a.example".
-      return next != '/' && !isDigit(next);
+      // Neither a port that is none, nor "http://http://a.example", nor "joe@a.example:project".
+      return next != '/' && !isAlphanumeric(next);
     case '.': {
       std::size_t end = portEnd;
       while (charAt(end) == '.') ++end;
@@ -251,12 +257,25 @@ bool LinkNames::endsCleanly(const Host& host, std::size_t portEnd) {
       if (end - portEnd == 1) return !isOneOf(next, "-_%@") && !(hasPort && isDigit(next));
       if (!isHostCharacterAt(end)) return true;
       // "a.example...and" goes on with a word; "a..example" is a name with a hole.
-      return end - portEnd > 2 || topLevelDomains_.contains(host.topLabel);
+      return end - portEnd > 2 || isComplete();
     }
+    case '\'':
+      if (next == 's' && !isHostCharacterAt(portEnd + 2)) return true;
+      [[fallthrough]];
+    case '!':
+    case '(':
+    case '[':
+    case '{':
+    case ',':
+    case ';':
+    case '`':
+    case '|':
+      // "http://foo!bar.example" is not about the host "foo".
+      return !isHostCharacterAt(portEnd + 1) || isComplete() || beginsAnotherLink(text_, portEnd);
     default:
       break;
   }
-  if (hasPort && isHostCharacterAt(portEnd)) return false;
+  if ((hasPort || host.topLabel.empty()) && isHostCharacterAt(portEnd)) return false;
   if (portEnd >= text_.size() || isASCII(c)) return true;
   // A name that goes on behind something that nobody sees.
   std::size_t end = portEnd;
@@ -327,7 +346,9 @@ std::optional<std::size_t> LinkNames::localPartBegin(std::size_t at, std::size_t
   // Right behind another address any of these only parts the two.
   const bool followsLink = from > 0 && begin == from + 1;
   if (isOneOf(before, "/?!#$^\\@") && !followsLink) return std::nullopt;
-  if (before == '*' && begin >= from + 2 && isAlphanumeric(text_[begin - 2])) return std::nullopt;
+  if (isOneOf(before, "*`|}") && begin >= from + 2 && isAlphanumeric(text_[begin - 2])) {
+    if (!followsLink) return std::nullopt;
+  }
   if (isCutBefore(begin, from)) return std::nullopt;
 
   while (begin < at && isASCII(text_[begin]) && !isAlphanumeric(text_[begin]) &&
@@ -388,7 +409,7 @@ std::size_t LinkNames::refusedEnd(std::size_t begin, Until until) {
     const Character character = characterAt(text_, end);
     ++steps_;
     if (!isLinkCharacter(character.scalar) && !isInvisible(character.scalar) &&
-        !isWideDot(character.scalar) && !isOneOf(text_[end], "\\^")) {
+        !isWideDot(character.scalar) && !isOneOf(text_[end], "\\`")) {
       break;
     }
     if (until == Until::comma && isOneOf(text_[end], ",;|")) break;

@@ -113,7 +113,8 @@ std::optional<LinkScanner::Link> LinkScanner::linkOfScheme(std::size_t begin, st
   } else if (form == LinkForm::none) {
     // Nobody should run a program by clicking a text.
   } else if (authority) {
-    link = otherLink(begin, colon + 3);
+    // "jdbc:mysql://a.example" is about no server that another program could open.
+    if (names_.isFreeOfPrefix(begin, from_)) link = otherLink(begin, colon + 3);
   } else if (form == LinkForm::mail) {
     if (!slash) link = mailtoLink(begin, colon);
   } else if (form == LinkForm::hierarchy) {
@@ -140,7 +141,10 @@ std::optional<std::size_t> LinkScanner::schemeBegin(std::size_t colon) {
     if (word.size() < known.size()) continue;
     const std::size_t before = word.size() - known.size();
     if (!equalIgnoringCase(word.substr(before), known)) continue;
-    if (before == 0 || !isAlphanumeric(word[before - 1])) return colon - known.size();
+    // "git+https" is a scheme of its own.
+    const bool isLonger =
+        before > 0 && (isAlphanumeric(word[before - 1]) || (word[before - 1] == '+' && before > 1));
+    if (!isLonger) return colon - known.size();
   }
   while (begin < colon && !isLetter(text_[begin])) ++begin;
   const std::size_t length = colon - begin;
@@ -234,9 +238,10 @@ std::optional<LinkScanner::Link> LinkScanner::otherLink(std::size_t begin, std::
   return link;
 }
 
-/// "<URL>": all that stands between the marks, without the line breaks that mail puts into long
-/// lines and the spaces around them (RFC 3986, appendix C).
-std::optional<LinkScanner::Link> LinkScanner::linkInAngles(std::size_t begin, std::size_t colon) {
+/// What stands between "<" and ">" or "‹" and "›" from `begin` on, without the line breaks that
+/// mail puts into long lines and the spaces around them (RFC 3986, appendix C); its end is put into
+/// `end`. Nothing where that cannot be a URL.
+std::optional<std::string> LinkScanner::textInAngles(std::size_t begin, std::size_t& end) {
   std::size_t open = begin;
   if (open >= from_ + 4 && equalIgnoringCase(slice(open - 4, open), "url:")) open -= 4;
   const bool ascii = open > from_ && text_[open - 1] == '<';
@@ -273,12 +278,26 @@ std::optional<LinkScanner::Link> LinkScanner::linkInAngles(std::size_t begin, st
     whole += slice(at, at + character.length);
     at += character.length;
   }
-  LinkScanner inner(whole);
+  end = at;
+  return whole;
+}
+
+/// "<URL>": all of it is the link, or none. Its ":" or first "." stands at `trigger`.
+std::optional<LinkScanner::Link> LinkScanner::linkInAngles(std::size_t begin, std::size_t trigger) {
+  std::size_t end = begin;
+  const std::optional<std::string> whole = textInAngles(begin, end);
+  if (!whole) return std::nullopt;
+  LinkScanner inner(*whole);
   inner.isWhole_ = true;
-  std::optional<Link> link = inner.linkOfScheme(0, colon - begin);
+  std::optional<Link> link;
+  if (text_[trigger] == ':') {
+    link = inner.linkOfScheme(0, trigger - begin);
+  } else if (whole->size() == end - begin) {  // "<www.a.example" may have its ">" lines below
+    link = inner.atDot(trigger - begin);
+  }
   steps_ += inner.steps();
-  if (!link || link->end != whole.size()) return std::nullopt;
-  return Link{begin, at, std::move(link->url)};
+  if (!link || link->begin != 0 || link->end != whole->size()) return std::nullopt;
+  return Link{begin, end, std::move(link->url)};
 }
 
 // Links without one.
@@ -295,7 +314,13 @@ std::optional<LinkScanner::Link> LinkScanner::atDot(std::size_t dot) {
   const char beforeThat = begin > 1 ? text_[begin - 2] : ' ';
   if (isAlphanumeric(before) || isOneOf(before, "/\\@~#$%+^")) return std::nullopt;
   if (before == '.' && beforeThat != '.') return std::nullopt;
-  if (before == '&' && isAlphanumeric(beforeThat)) return std::nullopt;
+  if (isOneOf(before, "&!*") && isAlphanumeric(beforeThat)) return std::nullopt;
+  if (before == '-') {  // "www.-a.example"
+    std::size_t dashes = begin;
+    while (dashes > 0 && text_[dashes - 1] == '-') --dashes;
+    steps_ += begin - dashes;
+    if (dashes > 0 && isOneOf(text_[dashes - 1], "./:@")) return std::nullopt;
+  }
   if (before == '\'' && isAlphanumeric(beforeThat) && !isElision(text_, begin - 1)) {
     return std::nullopt;
   }
@@ -309,6 +334,9 @@ std::optional<LinkScanner::Link> LinkScanner::atDot(std::size_t dot) {
 
   const std::optional<LinkNames::Host> host = names_.host(begin, LinkNames::Underscores::refused);
   if (!host || host->labels < 2) return std::nullopt;
+  if (!isWhole_ && (before == '<' || !isASCII(before))) {
+    if (std::optional<Link> link = linkInAngles(begin, dot)) return link;
+  }
   return bareLink(begin, *host);
 }
 
@@ -321,7 +349,7 @@ std::optional<LinkScanner::Link> LinkScanner::bareLink(std::size_t begin,
     // "192.168.1.1" may be a version, "192.168.0.0/24" is a network.
     const std::string_view path = slice(port, end);
     isLink = path.starts_with('/') &&
-             (path.size() == 1 || (port != host.end ? isAlphanumeric(path[1]) : isLetter(path[1])));
+             (port != host.end || path.size() == 1 || isLetter(path[1]) || isOneOf(path[1], "_~?"));
   } else if (equalIgnoringCase(std::string_view(host.ascii).substr(0, 4), "www.") &&
              host.labels >= 3) {
     isLink = canBeTopLabel(host.topLabel);
@@ -357,7 +385,14 @@ std::optional<LinkScanner::Link> LinkScanner::atAtSign(std::size_t at) {
     return std::nullopt;
   }
   Link link{*begin, host->end, "mailto:"};
-  appendEncoded(link.url, slice(*begin, at));
+  // A mailbox with "%" in its name, which is no escape: "user%host@a.example" (RFC 6068).
+  std::string_view rest = slice(*begin, at);
+  for (std::size_t percent; (percent = rest.find('%')) != rest.npos;) {
+    appendEncoded(link.url, rest.substr(0, percent));
+    link.url += "%25";
+    rest.remove_prefix(percent + 1);
+  }
+  appendEncoded(link.url, rest);
   link.url += "@" + host->ascii;
   return link;
 }

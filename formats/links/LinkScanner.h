@@ -49,7 +49,8 @@ class LinkScanner {
   std::optional<Link> mailtoLink(std::size_t begin, std::size_t colon);
   std::optional<Link> wordLink(std::size_t begin, std::size_t colon, LinkForm form);
   std::optional<Link> otherLink(std::size_t begin, std::size_t restBegin);
-  std::optional<Link> linkInAngles(std::size_t begin, std::size_t colon);
+  std::optional<std::string> textInAngles(std::size_t begin, std::size_t& end);
+  std::optional<Link> linkInAngles(std::size_t begin, std::size_t trigger);
   std::optional<Link> bareLink(std::size_t begin, const LinkNames::Host& host);
 
   void seek(Trigger& trigger, std::size_t from);

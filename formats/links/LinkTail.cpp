@@ -19,6 +19,11 @@ constexpr std::size_t closingKind(char c) {
   return c == ')' ? 0 : c == ']' ? 1 : c == '}' ? 2 : noBracket;
 }
 
+// In the source of an HTML document "<", ">" and quotes end a link as they do elsewhere.
+bool isReferenceToMark(std::string_view text) {
+  return text.starts_with("&gt;") || text.starts_with("&lt;") || text.starts_with("&quot;");
+}
+
 bool isWordCharacter(char32_t scalar) { return isHostCharacter(scalar) || isHostSymbol(scalar); }
 
 // Whether a character that no link holds joins the ones beside it to a word that a link may hold.
@@ -52,6 +57,7 @@ void LinkTail::readRun(std::size_t from) {
     before = character.scalar;
     const char c = text_[runEnd_];
     if (beginsAnotherLink(text_, runEnd_)) break;
+    if (c == '&' && isReferenceToMark(text_.substr(runEnd_))) break;
     if (const std::size_t kind = openingKind(c); kind != noBracket) {
       // "[/" begins a closing tag of bulletin board markup.
       if (c == '[' && text_.substr(runEnd_ + 1).starts_with('/')) break;

@@ -41,12 +41,12 @@ TEST(LinkCharacters, Classes) {
     EXPECT_TRUE(isHostCharacter(c)) << static_cast<unsigned>(c);
     EXPECT_TRUE(isLinkCharacter(c)) << static_cast<unsigned>(c);
   }
-  for (const char32_t c : std::u32string(U"-._~:/?#[]@!$&'()*+,;=%{|}–·☃😀€")) {
+  for (const char32_t c : std::u32string(U"-._~:/?#[]@!$&'()*+,;=%{|}^–·☃😀€")) {
     EXPECT_FALSE(isHostCharacter(c)) << static_cast<unsigned>(c);
     EXPECT_TRUE(isLinkCharacter(c)) << static_cast<unsigned>(c);
   }
   for (const char32_t c :
-       std::u32string(U" \"<>\\^`\t\x7f\u00a0。、「」（）！…“”’«»\u200b\u202e\u3164\ufe0f\ufffd")) {
+       std::u32string(U" \"<>\\`\t\x7f\u00a0。、「」（）！…“”’«»\u200b\u202e\u3164\ufe0f\ufffd")) {
     EXPECT_FALSE(isHostCharacter(c)) << static_cast<unsigned>(c);
     EXPECT_FALSE(isLinkCharacter(c)) << static_cast<unsigned>(c);
   }

@@ -42,16 +42,19 @@ TEST(LinkNames, Hosts) {
 }
 
 TEST(LinkNames, WhatCutsAHost) {
-  for (const std::string_view rest : {"%2ecom", "@b", "^b", "=b", "+b", "&b", "-/", "..b", ".-b",
-                                      ":99999", "://b", ":80b", "\u200B.b", "\u202Eb"}) {
+  for (const std::string_view rest :
+       {"%2ecom", "@b",   "^b",       "=b",      "+b", "&b", "-/", "..b", ".-b", ":99999",
+        "://b",   ":80b", "\u200B.b", "\u202Eb", ":b", "*b", "!b", ",b",  "(b",  "'b"}) {
     EXPECT_EQ(host(joined({"a.example", rest})), joined({"a.example|", rest, " cut"}));
   }
   for (const std::string_view rest :
-       {"",  " b",  ".",  "...b", "/b", "?b",  ":80/",   ": b",      ":b", "&gt;b", ", b",
-        "!", "- b", "'s", ")",    "*",  "\\n", "\u200B", "\u200B b", "…",  "，b"}) {
+       {"",  " b",  ".",  "...b", "/b", "?b", ":80/", ": b",    ":",        "&gt;b", ", b",
+        "!", "- b", "'s", ")",    "*",  "*.", "\\n",  "\u200B", "\u200B b", "…",     "，b"}) {
     EXPECT_EQ(host(joined({"a.example", rest})), joined({"a.example|", rest}));
   }
   EXPECT_EQ(host("a.com..b"), "a.com|..b");  // a complete name, and an ellipsis
+  EXPECT_EQ(host("foo..b"), "foo|..b cut");  // of one label, though that is a top-level domain
+  EXPECT_EQ(host("a.com!b"), "a.com|!b");
 }
 
 TEST(LinkNames, BracketedAddresses) {
