@@ -33,6 +33,19 @@ constexpr std::array<std::string_view, 68> kProperties = {
 // clang-format on
 static_assert(std::is_sorted(kProperties.begin(), kProperties.end()));
 
+// The side in what browsers call the alignment that "align" gives to a block; else nothing.
+std::string_view oldSide(std::string_view align) {
+  constexpr std::string_view kPrefix = "-webkit-";
+  for (const std::string_view side : {"left", "center", "right"}) {
+    if (align.size() == kPrefix.size() + side.size() &&
+        equalIgnoringCase(align.substr(0, kPrefix.size()), kPrefix) &&
+        equalIgnoringCase(align.substr(kPrefix.size()), side)) {
+      return side;
+    }
+  }
+  return {};
+}
+
 // Words of a background that do not name a colour.
 bool loadsPicture(std::string_view word) { return word.find('(') != word.npos; }
 
@@ -111,6 +124,11 @@ void CSSStyle::add(const CSSDeclaration& declaration) {
   if (isOneColor && name != "border-color" && harmless && !isCSSColor(*harmless)) return;
   if (name == "background-color") colorLost_.set(!harmless, important);
   if (!harmless) return;
+  if (name == "text-align") {
+    for (const std::string_view side : {"-moz-center", "-moz-left", "-moz-right"}) {
+      if (equalIgnoringCase(*harmless, side)) harmless->replace(0, 5, "-webkit-");
+    }
+  }
   if (name == "white-space" && isBody_) return;  // it is written with line breaks of its own
   keep(name, std::move(*harmless), important);
 }
@@ -166,16 +184,41 @@ CSSBackground CSSStyle::background() const {
   return pictureLost_.on || colorLost_.on ? CSSBackground::lost : CSSBackground::outer;
 }
 
-std::string CSSStyle::text(bool outerLost) const {
+std::optional<std::string_view> CSSStyle::tableSide() const {
+  const CSSDeclaration* align = find("text-align");
+  if (align == nullptr) return std::nullopt;
+  return oldSide(align->value);
+}
+
+bool CSSStyle::losesColor(bool outerLost) const {
   const CSSBackground own = background();
-  const bool withoutColor =
-      own == CSSBackground::lost || (own == CSSBackground::outer && outerLost);
+  return own == CSSBackground::lost || (own == CSSBackground::outer && outerLost);
+}
+
+std::optional<std::string_view> CSSStyle::lostColor(bool outerLost) const {
+  const CSSDeclaration* color = find("color");
+  if (color == nullptr || !losesColor(outerLost)) return std::nullopt;
+  return color->value;
+}
+
+std::string CSSStyle::text(bool outerLost, std::string_view lostColor) const {
+  const CSSBackground own = background();
+  const bool withoutColor = losesColor(outerLost);
   std::string out;
-  for (const CSSDeclaration& one : kept_) {
-    if (one.property == "color" && withoutColor) continue;
-    if (one.property == "background-color" && own == CSSBackground::lost) continue;
-    if (!out.empty()) out += ';';
-    out.append(one.property).append(":").append(one.value);
+  if (own == CSSBackground::kept && !lostColor.empty() && find("color") == nullptr) {
+    out.append("color:").append(lostColor);
+  }
+  // The important ones at the end, so that no shorthand behind them sets what they set.
+  for (const bool important : {false, true}) {
+    for (const CSSDeclaration& one : kept_) {
+      if (one.important != important) continue;
+      if (one.property == "color" && withoutColor) continue;
+      if (one.property == "background-color" && own == CSSBackground::lost) continue;
+      if (!out.empty()) out += ';';
+      const std::string_view side =
+          one.property == "text-align" ? oldSide(one.value) : std::string_view();
+      out.append(one.property).append(":").append(side.empty() ? one.value : side);
+    }
   }
   return out;
 }

@@ -36,13 +36,19 @@ class CSSStyle {
   void addAll(std::string_view declarations);
 
   /// As it is written; without the colour of the text where `outerLost` or the element's own
-  /// background went, since white text would stand on white.
-  std::string text(bool outerLost) const;
+  /// background went, since white text would stand on white. On a background of its own the text
+  /// has `lostColor`, which would have come to it from outside, where it has no other.
+  std::string text(bool outerLost, std::string_view lostColor = {}) const;
+  /// The text's colour that text(outerLost) leaves out, if any.
+  std::optional<std::string_view> lostColor(bool outerLost) const;
   bool hidden() const { return displayNone_.on || clipped_.on; }
   /// Where it says so itself.
   std::optional<bool> visible() const { return visible_; }
   std::optional<bool> preservesSpace() const { return preservesSpace_; }
   CSSBackground background() const;
+  /// Whether its text is at a side as an old attribute says it ("left", "center", "right"), which
+  /// tables in it follow. Empty where it says something else, absent where it says nothing.
+  std::optional<std::string_view> tableSide() const;
 
  private:
   // A property that is not written; an important declaration of it is not overruled.
@@ -56,6 +62,7 @@ class CSSStyle {
     }
   };
   void keep(std::string_view property, std::string value, bool important);
+  bool losesColor(bool outerLost) const;
   void addBackground(std::string_view value, bool important);
   const CSSDeclaration* find(std::string_view property) const;
 

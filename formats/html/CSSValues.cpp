@@ -1,6 +1,7 @@
 #include "formats/html/CSSValues.h"
 
 #include "formats/html/CSSColor.h"
+#include "formats/html/CSSMath.h"
 #include "formats/html/CSSWords.h"
 #include "formats/html/HTMLCharacters.h"
 #include "text/ASCII.h"
@@ -49,10 +50,14 @@ std::optional<std::string> harmlessValue(std::string_view value) {
         if (!space || !function.ends_with(' ')) function += space ? ' ' : one;
       }
       if (end >= value.size()) function += ')';  // what is open at the end of a style is closed
-      const auto color = readCSSColor(function);
-      if (!color) return std::nullopt;
       out.erase(out.size() - (i - begin));
-      out += isOldForm(function) ? function : color->text();
+      if (const auto color = readCSSColor(function)) {
+        out += isOldForm(function) ? function : color->text();
+      } else if (const auto length = cssMathResult(function)) {
+        out += *length;
+      } else {
+        return std::nullopt;
+      }
       i = end;
     } else if (c == ' ') {
       if (!out.ends_with(' ')) out += c;

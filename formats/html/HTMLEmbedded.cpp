@@ -34,7 +34,8 @@ bool isUnseen(std::string_view name) {
 
 HTMLSurroundings HTMLWriter::surroundings() {
   const bool roomLeft = out_.size() <= mostBytes_;
-  return {roomLeft ? &sheet_ : nullptr, &budget_, base_, isBackgroundLost()};
+  return {roomLeft ? &sheet_ : nullptr, &budget_,    base_,
+          isBackgroundLost(),           lostColor(), blocks_.back().tableSide};
 }
 
 // Text styles stand inside of blocks in what is written, wherever they were begun.
@@ -53,6 +54,13 @@ bool HTMLWriter::isBackgroundLost() const {
   return blocks_.back().backgroundLost;
 }
 
+std::string_view HTMLWriter::lostColor() const {
+  for (std::size_t i = styles_.size(); i-- > 0;) {
+    if (styles_[i].lostColor) return *styles_[i].lostColor;
+  }
+  return blocks_.back().lostColor;
+}
+
 // The first base that leads somewhere counts.
 void HTMLWriter::startBase(const HTMLToken& token) {
   const std::string address = attributeValue(token.attributes, "href");
@@ -68,9 +76,10 @@ void HTMLWriter::startSheet(const HTMLToken& token) {
   const std::string media = lowercase(attributeValue(token.attributes, "media"));
   const auto shownOn = cssList(media);
   const bool isSeen = std::any_of(shownOn.begin(), shownOn.end(), [](std::string_view one) {
+    if (one.starts_with("only ")) one = withoutOuterSpace(one.substr(5));
     return one.empty() || one == "all" || one == "screen";
   });
-  const bool isRead = (type.empty() || type == "text/css") && isSeen;
+  const bool isRead = !isSheetComplete_ && (type.empty() || type == "text/css") && isSeen;
   skippedText_ = isRead ? &sheetText_ : nullptr;
 }
 

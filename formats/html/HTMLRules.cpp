@@ -40,7 +40,7 @@ constexpr std::array kRules = {
     HTMLRule{"br", Role::lineBreak, "br", ""},
     HTMLRule{"canvas", Role::skipped, "", ""},
     HTMLRule{"caption", Role::caption, "caption", ""},
-    HTMLRule{"center", Role::block, "div", "text-align:center"},
+    HTMLRule{"center", Role::block, "div", "text-align:-webkit-center"},
     HTMLRule{"cite", Role::inlined, "cite", ""},
     HTMLRule{"code", Role::inlined, "code", ""},
     HTMLRule{"datalist", Role::skipped, "", ""},
@@ -263,7 +263,10 @@ void addAlignment(const HTMLRule& rule, std::string_view side, CSSStyle& style) 
     // Of a table it is the place of the table, not of the text in it.
     if (side == "center" || side == "right") style.add("margin-left", "auto");
     if (side == "center") style.add("margin-right", "auto");
-  } else if (side == "left" || side == "right" || side == "center" || side == "justify") {
+  } else if (side == "left" || side == "right" || side == "center") {
+    std::string align(rule.role == Role::line ? "" : "-webkit-");
+    style.add("text-align", align.append(side));
+  } else if (side == "justify") {
     style.add("text-align", side);
   }
 }
@@ -309,9 +312,15 @@ HTMLKeptAttributes keepAttributes(const HTMLRule& rule, const std::vector<HTMLAt
   if (rule.written == "pre") kept.preservesSpace = true;
   const bool hasSheet =
       around.sheet != nullptr && !around.sheet->empty() && around.budget != nullptr;
-  if (all.empty() && rule.style.empty() && !hasSheet) return kept;
+  const bool isPlaced = rule.role == Role::table && !around.tableSide.empty();
+  if (all.empty() && rule.style.empty() && !hasSheet && !isPlaced) return kept;
   CSSStyle style(rule.role == Role::body);
   style.addAll(rule.style);
+  if (isPlaced) {
+    // As a whole: the text in its cells begins where it does in other tables.
+    addAlignment(rule, around.tableSide, style);
+    style.add("text-align", "start");
+  }
   for (const HTMLAttribute& attribute : all) {
     const std::string_view name = attribute.name;
     const auto value = [&] { return valueOf(attribute); };
@@ -354,11 +363,17 @@ HTMLKeptAttributes keepAttributes(const HTMLRule& rule, const std::vector<HTMLAt
                         *around.budget, style);
   }
   style.addAll(attributeValue(all, "style"));
-  const std::string declarations = style.text(around.backgroundLost);
+  const std::string declarations = style.text(around.backgroundLost, around.lostColor);
   if (!declarations.empty()) appendAttribute("style", declarations, kept.text);
   kept.hidden |= style.hidden();
   kept.visible = style.visible();
   kept.background = style.background();
+  if (const auto color = style.lostColor(around.backgroundLost)) {
+    kept.lostColor = std::string(*color);
+  } else if (kept.background == CSSBackground::kept) {
+    kept.lostColor = std::string();
+  }
+  if (const auto side = style.tableSide()) kept.tableSide = std::string(*side);
   if (style.preservesSpace()) kept.preservesSpace = style.preservesSpace();
   return kept;
 }

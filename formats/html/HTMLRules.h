@@ -63,6 +63,10 @@ struct HTMLSurroundings {
   /// What relative links are relative to.
   std::string_view base;
   bool backgroundLost = false;
+  /// The colour that text would have, had the background stayed.
+  std::string_view lostColor = {};
+  /// Where tables stand, as an old attribute around them says.
+  std::string_view tableSide = {};
 };
 
 /// What is kept of a tag's attributes.
@@ -76,6 +80,11 @@ struct HTMLKeptAttributes {
   /// Whether its text is seen, where the element says.
   std::optional<bool> visible;
   CSSBackground background = CSSBackground::outer;
+  /// The colour of its text, where that went with a background; empty where it has its own one.
+  std::optional<std::string> lostColor;
+  /// Where tables in it stand, where the element says: at the side that an old attribute gives to
+  /// its text, nowhere in particular where that is empty.
+  std::optional<std::string> tableSide;
   /// Where an anchor leads, empty where nowhere.
   std::string link;
 };

@@ -70,6 +70,12 @@ HTMLWriter::HTMLWriter(std::size_t size, std::string_view base)
   blocks_.push_back({&named("body"), false, false, 0});
 }
 
+HTMLWriter::HTMLWriter(std::size_t size, std::string_view base, StyleSheet sheet)
+    : HTMLWriter(size, base) {
+  sheet_ = std::move(sheet);
+  isSheetComplete_ = true;
+}
+
 void HTMLWriter::write(const HTMLToken& token) {
   if (skips(token) || isForeign(token) || isMedia(token)) return;
   if (token.kind == HTMLToken::Kind::text) return text(withoutControlCharacters(token.text));
@@ -90,7 +96,10 @@ bool HTMLWriter::skips(const HTMLToken& token) {
   if (!isEnd && !token.selfClosing) ++skippedDepth_;
   if (isEnd && --skippedDepth_ == 0) {
     skipped_.clear();
-    if (skippedText_ == &sheetText_) sheet_.read(withoutControlCharacters(sheetText_));
+    if (skippedText_ == &sheetText_) {
+      const bool hasRules = sheet_.read(withoutControlCharacters(sheetText_));
+      hasLateSheet_ = hasLateSheet_ || (hasRules && hasElements_);
+    }
     sheetText_.clear();
     skippedText_ = nullptr;
   }
@@ -173,6 +182,8 @@ void HTMLWriter::startBody(const std::vector<HTMLAttribute>& attributes) {
   const HTMLKeptAttributes kept = keep(named("body"), all);
   bodyAttributes_ = kept.text;
   blocks_.front().backgroundLost = kept.background == CSSBackground::lost;
+  blocks_.front().lostColor = kept.lostColor.value_or("");
+  blocks_.front().tableSide = kept.tableSide.value_or("");
 }
 
 void HTMLWriter::startBlock(const HTMLRule& rule, const HTMLKeptAttributes& kept) {
@@ -221,7 +232,7 @@ void HTMLWriter::startStyle(const HTMLRule& rule, HTMLKeptAttributes kept) {
   const bool noLink = rule.role == Role::anchor && kept.text.find(" href=\"") == kept.text.npos;
   const bool silent = empty || noLink || kept.hidden || isHidden() || out_.size() > mostBytes_;
   styles_.push_back({&rule, std::move(kept.text), blocks_.size(), silent, kept.hidden,
-                     kept.preservesSpace, kept.visible, kept.background,
+                     kept.preservesSpace, kept.visible, kept.background, std::move(kept.lostColor),
                      silent ? std::string() : std::move(kept.link)});
   if (kept.hidden) ++hiddenStyles_;
 }
@@ -326,6 +337,8 @@ void HTMLWriter::push(const HTMLRule& rule, const HTMLKeptAttributes& kept) {
   block.backgroundLost = kept.background == CSSBackground::outer
                              ? isBackgroundLost()
                              : kept.background == CSSBackground::lost;
+  block.lostColor = kept.lostColor.value_or(std::string(lostColor()));
+  block.tableSide = kept.tableSide.value_or(outer.tableSide);
   // The mark of an item goes with its text.
   if (rule.role == Role::item && !block.visible) block.silent = true;
   if (rule.role == Role::cell || rule.role == Role::caption) block.firstStyle = styles_.size();

@@ -21,12 +21,17 @@ class HTMLWriter {
   /// `size` of the document in bytes, which bounds what is written; `base` is the address that its
   /// links are relative to, empty where it has none.
   explicit HTMLWriter(std::size_t size, std::string_view base = {});
+  /// The same with the rules of the document's style sheets, which are not read again.
+  HTMLWriter(std::size_t size, std::string_view base, StyleSheet sheet);
 
   void write(const HTMLToken& token);
   /// Ends the document; nothing may be written after it.
   void finish();
   std::string takeHTML();
   std::string takeText() { return plain_.take(); }
+  /// Whether rules of style came behind elements, which they may be for.
+  bool hasLateSheet() const { return hasLateSheet_; }
+  StyleSheet takeSheet() { return std::move(sheet_); }
 
  private:
   // A block that is open.
@@ -37,6 +42,8 @@ class HTMLWriter {
     std::size_t firstStyle;  // the text styles from here on were begun in the same cell
     bool visible = true;
     bool backgroundLost = false;
+    std::string lostColor = {};  // of its text, which went with the background
+    std::string tableSide = {};  // where tables in it stand
     bool hasContent = false;
     bool hasCells = false;
     bool atTag = false;                       // nothing came after the start tag yet
@@ -53,6 +60,7 @@ class HTMLWriter {
     std::optional<bool> preservesSpace;  // these where it says so itself
     std::optional<bool> visible;
     CSSBackground background;
+    std::optional<std::string> lostColor;
     std::string link;          // where it leads, of an anchor that is not silent
     bool written = false;      // something of it was
     bool wentOn = false;       // behind the end of the block that it was begun in
@@ -106,10 +114,12 @@ class HTMLWriter {
   bool isMedia(const HTMLToken& token);
   HTMLSurroundings surroundings();
   HTMLKeptAttributes keep(const HTMLRule& rule, const std::vector<HTMLAttribute>& all) {
+    hasElements_ = true;
     return keepAttributes(rule, all, surroundings());
   }
   bool isVisible() const;
   bool isBackgroundLost() const;
+  std::string_view lostColor() const;
   bool skips(const HTMLToken& token);
   void push(const HTMLRule& rule, const HTMLKeptAttributes& kept);
   void pop();
@@ -141,6 +151,9 @@ class HTMLWriter {
   std::size_t skippedDepth_ = 0;
   std::string* skippedText_ = nullptr;  // where its text goes
   StyleSheet sheet_;
+  bool isSheetComplete_ = false;
+  bool hasLateSheet_ = false;
+  bool hasElements_ = false;  // that rules may be for
   std::string sheetText_;
   std::size_t budget_;  // of declarations from the sheet
   std::string base_;

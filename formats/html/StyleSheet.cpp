@@ -28,7 +28,8 @@ std::string withoutMarks(std::string text) {
 
 }  // namespace
 
-void StyleSheet::read(std::string_view sheet) {
+bool StyleSheet::read(std::string_view sheet) {
+  const std::size_t before = selectors_.size();
   const std::string text = withoutComments(withoutMarks(std::string(sheet)));
   std::string_view rest = text;
   while (!rest.empty() && selectors_.size() < kMaxSelectors) {
@@ -42,17 +43,22 @@ void StyleSheet::read(std::string_view sheet) {
     if (!head.starts_with('@')) readRule(head, rest.substr(0, end));
     rest.remove_prefix(std::min(end + 1, rest.size()));
   }
+  return selectors_.size() > before;
 }
 
 void StyleSheet::readRule(std::string_view selectors, std::string_view declarations) {
   const std::size_t rule = rules_.size();
-  for (const std::string_view text : cssList(selectors)) {
+  const std::vector<std::string_view> all = cssList(selectors);
+  // A list that misses one is none, as in browsers.
+  if (std::any_of(all.begin(), all.end(), [](std::string_view one) { return one.empty(); })) return;
+  for (const std::string_view text : all) {
     Selector selector;
     selector.rule = rule;
     if (!readSelector(text, selector) || selectors_.size() == kMaxSelectors) continue;
     const std::string key = !selector.id.empty()        ? '#' + selector.id
                             : !selector.classes.empty() ? '.' + selector.classes.front()
-                                                        : selector.element;
+                            : !selector.element.empty() ? selector.element
+                                                        : "*";
     auto& same = index_[key];
     if (same.size() == kMaxForOne) continue;
     same.push_back(selectors_.size());
@@ -67,13 +73,14 @@ bool StyleSheet::readSelector(std::string_view text, Selector& selector) {
   std::uint32_t weight = 0;
   std::size_t at = 0;
   if (text.empty()) return false;
+  if (text.front() == '*') ++at;  // any element
   while (at < text.size()) {
     const char mark = text[at] == '.' || text[at] == '#' ? text[at] : '\0';
     if (mark != '\0') ++at;
     const std::size_t begin = at;
     while (at < text.size() && isNameCharacter(text[at])) ++at;
     const std::string_view name = text.substr(begin, at - begin);
-    if (name.empty() || name.size() > kMaxName) return false;
+    if (name.empty() || name.size() > kMaxName || isDigit(name.front())) return false;
     if (mark == '.') {
       if (selector.classes.size() == kMaxClasses) return false;
       selector.classes.emplace_back(name);
@@ -121,6 +128,7 @@ void StyleSheet::apply(std::string_view element, std::string_view classes, std::
       if (fits) found.push_back(index);
     }
   };
+  look("*");
   look(std::string(element));
   for (const std::string& one : own) look('.' + one);
   if (!id.empty()) look('#' + std::string(id));

@@ -11,13 +11,14 @@
 
 namespace korvane {
 
-/// The rules of a document's <style> elements whose selectors are an element, classes, an id or
-/// these together ("p.note"), alone or in lists. Everything else (rules for media, descendants,
+/// The rules of a document's <style> elements whose selectors are "*", an element, classes, an id
+/// or these together ("p.note"), alone or in lists. Everything else (rules for media, descendants,
 /// states, …) is passed over. At most 2,000 selectors, 16 of them for the same class, id or
 /// element. In time proportional to the sheets. One thread at a time.
 class StyleSheet {
  public:
-  void read(std::string_view sheet);
+  /// Adds the rules of a sheet; whether there were any.
+  bool read(std::string_view sheet);
   bool empty() const { return selectors_.empty(); }
 
   /// Adds what the rules say of an element, as the cascade orders them. Takes the number of

@@ -71,7 +71,10 @@ TEST(CSSStyle, TheStrongerCounts) {
          {"color:red;color:nocolor", "color:red"},
          {"color:red;color:var(--x)", "color:red"},
          {"background-color:red;background-color:nocolor", "background-color:red"},
-         {"font-size:1em;font-size:calc(2em)", "font-size:1em"}});
+         {"font-size:1em;font-size:calc(2em)", "font-size:2em"},
+         {"font-size:1em;font-size:calc(2em + 1px)", "font-size:1em"},
+         {"font:1em Arial!important;font-size:2em", "font-size:2em;font:1em Arial"},
+         {"font-size:2em!important;font:1em Arial", "font:1em Arial;font-size:2em"}});
 }
 
 TEST(CSSStyle, OfABackgroundTheColorStays) {

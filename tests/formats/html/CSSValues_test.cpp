@@ -18,7 +18,7 @@ TEST(CSSValues, Refused) {
                                        "u\\72l(x)",
                                        "\\",
                                        "expression(1)",
-                                       "calc(1px + 2px)",
+                                       "calc(1px + 2em)",
                                        "var(--x)",
                                        "attr(href)",
                                        "image-set(x)",

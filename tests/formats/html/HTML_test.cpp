@@ -278,7 +278,7 @@ TEST(HTML, ReplacesCharacterReferences) {
 // to that.
 TEST(HTML, EveryRowOfTheTable) {
   const auto rows = testing::readJsonLines("html.jsonl");
-  ASSERT_EQ(rows.size(), 716U);
+  ASSERT_EQ(rows.size(), 1139U);
   for (const Value& row : rows) {
     const std::string html(row.objectForKey("html").text());
     const HTMLText result = read(html, row.objectForKey("base").text());
@@ -290,6 +290,18 @@ TEST(HTML, EveryRowOfTheTable) {
     const HTMLText again = read(result.html);
     EXPECT_EQ(again.html, result.html) << html;
     EXPECT_EQ(again.text, result.text) << html;
+  }
+}
+
+TEST(HTML, RulesOfStyleAreForTheBodyToo) {
+  for (const std::string_view html :
+       {"<style>*{color:red}</style>x", "<style>body{color:red}</style><body>x",
+        "<body>x<style>body{color:red}</style>",
+        "<body>x<b>y</b><style>*{color:blue}</style>"
+        "<style>body,b{color:red}</style>"}) {
+    const HTMLText result = read(html);
+    EXPECT_NE(result.html.find("<body style=\"color:red\">\nx"), std::string::npos) << result.html;
+    EXPECT_EQ(read(result.html).html, result.html);
   }
 }
 

@@ -34,16 +34,17 @@ TEST(StyleSheet, Selectors) {
     std::string_view selector;
     bool fits;
   };
-  for (const Row& row :
-       std::vector<Row>{{"p", true},     {"P", true},        {".a", true},         {".b", true},
-                        {"#i", true},    {"p.a", true},      {"p.a.b", true},      {"p.b.a", true},
-                        {"p#i.a", true}, {".a#i", true},     {"h1, p", true},      {"h1,,p", true},
-                        {"p ", true},    {"div", false},     {".A", false},        {".c", false},
-                        {"#I", false},   {"p.a.c", false},   {"div.a", false},     {"p#j", false},
-                        {"*", false},    {"p:hover", false}, {"p::before", false}, {"div p", false},
-                        {"p>b", false},  {"p+p", false},     {"p[id]", false},     {"p.", false},
-                        {"p#", false},   {"p..a", false},    {"p#i#i", false},     {".a p", false},
-                        {"p\\.a", false}}) {
+  for (const Row& row : std::vector<Row>{
+           {"p", true},          {"P", true},      {".a", true},     {".b", true},
+           {"#i", true},         {"p.a", true},    {"p.a.b", true},  {"p.b.a", true},
+           {"p#i.a", true},      {".a#i", true},   {"h1, p", true},  {"h1,,p", false},
+           {"p ", true},         {"div", false},   {".A", false},    {".c", false},
+           {"#I", false},        {"p.a.c", false}, {"div.a", false}, {"p#j", false},
+           {"*", true},          {"*.a", true},    {"*#j", false},   {"p*", false},
+           {"**", false},        {".1", false},    {"p,", false},    {"p:hover", false},
+           {"p::before", false}, {"div p", false}, {"p>b", false},   {"p+p", false},
+           {"p[id]", false},     {"p.", false},    {"p#", false},    {"p..a", false},
+           {"p#i#i", false},     {".a p", false},  {"p\\.a", false}}) {
     const std::string css = std::string(row.selector) + "{color:red}";
     EXPECT_EQ(applied(css, "p", " b\ta a ", "i"), row.fits ? "color:red" : "") << css;
   }
