@@ -48,7 +48,7 @@ constexpr std::array kRules = {
     HTMLRule{"del", Role::inlined, "del", ""},
     HTMLRule{"details", Role::block, "div", ""},
     HTMLRule{"dfn", Role::inlined, "dfn", ""},
-    HTMLRule{"dialog", Role::block, "div", ""},
+    HTMLRule{"dialog", Role::block, "div", "display:none"},
     HTMLRule{"dir", Role::list, "ul", ""},
     HTMLRule{"div", Role::block, "div", ""},
     HTMLRule{"dl", Role::list, "dl", ""},
@@ -326,6 +326,8 @@ HTMLKeptAttributes keepAttributes(const HTMLRule& rule, const std::vector<HTMLAt
     const auto value = [&] { return valueOf(attribute); };
     if (name == "hidden") {
       kept.hidden = true;
+    } else if (name == "open" && rule.name == "dialog") {
+      style.add("display", "block");
     } else if (name == "dir") {
       keepWord(attribute, {"ltr", "rtl", "auto"}, kept.text);
     } else if (name == "lang") {
