@@ -468,10 +468,10 @@ std::optional<NSData> writePNG(const Bitmap& bitmap, EncodingEffort effort, unsi
   appendChunk("IDAT", std::array<Byte, 2>{0x78, 0x5E}, out);  // how zlib's data begins
   uLong checksum = adler32(0, nullptr, 0);
   for (Strip& strip : strips) {
-    constexpr std::size_t kChunkLimit = 0x7FFFFFFF;
+    constexpr std::size_t kMaxChunk = 0x7FFFFFFF;
     const std::span<const Byte> bytes(strip.compressed.bytes.get(), strip.compressed.size);
-    for (std::size_t at = 0; at < bytes.size(); at += kChunkLimit) {
-      appendChunk("IDAT", bytes.subspan(at, std::min(kChunkLimit, bytes.size() - at)), out);
+    for (std::size_t at = 0; at < bytes.size(); at += kMaxChunk) {
+      appendChunk("IDAT", bytes.subspan(at, std::min(kMaxChunk, bytes.size() - at)), out);
     }
     checksum = adler32_combine(checksum, strip.checksum, static_cast<z_off_t>(strip.filteredBytes));
     strip.compressed.bytes.reset();

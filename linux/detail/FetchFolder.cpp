@@ -18,7 +18,7 @@ namespace {
 
 constexpr int kOpenFolder = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
 /// How often another share may take a new folder for one that is left over.
-constexpr int kMaximumTries = 10;
+constexpr int kMaxTries = 10;
 
 struct Folders {
   std::mutex mutex;
@@ -39,7 +39,7 @@ FetchFolder::FetchFolder(const std::string& parent) : parent_(parent) {
   holder_ = FileDescriptor(::open(parent.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   if (!holder_) throw FileFailure{errno, parent};
   for (int tries = 0; !make(); ++tries) {
-    if (tries == kMaximumTries) throw FileFailure{EBUSY, parent};
+    if (tries == kMaxTries) throw FileFailure{EBUSY, parent};
   }
   const std::lock_guard lock(folders().mutex);
   folders().all.insert(this);

@@ -24,7 +24,7 @@ namespace korvane {
 namespace {
 
 // How often the lock file may be exchanged while it is being locked.
-constexpr int kMaximumReplacements = 100;
+constexpr int kMaxReplacements = 100;
 
 /// What an access locks, as names: those of the protocol.
 struct LockNames {
@@ -164,7 +164,7 @@ bool isStillAt(const std::string& path, const FileDescriptor& file) {
 /// Waits for all the locks; they hold until the result is closed.
 std::shared_ptr<FileDescriptor> lock(const std::string& path, const LockNames& names,
                                      SteadyClock::time_point deadline) {
-  for (int attempt = 0; attempt < kMaximumReplacements; ++attempt) {
+  for (int attempt = 0; attempt < kMaxReplacements; ++attempt) {
     auto file = std::make_shared<FileDescriptor>(openLockFile(path));
     for (const std::string& name : names.shared) lockOneByte(file, name, F_RDLCK, path, deadline);
     for (const std::string& name : names.exclusive)

@@ -12,6 +12,7 @@
 #include "linux/detail/FileCopy.h"
 #include "linux/detail/FilePlace.h"
 #include "linux/detail/FileTree.h"
+#include "linux/detail/FolderCopy.h"
 #include "platform/detail/Translation.h"
 
 namespace korvane {
@@ -122,7 +123,7 @@ bool FileManager::copyItemAtPath(std::string_view source, std::string_view desti
       FolderCopyRules rules;
       const bool contained = options_.container.relativePath(source).has_value();
       rules.links = contained ? Links::refused : Links::followed;
-      rules.maximumEntries = options_.maximumEntries;
+      rules.maxEntries = options_.maxEntries;
       if (const auto& asked = delegate()) {
         rules.shouldProceed = [&](const FileFailure& failure, std::string_view relative) {
           const std::string below = std::string("/").append(relative);

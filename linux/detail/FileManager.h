@@ -15,7 +15,7 @@ struct FilePlace;
 struct KORVANE_EXPORT FileManagerOptions {
   ContainerRoot container = ContainerRoot();
   /// How many files and folders one copied folder may hold; more fail the copy.
-  std::size_t maximumEntries = 100'000;
+  std::size_t maxEntries = 100'000;
 };
 
 /// Files and folders by POSIX. Any thread may call. Beside what NSFileManager says:
@@ -30,7 +30,7 @@ struct KORVANE_EXPORT FileManagerOptions {
 ///   most, then it fails with EBUSY. Owners, times and modes are not copied.
 /// - Inside a folder that is copied a link is followed to a file of that folder alone; one that
 ///   leads out and one to a folder fail with ELOOP. Without a delegate the first failure is that of
-///   the whole item, and the error names what it is about. A folder of more than `maximumEntries`
+///   the whole item, and the error names what it is about. A folder of more than `maxEntries`
 ///   fails with E2BIG before anything is copied, and the delegate is not asked.
 /// - A copy or a write is made under a name that begins with ".korvane-" in the destination's
 ///   folder and gets its own name when it is complete. A process that is killed in between leaves

@@ -21,7 +21,7 @@ namespace {
 
 constexpr int kOpenFolder = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
 // How often a folder into which others keep writing is emptied again before it is given up.
-constexpr int kMaximumRefills = 100;
+constexpr int kMaxRefills = 100;
 
 struct Identity {
   dev_t device;
@@ -113,7 +113,7 @@ void removeFolder(int parent, const std::string& topName, const std::string& top
     }
     const int holder = above ? above.get() : parent;
     if (::unlinkat(holder, name.c_str(), AT_REMOVEDIR) != 0 && errno != ENOENT) {
-      if ((errno == ENOTEMPTY || errno == EEXIST) && ++refills < kMaximumRefills) continue;
+      if ((errno == ENOTEMPTY || errno == EEXIST) && ++refills < kMaxRefills) continue;
       throw FileFailure{errno, path};
     }
     levels.pop_back();

@@ -172,7 +172,7 @@ class RemoteReading {
     if (!folder) failByErrno(errno);
     const bool isFolder = g_file_info_get_file_type(info.get()) == G_FILE_TYPE_DIRECTORY;
     if (rules_.found) rules_.found(name, isFolder ? std::nullopt : sizeOf(info.get()));
-    entriesLeft_ = rules_.maximumEntries;
+    entriesLeft_ = rules_.maxEntries;
     copy({file.get(), info.get(), folder.get(), name, ""}, 0);
     return rules_.folder + "/" + name;
   }
@@ -338,7 +338,7 @@ class RemoteReading {
       came(0);
       if (entriesLeft_-- == 0) {
         throw WholeFailure(translated("it holds more than {0} files and folders",
-                                      std::to_string(rules_.maximumEntries)));
+                                      std::to_string(rules_.maxEntries)));
       }
       entries.push_back(std::move(info));
     }

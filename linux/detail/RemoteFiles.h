@@ -63,7 +63,7 @@ struct FetchRules {
   /// A private folder without anything in it: an absolute path.
   std::string folder;
   /// How many entries a folder may hold, with those below it, and how deep they may lie.
-  std::size_t maximumEntries = 100'000;
+  std::size_t maxEntries = 100'000;
   std::size_t maximumDepth = 100;
   /// How many bytes are taken of a file that does not say how large it is, and beyond what it says.
   std::uint64_t maximumUnannounced = std::uint64_t{1} << 30;

@@ -23,13 +23,8 @@ namespace fs = std::filesystem;
 using testing::contentOf;
 using testing::inChild;
 using testing::inChildAsOrdinaryUser;
+using testing::modeOf;
 using testing::TemporaryFolder;
-
-unsigned modeOf(const std::string& path) {
-  struct stat status = {};
-  EXPECT_EQ(::lstat(path.c_str(), &status), 0) << path;
-  return status.st_mode & 07777;
-}
 
 /// Bytes that never repeat within a file's blocks.
 std::string pattern(std::size_t size) {
@@ -357,7 +352,7 @@ TEST_F(FileCopyTest, AFolderThatHoldsTooMuchIsRefusedAtOnce) {
   EXPECT_EQ(error->localizedDescription,
             folder.path("tree") + ": holds more than 1000 files and folders");
   EXPECT_TRUE(consent->asked.empty());
-  EXPECT_EQ(FileManagerOptions().maximumEntries, 100'000U);
+  EXPECT_EQ(FileManagerOptions().maxEntries, 100'000U);
 }
 
 TEST_F(FileCopyTest, OneBadEntryFailsTheWholeFolder) {

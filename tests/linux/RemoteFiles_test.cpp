@@ -22,6 +22,7 @@ using ::testing::AnyOf;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
+using testing::modeOf;
 using ::testing::Pair;
 using testing::readFile;
 using ::testing::StartsWith;
@@ -106,12 +107,6 @@ class RemoteFiles : public ::testing::Test {
       return std::string(failure.isLink() ? "link: " : "") + failure.what();
     }
   }
-  static mode_t modeOf(const std::string& path) {
-    struct stat status = {};
-    EXPECT_EQ(::stat(path.c_str(), &status), 0) << path;
-    return status.st_mode & 07777;
-  }
-
   static inline Desktop* shared = nullptr;
   static inline std::string lacking;
   testing::TemporaryFolder folder;
@@ -200,7 +195,7 @@ TEST_F(RemoteFiles, AFolderIsFetchedWithAllThatCanBe) {
 TEST_F(RemoteFiles, AFolderHasItsBounds) {
   for (int i = 0; i < 5; ++i) serve("many/" + std::to_string(i), "x");
   serve("deep/1/2/3/4", "x");
-  rules.maximumEntries = 5;
+  rules.maxEntries = 5;
   EXPECT_EQ(fetch(url("many")), "many");
   serve("many/sub/6", "x");
   EXPECT_EQ(failureOf(url("many")), "it holds more than 5 files and folders");

@@ -3,6 +3,7 @@
 // A fresh folder for a test, below the system's folder for temporary files.
 
 #include <stdlib.h>
+#include <sys/stat.h>
 
 #include <filesystem>
 #include <fstream>
@@ -73,6 +74,13 @@ inline std::string contentOf(const std::string& path) {
   std::ostringstream content;
   content << stream.rdbuf();
   return content.str();
+}
+
+/// The rights of what lies at a path (a link's own), as chmod takes them.
+inline unsigned modeOf(const std::string& path) {
+  struct stat status = {};
+  if (::lstat(path.c_str(), &status) != 0) throw std::runtime_error("nothing is at " + path);
+  return status.st_mode & 07777;
 }
 
 }  // namespace korvane::testing
