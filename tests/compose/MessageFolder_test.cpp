@@ -1,7 +1,6 @@
 #include "compose/MessageFolder.h"
 
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 
 #include <chrono>
 #include <cstdlib>
@@ -13,6 +12,7 @@ namespace korvane {
 namespace {
 
 namespace fs = std::filesystem;
+using testing::modeOf;
 using testing::TemporaryFolder;
 
 // The folders of a user are asked for once in a process; every case has one of its own.
@@ -23,11 +23,6 @@ bool as(const TemporaryFolder& home, const std::string& cache, const std::functi
            setenv("XDG_CONFIG_HOME", home.path("config").c_str(), 1);
            return work();
          }) == 0;
-}
-
-unsigned modeOf(const std::string& path) {
-  struct stat status = {};
-  return ::stat(path.c_str(), &status) == 0 ? status.st_mode & 07777 : 0;
 }
 
 TEST(MessageFolder, EveryMessageHasItsOwnPrivateOne) {

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "tests/support/FakeShare.h"
+#include "tests/support/Gate.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace korvane {
@@ -20,6 +21,7 @@ namespace fs = std::filesystem;
 using ::testing::AllOf;
 using ::testing::Each;
 using ::testing::ElementsAre;
+using testing::Gate;
 using ::testing::IsEmpty;
 using ::testing::Le;
 using ::testing::StartsWith;
@@ -137,25 +139,6 @@ TEST_F(FetchedFilesTest, WhatOfAFolderIsLeftOutIsMissing) {
   EXPECT_THAT(run->missing(),
               ElementsAre(MissingThing{"smb://a/1/sub/film.mp4", "it may not be read"}));
 }
-
-/// What blocks until the test lets go, whatever it is told.
-class Gate {
- public:
-  void open() {
-    const std::lock_guard lock(mutex_);
-    open_ = true;
-    changed_.notify_all();
-  }
-  void wait() {
-    std::unique_lock lock(mutex_);
-    changed_.wait(lock, [&] { return open_; });
-  }
-
- private:
-  std::mutex mutex_;
-  std::condition_variable changed_;
-  bool open_ = false;
-};
 
 TEST_F(FetchedFilesTest, SilenceEndsAFetchAndSoonAllOfThatServer) {
   takeNoTime();

@@ -2,7 +2,6 @@
 
 #include <gmock/gmock.h>
 
-#include <condition_variable>
 #include <filesystem>
 #include <new>
 #include <thread>
@@ -11,34 +10,17 @@
 #include "host/WatchedServices.h"
 #include "model/ExtensionMessage.h"
 #include "tests/support/FakeShare.h"
+#include "tests/support/Gate.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace korvane {
 namespace {
 
 using ::testing::ElementsAre;
+using testing::Gate;
 using ::testing::HasSubstr;
 using ::testing::SizeIs;
 using Content = ShareRequest::Content;
-
-/// A gate that threads wait at until it is opened.
-class Gate {
- public:
-  void open() {
-    std::lock_guard lock(mutex_);
-    open_ = true;
-    changed_.notify_all();
-  }
-  void wait() {
-    std::unique_lock lock(mutex_);
-    changed_.wait(lock, [&] { return open_; });
-  }
-
- private:
-  std::mutex mutex_;
-  std::condition_variable changed_;
-  bool open_ = false;
-};
 
 class ShareRun : public ::testing::Test {
  protected:

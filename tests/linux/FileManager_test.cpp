@@ -21,17 +21,12 @@ namespace fs = std::filesystem;
 using testing::contentOf;
 using testing::inChild;
 using testing::inChildAsOrdinaryUser;
+using testing::modeOf;
 using testing::TemporaryFolder;
 
 NSURL fileURL(const std::string& path) { return NSURL::fileURLWithPath(path); }
 
 NSData bytes(std::string_view text) { return {text.begin(), text.end()}; }
-
-unsigned modeOf(const std::string& path) {
-  struct stat status = {};
-  EXPECT_EQ(::lstat(path.c_str(), &status), 0) << path;
-  return status.st_mode & 07777;
-}
 
 std::size_t entriesIn(const std::string& folder) {
   return static_cast<std::size_t>(

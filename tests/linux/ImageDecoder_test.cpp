@@ -20,9 +20,8 @@ namespace korvane {
 namespace {
 
 NSData file(const std::string& name) {
-  std::ifstream in(std::string(KORVANE_TEST_DATA "/images/") + name, std::ios::binary);
-  EXPECT_TRUE(in) << name;
-  return {std::istreambuf_iterator<char>(in), {}};
+  const std::string content = testing::contentOf(KORVANE_TEST_DATA "/images/" + name);
+  return {content.begin(), content.end()};
 }
 
 std::size_t openDescriptors() {

@@ -16,14 +16,14 @@
 #include "formats/images/DecodedPicture.h"
 #include "support/Pictures.h"
 #include "support/Places.h"
+#include "support/TemporaryFolder.h"
 
 namespace korvane {
 namespace {
 
 NSData file(const std::string& name) {
-  std::ifstream in(std::string(KORVANE_TEST_DATA "/images/") + name, std::ios::binary);
-  EXPECT_TRUE(in) << name;
-  return {std::istreambuf_iterator<char>(in), {}};
+  const std::string content = testing::contentOf(KORVANE_TEST_DATA "/images/" + name);
+  return {content.begin(), content.end()};
 }
 
 NSData bytes(std::string_view text) { return {text.begin(), text.end()}; }

@@ -23,16 +23,11 @@ using testing::contentOf;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
+using testing::modeOf;
 using ::testing::StartsWith;
 using testing::TemporaryFolder;
 
 NSData bytes(std::string_view text) { return {text.begin(), text.end()}; }
-
-unsigned modeOf(const std::string& path) {
-  struct stat status = {};
-  EXPECT_EQ(::lstat(path.c_str(), &status), 0) << path;
-  return status.st_mode & 07777;
-}
 
 class StagingTest : public ::testing::Test {
  protected:

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "support/Places.h"
+#include "support/TemporaryFolder.h"
 
 namespace korvane {
 namespace {
@@ -14,9 +15,7 @@ namespace {
 using namespace std::string_literals;
 
 std::string file(const std::string& name) {
-  std::ifstream in(std::string(KORVANE_TEST_DATA "/images/") + name, std::ios::binary);
-  EXPECT_TRUE(in) << name;
-  return {std::istreambuf_iterator<char>(in), {}};
+  return testing::contentOf(KORVANE_TEST_DATA "/images/" + name);
 }
 
 std::string needed(const std::string& data, std::string_view format) {
