@@ -54,6 +54,11 @@ set(about_share "the share extension's controller and view")
 set(about_linux "the services on a Linux desktop")
 set(private_linux "gio-unix-2.0 libdeflate zlib libpsl icu-i18n icu-uc")
 set(internal_linux -lkorvane_formats)
+# The prefix is told from where the file lies, so that an installed tree can be moved, and installed
+# elsewhere than it was configured for.
+file(RELATIVE_PATH prefix_from_pc ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
+string(REGEX REPLACE "/$" "" prefix_from_pc "${prefix_from_pc}")
+
 foreach(library ${libraries})
   set(name ${library})
   set(requires ${requires_${library}})
