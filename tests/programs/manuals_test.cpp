@@ -75,13 +75,28 @@ TEST(Manuals, NameTheOptionsThatHelpLists) {
     ASSERT_TRUE(fs::exists(program)) << "the page of a program that was not built";
     const Finished help = desktop.run({program, "--help"});
     ASSERT_EQ(help.status, 0) << help.errors;
-    EXPECT_THAT(linesThatDoNotFit(help.output), ::testing::IsEmpty());
     const Options options = optionsOfHelp(help.output);
     EXPECT_GE(options.size(), 3U);
     EXPECT_EQ(optionsOfManual(readFile(entry.path())), options);
     ++pages;
   }
   EXPECT_GE(pages, 5);
+}
+
+TEST(Manuals, HelpFitsATerminalInEveryLanguage) {
+  PrivateDesktop desktop;
+  desktop.set("LC_ALL", "C.UTF-8");
+  for (const char* language : {"en", "de", "es", "fr", "it"}) {
+    desktop.set("LANGUAGE", language);
+    for (const char* program : {"korvane-share", "korvane-directory", "korvane-message",
+                                "korvane-compose", "korvane-portal", "korvane-browser"}) {
+      const Finished help =
+          desktop.run({std::string(KORVANE_BINARY_DIR "/bin/") + program, "--help"});
+      EXPECT_THAT(linesThatDoNotFit(help.output), ::testing::IsEmpty())
+          << program << " in " << language;
+      EXPECT_EQ(help.status, 0) << help.errors;
+    }
+  }
 }
 
 TEST(Manuals, StandForEveryInstalledProgram) {
