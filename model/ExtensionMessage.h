@@ -104,10 +104,10 @@ class KORVANE_EXPORT ExtensionMessage : public NSObject {
   /// user's language, "" for the texts and 0 for the numbers. "date", 0 where it is missing, has
   /// single precision: a present-day time is a multiple of 128 seconds; `dateString` is its
   /// ExtensionDate::centralDate. An "avatar" that is not an image leaves `image` absent. Bodies,
-  /// lists and attachments are not read. An absent dictionary reads as an empty one. A "date" that
-  /// is no number, an "avatar" that is not a text and what is not a dictionary end the reading with
-  /// the log line "ExtensionMessage initWithDictonary …" and leave the fields from there on as they
-  /// are. Never throws NSException.
+  /// lists and attachments are not read. An absent dictionary reads as an empty one. What is not
+  /// a dictionary, a "date" that does not convert to a number (a list, say) and an "avatar" that is
+  /// not a text end the reading with the log line "ExtensionMessage initWithDictonary …" and leave
+  /// the fields from there on as they are. Never throws NSException.
   void initWithDictonary(const Value& dictionary);
 
   /// The command URL `korvane://COMMAND?QUERY` that opens the mail client with this message. The

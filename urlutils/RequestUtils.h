@@ -128,10 +128,10 @@ KORVANE_EXPORT std::string stringByAppendingURLPathExtension(std::string_view su
 
 // URL values.
 
-/// The file URL of a text that begins with "/" or "~", else the URL of the text; absent when it is
-/// none. The Platform's file manager is asked whether a path is a folder.
+/// The file URL of a text that begins with "/" or "~", else the URL of the text; absent when that
+/// is not a URL. The Platform's file manager is asked whether a path is a folder.
 KORVANE_EXPORT std::optional<NSURL> URLValue(std::string_view subject);
-/// The URL of the text resolved against the base; absent when it is none.
+/// The URL of the text resolved against the base; absent when that is not a URL.
 KORVANE_EXPORT std::optional<NSURL> URLValueRelativeToURL(std::string_view subject,
                                                           const NSURL& base);
 
@@ -150,9 +150,9 @@ inline constexpr const char* URLFragmentComponent = "fragment";
 
 /// The URL whose text is the components joined, scheme "://" user ":" password "@" host ":" port
 /// path ";" parameterString "?" query "#" fragment, with those that are there; absent when that is
-/// no URL. Nothing is encoded, but for a query given as a dictionary (default options). A password
-/// without a user is left out. Other keys are ignored. Raises NSException for a text that is none,
-/// and as URLQueryWithParameters does.
+/// not a URL. Nothing is encoded, but for a query given as a dictionary (default options). A
+/// password without a user is left out. Other keys are ignored. Raises NSException for a component
+/// that has to be a text and is not, and as URLQueryWithParameters does.
 KORVANE_EXPORT std::optional<NSURL> URLWithComponents(const Dictionary& components);
 
 /// The components that the URL has, in the order of the constants, as NSURL gives them.
