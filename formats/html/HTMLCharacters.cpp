@@ -94,9 +94,10 @@ std::string decode(const NSData& document) {
   if (bytes.starts_with("\xFE\xFF")) return convert(document, 2, "UTF-16BE");
 
   // Markup is ASCII for the most part, of which UTF-16 has every other byte 0.
-  const std::size_t looked = std::min<std::size_t>(bytes.size(), 512) / 2 * 2;
+  const std::string_view head = bytes.substr(0, std::min<std::size_t>(bytes.size(), 512) / 2 * 2);
+  const std::size_t looked = head.size();
   std::array<std::size_t, 2> zeros{};
-  for (std::size_t i = 0; i < looked; ++i) zeros[i % 2] += bytes[i] == '\0' ? 1 : 0;
+  for (std::size_t i = head.find('\0'); i != head.npos; i = head.find('\0', i + 1)) ++zeros[i % 2];
   if (looked >= 4 && zeros[1] * 4 > looked && zeros[0] * 8 < looked) {
     return convert(document, 0, "UTF-16LE");
   }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <string>
 #include <string_view>
 
@@ -30,6 +31,10 @@ void appendHTMLEscaped(std::string_view text, std::string& out);
 
 inline bool isHTMLSpace(char c) {
   return c == ' ' || c == '\n' || c == '\t' || c == '\f' || c == '\r';
+}
+
+inline bool isHTMLSpaceOnly(std::string_view text) {
+  return std::all_of(text.begin(), text.end(), isHTMLSpace);
 }
 
 }  // namespace korvane

@@ -16,10 +16,6 @@ using Role = HTMLRole;
 
 constexpr std::size_t kMaxMath = 64;
 
-bool isSpaceOnly(std::string_view text) {
-  return std::all_of(text.begin(), text.end(), isHTMLSpace);
-}
-
 bool isWebAddress(std::string_view address) { return isLinkBase(address); }
 
 // Parts of drawings and formulas whose text is not shown.
@@ -36,29 +32,6 @@ HTMLSurroundings HTMLWriter::surroundings() {
   const bool roomLeft = out_.size() <= mostBytes_;
   return {roomLeft ? &sheet_ : nullptr, &budget_,    base_,
           isBackgroundLost(),           lostColor(), blocks_.back().tableSide};
-}
-
-// Text styles stand inside of blocks in what is written, wherever they were begun.
-bool HTMLWriter::isVisible() const {
-  for (std::size_t i = styles_.size(); i-- > 0;) {
-    if (styles_[i].visible) return *styles_[i].visible;
-  }
-  return blocks_.back().visible;
-}
-
-bool HTMLWriter::isBackgroundLost() const {
-  for (std::size_t i = styles_.size(); i-- > 0;) {
-    if (styles_[i].background == CSSBackground::outer) continue;
-    return styles_[i].background == CSSBackground::lost;
-  }
-  return blocks_.back().backgroundLost;
-}
-
-std::string_view HTMLWriter::lostColor() const {
-  for (std::size_t i = styles_.size(); i-- > 0;) {
-    if (styles_[i].lostColor) return *styles_[i].lostColor;
-  }
-  return blocks_.back().lostColor;
 }
 
 // The first base that leads somewhere counts.
@@ -100,7 +73,7 @@ void HTMLWriter::addLink(std::string_view source, std::string_view name) {
   openContainers();
   const std::size_t count = styles_.size();
   startStyle(anchor, std::move(kept));
-  text(isSpaceOnly(name) ? std::string_view(link) : name);
+  text(isHTMLSpaceOnly(name) ? std::string_view(link) : name);
   if (styles_.size() > count) endStyle(styles_.size() - 1);
 }
 
@@ -128,7 +101,7 @@ void HTMLWriter::startMedia(const HTMLToken& token) {
 bool HTMLWriter::isMedia(const HTMLToken& token) {
   if (media_.empty()) return false;
   if (token.kind == HTMLToken::Kind::text) {
-    if (mediaLink_ && !isSpaceOnly(token.text)) mediaWritten_ = true;
+    if (mediaLink_ && !isHTMLSpaceOnly(token.text)) mediaWritten_ = true;
     return !mediaLink_;
   }
   const bool isEnd = token.kind == HTMLToken::Kind::endTag;
@@ -167,6 +140,21 @@ void HTMLWriter::checkBox(const HTMLToken& token) {
   }
   text(checked ? "\u2611" : "\u2610");
   if (!isInput) text(" ");
+}
+
+void HTMLWriter::picture(const HTMLToken& token) {
+  constexpr std::size_t kMaxPictures = std::size_t{32} << 20;  // the bytes of all of them
+  const HTMLKeptAttributes kept = keep(*findHTMLRule("img"), token.attributes);
+  if (isHidden() || kept.hidden || !kept.visible.value_or(isVisible())) return;
+  const auto tag = pictureTag(token.attributes);
+  if (!tag || pictureBytes_ + tag->size() > kMaxPictures) {
+    const std::string instead = attributeValue(token.attributes, "alt");
+    return isHTMLSpaceOnly(instead) ? losePicture() : text(instead);
+  }
+  pictureBytes_ += tag->size();
+  beginText();
+  out_ += *tag;
+  plain_.text("\xEF\xBF\xBC");
 }
 
 // A picture that nothing tells of, in a link: the link keeps its address as text.
@@ -214,8 +202,8 @@ bool HTMLWriter::isForeign(const HTMLToken& token) {
   const bool isFormula = foreign_ == "math";
   if (token.kind == HTMLToken::Kind::text) {
     if (!isFormula && foreignTexts_ == 0) return true;
-    if (isFormula && isSpaceOnly(token.text)) return true;
-    foreignWritten_ = foreignWritten_ || !isSpaceOnly(token.text);
+    if (isFormula && isHTMLSpaceOnly(token.text)) return true;
+    foreignWritten_ = foreignWritten_ || !isHTMLSpaceOnly(token.text);
     text(withoutControlCharacters(token.text));
     return true;
   }
@@ -317,7 +305,7 @@ void HTMLWriter::endForeign() {
   foreign_.clear();
   if (foreignWritten_) return;
   const std::string title = withoutControlCharacters(foreignTitle_);
-  if (isSpaceOnly(title)) {
+  if (isHTMLSpaceOnly(title)) {
     losePicture();
   } else {
     text(title);

@@ -146,10 +146,6 @@ constexpr auto kRulesOf = [] {
   return begins;
 }();
 
-bool isTablePart(Role role) {
-  return role == Role::section || role == Role::caption || role == Role::row || role == Role::cell;
-}
-
 bool isDefinition(const HTMLRule& rule) { return rule.written.starts_with('d'); }  // dl, dt, dd
 
 void appendAttribute(std::string_view name, std::string_view value, std::string& out) {
@@ -375,7 +371,7 @@ HTMLKeptAttributes keepAttributes(const HTMLRule& rule, const std::vector<HTMLAt
   } else if (kept.background == CSSBackground::kept) {
     kept.lostColor = std::string();
   }
-  if (const auto side = style.tableSide()) kept.tableSide = std::string(*side);
+  kept.tableSide = style.tableSide();
   if (style.preservesSpace()) kept.preservesSpace = style.preservesSpace();
   return kept;
 }

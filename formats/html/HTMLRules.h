@@ -42,6 +42,23 @@ enum class HTMLRole {
   rubyBase,  // ends a reading
 };
 
+constexpr bool isTablePart(HTMLRole role) {
+  return role == HTMLRole::section || role == HTMLRole::caption || role == HTMLRole::row ||
+         role == HTMLRole::cell;
+}
+
+/// Whether text in it stands in elements of its own: items or cells.
+constexpr bool holdsNoText(HTMLRole role) {
+  return role == HTMLRole::list || role == HTMLRole::table || role == HTMLRole::section ||
+         role == HTMLRole::row;
+}
+
+/// Whether it ends the search for an open element: what is outside a cell is not ended inside it.
+constexpr bool isBarrier(HTMLRole role) {
+  return role == HTMLRole::cell || role == HTMLRole::caption || role == HTMLRole::table ||
+         role == HTMLRole::body;
+}
+
 struct HTMLRule {
   std::string_view name;
   HTMLRole role;
@@ -84,7 +101,7 @@ struct HTMLKeptAttributes {
   std::optional<std::string> lostColor;
   /// Where tables in it stand, where the element says: at the side that an old attribute gives to
   /// its text, nowhere in particular where that is empty.
-  std::optional<std::string> tableSide;
+  std::optional<std::string_view> tableSide;
   /// Where an anchor leads, empty where nowhere.
   std::string link;
 };

@@ -42,8 +42,8 @@ class HTMLWriter {
     std::size_t firstStyle;  // the text styles from here on were begun in the same cell
     bool visible = true;
     bool backgroundLost = false;
-    std::string lostColor = {};  // of its text, which went with the background
-    std::string tableSide = {};  // where tables in it stand
+    std::string lostColor = {};       // of its text, which went with the background
+    std::string_view tableSide = {};  // where tables in it stand
     bool hasContent = false;
     bool hasCells = false;
     bool atTag = false;                       // nothing came after the start tag yet
