@@ -17,6 +17,7 @@ from gi.repository import Atspi, GLib  # noqa: E402
 ENTRY = "Send by Mail"
 SUBMENU = os.environ.get("KORVANE_TEST_SUBMENU", "")  # where the entry is looked for; else in the menu
 ACTION = os.environ.get("KORVANE_TEST_ACTION", "")  # an action of the window, instead of an entry
+GO = os.environ.get("KORVANE_TEST_GO", "")  # where the window is sent to first
 PATIENCE = int(os.environ.get("KORVANE_TEST_PATIENCE", "120"))  # seconds, for a busy machine
 
 
@@ -133,7 +134,22 @@ class Manager:
     def wait_until_loaded(self):
         self.app = until("the file manager", self.application, 20)
         self.xid = until("its window", self.window, 20)[0]
+        if GO:
+            self.go()
         until("what the folder holds", lambda: self.loaded() == self.names, 20)
+
+    def go(self):
+        end = time.monotonic() + PATIENCE
+        while self.loaded() != self.names:
+            run("xdotool", "windowfocus", "--sync", self.xid)
+            self.press("ctrl+l")
+            run("xdotool", "type", "--clearmodifiers", GO)
+            self.press("Return")
+            try:
+                until(GO, lambda: self.loaded() == self.names, 5)
+            except Failure:
+                if time.monotonic() > end:
+                    raise
 
     def choose_all(self):
         end = time.monotonic() + PATIENCE
