@@ -23,7 +23,8 @@ async function callInPage({tab, info, notes}, func, ...args) {
   const target = info?.frameId === undefined ? {tabId: tab.id, allFrames: true}
                                              : {tabId: tab.id, frameIds: [info.frameId]};
   const tooLong = new Promise((resolve) => setTimeout(resolve, LONGEST_WAIT, null));
-  for (let attempt = 0; ; ++attempt) {
+  // The permission that a click gives may come a moment after the click; later on a busy machine.
+  for (let pause = 50; ; pause *= 2) {
     try {
       const results = await Promise.race(
         [api.scripting.executeScript({target, func, args, injectImmediately: true}), tooLong]);
@@ -33,9 +34,8 @@ async function callInPage({tab, info, notes}, func, ...args) {
       }
       return results.map((result) => result.result).filter((result) => result != null);
     } catch {
-      // The permission that a click gives may come a moment after the click.
-      if (attempt === 1) return [];
-      await new Promise((resolve) => setTimeout(resolve, 100));
+      if (pause > 400) return [];
+      await new Promise((resolve) => setTimeout(resolve, pause));
     }
   }
 }
