@@ -43,6 +43,11 @@ std::string_view trimmed(std::string_view text) {
   return text;
 }
 
+std::string_view endOf(std::string_view line) {
+  if (line.ends_with("\r\n")) return "\r\n";
+  return line.ends_with('\n') ? "\n" : "";
+}
+
 /// One line of a key file: what it is, and the bytes that it has with its end.
 struct Line {
   std::string_view bytes;
@@ -64,7 +69,12 @@ std::vector<Line> linesOf(std::string_view content) {
       isInside = line.isHead = text == "[preferred]";
     } else if (isInside && !text.starts_with('#') && text.find('=') != std::string_view::npos) {
       line.key = trimmed(text.substr(0, text.find('=')));
-      line.value = trimmed(text.substr(text.find('=') + 1));
+      // Blanks behind a value belong to it, as key files are read: with them a portal has another
+      // name.
+      line.value = line.bytes.substr(line.bytes.find('=') + 1);
+      line.value.remove_suffix(endOf(line.value).size());
+      line.value.remove_prefix(
+          std::min(line.value.find_first_not_of(" \t\v\f\r"), line.value.size()));
     }
     line.isInside = isInside;
     lines.push_back(line);
@@ -73,11 +83,6 @@ std::vector<Line> linesOf(std::string_view content) {
 }
 
 bool isEmailLine(const Line& line) { return line.key == kEmailInterface; }
-
-std::string_view endOf(std::string_view line) {
-  if (line.ends_with("\r\n")) return "\r\n";
-  return line.ends_with('\n') ? "\n" : "";
-}
 
 /// The line behind which a new one of the group goes: the last "KEY=VALUE" of the first such group,
 /// else its head.

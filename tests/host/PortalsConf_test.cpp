@@ -31,8 +31,10 @@ TEST(PortalsConf, OnlyTheLineAboutMailsChanges) {
            Row{"[preferred]\n" + email + "=gtk\n", "[preferred]\n" + kLine + "\n"},
            Row{"[preferred]\r\ndefault=gnome;gtk;\r\n" + email + "=gtk;\r\n# end\r\n",
                "[preferred]\r\ndefault=gnome;gtk;\r\n" + kLine + "\r\n# end\r\n"},
+           // Blanks behind a name would belong to it.
            Row{"[preferred]\n  " + email + "  =\t gtk  \nx=y",
-               "[preferred]\n  " + email + "  =\t korvane  \nx=y"},
+               "[preferred]\n  " + email + "  =\t korvane\nx=y"},
+           Row{"[preferred]\n" + email + "=korvane \r\n", "[preferred]\n" + kLine + "\r\n"},
            Row{"[preferred]\n" + email + "=", "[preferred]\n" + kLine},
            // The last of several counts, in whichever group of that name.
            Row{"[preferred]\n" + email + "=a\n" + email + "=b\n",
@@ -74,7 +76,7 @@ TEST(PortalsConf, OnlyTheLineAboutMailsChanges) {
 TEST(PortalsConf, NothingIsSaidWithoutALine) {
   EXPECT_EQ(emailPortals(""), std::nullopt);
   EXPECT_EQ(emailPortals("[x]\norg.freedesktop.impl.portal.Email=gtk\n"), std::nullopt);
-  EXPECT_EQ(emailPortals("[preferred]\norg.freedesktop.impl.portal.Email = gtk;x \r\n"), "gtk;x");
+  EXPECT_EQ(emailPortals("[preferred]\norg.freedesktop.impl.portal.Email = gtk;x \r\n"), "gtk;x ");
   EXPECT_EQ(withEmailPortals("[preferred]\na=b\n" + kLine + "\n" + kLine, std::nullopt),
             "[preferred]\na=b\n");
   EXPECT_EQ(withEmailPortals("[preferred]\na=b", std::nullopt), "[preferred]\na=b");
