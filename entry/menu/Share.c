@@ -3,6 +3,13 @@
 #include <dlfcn.h>
 #include <gio/gdesktopappinfo.h>
 #include <gio/gio.h>
+#include <string.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+// What the names of a selection may be together as arguments of a program. Linux takes two MiB,
+// with the environment.
+#define MAX_ARGUMENTS (1 << 20)
 
 static const char kApplication[] = "korvane-share" KORVANE_SUFFIX ".desktop";
 
@@ -61,6 +68,78 @@ static GAppLaunchContext* launch_context(void) {
   return display ? context_of(display) : g_app_launch_context_new();
 }
 
+static gsize size_as_arguments(char* const* uris) {
+  gsize size = 0;
+  for (; *uris; ++uris) size += strlen(*uris) + 1 + sizeof(char*);
+  return size;
+}
+
+/// A file without a name that holds a share request for the URIs, to be read from its beginning; -1
+/// where that fails.
+static int request_for(char* const* uris) {
+  GString* json = g_string_new("{\"items\":[{\"attachments\":[");
+  for (char* const* uri = uris; *uri; ++uri) {
+    g_string_append(json, uri == uris ? "{\"url\":\"" : ",{\"url\":\"");
+    for (const char* c = *uri; *c; ++c) {
+      if (*c == '"' || *c == '\\' || (guchar)*c < ' ') {
+        g_string_append_printf(json, "\\u%04x", (guchar)*c);
+      } else {
+        g_string_append_c(json, *c);
+      }
+    }
+    g_string_append(json, "\"}");
+  }
+  g_string_append(json, "]}]}");
+  int file = memfd_create("korvane-share", MFD_CLOEXEC);
+  gsize done = 0;
+  while (file >= 0 && done < json->len) {
+    gssize count = write(file, json->str + done, json->len - done);
+    if (count <= 0) {
+      close(file);
+      file = -1;
+    } else {
+      done += (gsize)count;
+    }
+  }
+  if (file >= 0) lseek(file, 0, SEEK_SET);
+  g_string_free(json, TRUE);
+  return file;
+}
+
+/// Starts the program with a request for the URIs on its standard input, for those that are too
+/// many for its arguments.
+static void launch_with_request(GDesktopAppInfo* application, char* const* uris,
+                                GAppLaunchContext* context, GError** error) {
+  int file = request_for(uris);
+  if (file < 0) {
+    g_set_error(error, G_IO_ERROR, G_IO_ERROR_FAILED, "The selection cannot be handed over");
+    return;
+  }
+  char* program = g_shell_quote(g_app_info_get_executable(G_APP_INFO(application)));
+  char* command = g_strconcat(program, " --request -", NULL);
+  GAppInfo* launched =
+      g_app_info_create_from_commandline(command, g_app_info_get_name(G_APP_INFO(application)),
+                                         G_APP_INFO_CREATE_SUPPORTS_STARTUP_NOTIFICATION, error);
+  if (launched) {
+    g_desktop_app_info_launch_uris_as_manager_with_fds(G_DESKTOP_APP_INFO(launched), NULL, context,
+                                                       G_SPAWN_SEARCH_PATH, NULL, NULL, NULL, NULL,
+                                                       file, -1, -1, error);
+    g_object_unref(launched);
+  }
+  g_free(command);
+  g_free(program);
+  close(file);
+}
+
+static void launch_with_arguments(GDesktopAppInfo* application, char* const* uris,
+                                  GAppLaunchContext* context, GError** error) {
+  GList* list = NULL;
+  for (; *uris; ++uris) list = g_list_prepend(list, *uris);
+  list = g_list_reverse(list);
+  g_app_info_launch_uris(G_APP_INFO(application), list, context, error);
+  g_list_free(list);
+}
+
 /// Sends the notification whose texts `data` holds, as soon as the session bus is there.
 static void notify(GObject* source, GAsyncResult* result, gpointer data) {
   (void)source;
@@ -81,13 +160,10 @@ void korvane_entry_activate(const KorvaneEntry* entry) {
   GError* error = NULL;
   GDesktopAppInfo* application = find_application();
   if (application) {
-    GList* uris = NULL;
-    for (char** uri = entry->uris; *uri; ++uri) uris = g_list_prepend(uris, *uri);
-    uris = g_list_reverse(uris);
     GAppLaunchContext* context = launch_context();
-    g_app_info_launch_uris(G_APP_INFO(application), uris, context, &error);
+    gboolean fits = size_as_arguments(entry->uris) <= MAX_ARGUMENTS;
+    (fits ? launch_with_arguments : launch_with_request)(application, entry->uris, context, &error);
     g_object_unref(context);
-    g_list_free(uris);
     g_object_unref(application);
   } else {
     g_set_error(&error, G_IO_ERROR, G_IO_ERROR_NOT_FOUND, "korvane-share is not installed");

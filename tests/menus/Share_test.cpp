@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
@@ -132,15 +133,27 @@ TEST_F(MenuEntry, OutlivesAProgramThatCannotBeStarted) {
   fs::remove(desktop->folder / "bin/korvane-share");
   korvane_entry_activate(found);
   korvane_entry_free(found);
+}
 
-  // More than a command line holds.
-  writeProgram("#!/bin/sh\n");
+TEST_F(MenuEntry, HandsOverMoreThanACommandLineHolds) {
+  const fs::path given = desktop->folder / "request";
+  ASSERT_EQ(mkfifo((desktop->folder / "ended").c_str(), 0600), 0);
+  writeProgram("#!/bin/sh\n/bin/cat > '" + given.string() + "'\nprintf '%s|' \"$@\" > '" +
+               (desktop->folder / "ended").string() + "'\n");
   std::vector<std::string> many(40, "file:///" + std::string(100'000, 'a'));
   many.push_back("file:///" + std::string(200'000, 'b'));
-  found = entry(many);
+  many.emplace_back("sftp://host/caf%E9\"\\");
+  KorvaneEntry* found = entry(many);
   ASSERT_NE(found, nullptr);
   korvane_entry_activate(found);
   korvane_entry_free(found);
+  EXPECT_EQ(readFile(desktop->folder / "ended"), "--request|-|");  // waits until it is written
+  std::vector<std::string> urls;
+  const auto request = nlohmann::json::parse(readFile(given));
+  for (const auto& attachment : request["items"].at(0)["attachments"]) {
+    urls.push_back(attachment["url"]);
+  }
+  EXPECT_EQ(urls, many);
 }
 
 }  // namespace
