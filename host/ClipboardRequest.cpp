@@ -8,6 +8,7 @@
 #include <string_view>
 #include <utility>
 
+#include "host/DataURL.h"
 #include "host/URLText.h"
 #include "platform/NSAttributedString.h"
 #include "platform/NSData.h"
@@ -62,7 +63,11 @@ bool addFiles(Offer& offer, Item& item) {
   for (const char* type :
        {"x-special/gnome-copied-files", "x-special/mate-copied-files", "text/uri-list"}) {
     for (std::string& address : addressesIn(offer.read({type}).value_or(""))) {
-      item.attachments.push_back(ShareRequest::Link{std::move(address)});
+      if (auto picture = pictureOfDataURL(address)) {
+        item.attachments.push_back(ShareRequest::ImageData{*std::move(picture)});
+      } else {
+        item.attachments.push_back(ShareRequest::Link{std::move(address)});
+      }
     }
     if (!item.attachments.empty()) return true;
   }

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "host/ClipboardRequest.h"
+#include "host/DataURL.h"
 #include "host/InputData.h"
 #include "host/InputError.h"
 #include "host/URLText.h"
@@ -69,6 +70,8 @@ void addThing(ShareRequest::Item& item, const Arguments::Thing& thing) {
         addData(item, readInput("-"));
       } else if (exists(thing.value) || schemeOf(thing.value).empty()) {
         item.attachments.push_back(ShareRequest::File{thing.value});
+      } else if (auto picture = pictureOfDataURL(thing.value)) {
+        item.attachments.push_back(ShareRequest::ImageData{*std::move(picture)});
       } else {
         item.attachments.push_back(ShareRequest::Link{thing.value});
       }

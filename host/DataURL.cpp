@@ -23,4 +23,12 @@ std::optional<DataURL> readDataURL(std::string_view text) {
   return url;
 }
 
+std::optional<NSData> pictureOfDataURL(std::string_view text) {
+  const auto url = readDataURL(text);
+  if (!url || !url->type.starts_with("image/") || !url->bytes || url->bytes->empty()) {
+    return std::nullopt;
+  }
+  return NSData(url->bytes->begin(), url->bytes->end());
+}
+
 }  // namespace korvane

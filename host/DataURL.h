@@ -4,6 +4,8 @@
 #include <string>
 #include <string_view>
 
+#include "platform/NSData.h"
+
 namespace korvane {
 
 /// What a data: URL (RFC 2397) holds.
@@ -18,5 +20,8 @@ struct DataURL {
 /// Reads a data: URL. A "%" that begins no escape stands for itself; white space in base64 is
 /// skipped. Nothing where the text is not such a URL. Any thread may call.
 std::optional<DataURL> readDataURL(std::string_view text);
+
+/// The encoded picture that a data: URL holds; nothing for any other text. Any thread may call.
+std::optional<NSData> pictureOfDataURL(std::string_view text);
 
 }  // namespace korvane

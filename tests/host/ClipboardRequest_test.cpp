@@ -57,6 +57,8 @@ TEST_F(ClipboardRequestTest, FilesOfFileManagers) {
             two);
   EXPECT_EQ(item({{"text/uri-list", "# a comment\r\nfile:///x"}}),
             (Item{{}, {}, {Link{"file:///x"}}}));
+  EXPECT_EQ(item({{"text/uri-list", "data:image/png;base64,AAEC"}}),
+            (Item{{}, {}, {ShareRequest::ImageData{{0, 1, 2}}}}));
   // One that names nothing does not hide another.
   EXPECT_EQ(item({{"x-special/gnome-copied-files", "copy"}, {"text/uri-list", "file:///x"}}),
             (Item{{}, {}, {Link{"file:///x"}}}));

@@ -79,6 +79,14 @@ TEST_F(CommandLineRequest, ElseAURLWhereItHasAScheme) {
   }
 }
 
+TEST_F(CommandLineRequest, ADataURLMayHoldAPicture) {
+  EXPECT_EQ(attachment("data:image/png;base64,AAEC"),
+            Attachment(ShareRequest::ImageData{{0, 1, 2}}));
+  for (const char* url : {"data:image/png;base64,!", "data:text/plain,x", "data:image/png,"}) {
+    EXPECT_EQ(attachment(url), Attachment(ShareRequest::Link{url}));
+  }
+}
+
 TEST_F(CommandLineRequest, ElseAPath) {
   for (const char* path : {"none.txt", "/none", "C:\\x", "--title", "-x", "a b:c", "\xFF", "~"}) {
     EXPECT_EQ(attachment(path), Attachment(ShareRequest::File{path}));

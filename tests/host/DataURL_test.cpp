@@ -40,5 +40,14 @@ TEST(DataURL, WhatIsNotOne) {
   }
 }
 
+TEST(DataURL, PicturesAreToldByTheirType) {
+  EXPECT_EQ(pictureOfDataURL("data:image/png;base64,AAEC"), (NSData{0, 1, 2}));
+  EXPECT_EQ(pictureOfDataURL("data:IMAGE/x,a"), (NSData{'a'}));
+  for (const char* text : {"data:image/png;base64,!", "data:image/png,", "data:text/plain,x",
+                           "data:,image/png", "https://example.org/a.png", ""}) {
+    EXPECT_FALSE(pictureOfDataURL(text)) << text;
+  }
+}
+
 }  // namespace
 }  // namespace korvane
