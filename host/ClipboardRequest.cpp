@@ -121,6 +121,19 @@ bool addStyledText(Offer& offer, Item& item) {
   return true;
 }
 
+/// Pictures of a page that were selected without a text: their addresses are all there is of them.
+bool addMarkup(Offer& offer, Item& item) {
+  auto html = offer.read({"text/html"});
+  if (!html) return false;
+  const auto styled = NSAttributedString::initWithHTML(NSData(html->begin(), html->end()));
+  auto page = sourcePage(offer);
+  const bool hasPicture = styled && styled->string().find("\xEF\xBF\xBC") != std::string::npos;
+  if (!hasPicture && !page) return false;
+  item.contents.push_back({Kind::html, std::move(*html), page.value_or("")});
+  if (page) item.attachments.push_back(ShareRequest::Link{std::move(*page)});
+  return true;
+}
+
 bool addPicture(Offer& offer, Item& item) {
   const auto picture = offer.read({"image/png", "image/tiff", "image/webp", "image/jpeg",
                                    "image/gif", "image/svg+xml", "image/bmp", "image/x-bmp"});
@@ -147,7 +160,7 @@ ShareRequest requestFromClipboard(Clipboard& clipboard) {
   if (offer.isEmpty()) throw std::runtime_error(translated("the clipboard is empty"));
   Item item;
   if (!addFiles(offer, item) && !addStyledText(offer, item) && !addPicture(offer, item) &&
-      !addText(offer, item)) {
+      !addText(offer, item) && !addMarkup(offer, item)) {
     throw std::runtime_error(translated("the clipboard holds neither files, text nor a picture"));
   }
   ShareRequest request;

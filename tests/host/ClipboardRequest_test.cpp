@@ -88,6 +88,16 @@ TEST_F(ClipboardRequestTest, APictureIsNotItsMarkup) {
       picture);
 }
 
+TEST_F(ClipboardRequestTest, PicturesSelectedOnAPageAreSharedWithIt) {
+  const std::string html = "<img src=\"https://example.org/x.png\">";
+  const Item markup{
+      {}, {{Kind::html, html, "https://example.org/"}}, {Link{"https://example.org/"}}};
+  EXPECT_EQ(item({{"text/html", html},
+                  {"text/plain", ""},
+                  {"chromium/x-source-url", "https://example.org/"}}),
+            markup);
+}
+
 TEST_F(ClipboardRequestTest, PlainText) {
   const Item text{{}, {{Kind::text, "Grüße"}}, {}};
   EXPECT_EQ(item({{"STRING", "Gr??e"}, {"UTF8_STRING", "Grüße"}}), text);
@@ -97,7 +107,7 @@ TEST_F(ClipboardRequestTest, PlainText) {
 
 TEST_F(ClipboardRequestTest, OthersAreRefused) {
   for (Types content : {Types{}, Types{{"application/x-color", "red"}}, Types{{"UTF8_STRING", ""}},
-                        Types{{"text/uri-list", "# nothing\r\n"}}}) {
+                        Types{{"text/uri-list", "# nothing\r\n"}}, Types{{"text/html", "<p> "}}}) {
     FakeClipboard clipboard(content);
     EXPECT_THROW(requestFromClipboard(clipboard), std::runtime_error);
   }
