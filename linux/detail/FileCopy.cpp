@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <memory>
 
+#include "platform/Clock.h"
 #include "platform/detail/Translation.h"
 
 namespace korvane {
@@ -23,6 +24,9 @@ constexpr off_t kWorthCloning = off_t{64} << 10;
 constexpr off_t kMaxUnannounced = off_t{64} << 20;
 // How often a file that was changed meanwhile is copied again.
 constexpr int kMaxRepeats = 3;
+// The time of a change is noted in steps of up to 10 ms, and as a write begins. So a file that was
+// written to a moment ago may be in the middle of it, and the time would not tell afterwards.
+constexpr double kSettlingTime = 0.02;
 
 /// Copies by reading and writing from `offset` to `end` or to the file's end; gives where it ended.
 off_t copyThroughBuffer(int source, int target, off_t offset, off_t end, const std::string& path) {
@@ -133,20 +137,34 @@ bool isSameVersion(const struct stat& a, const struct stat& b) {
          a.st_mtim.tv_nsec == b.st_mtim.tv_nsec;
 }
 
+/// Whether a file was written to a moment ago. A time to come is that of another clock.
+bool isUnsettled(const struct stat& status) {
+  const double changed = static_cast<double>(status.st_mtim.tv_sec) +
+                         static_cast<double>(status.st_mtim.tv_nsec) / 1e9;
+  const double age = NSDate::date().timeIntervalSince1970 - changed;
+  return age >= 0 && age < kSettlingTime;
+}
+
 }  // namespace
 
 void copyContent(OpenedItem& source, int target, const std::string& path) {
   for (int repeats = 0;; ++repeats) {
-    copyOnce(source, target, path);
+    // Longer from time to time, for somebody who is about to be done.
+    if (isUnsettled(source.status)) sleepForTimeInterval(kSettlingTime * (1 << repeats));
     struct stat now = {};
     if (::fstat(source.descriptor.get(), &now) != 0) throw FileFailure{errno, path};
-    if (isSameVersion(source.status, now)) return;
+    if (isSameVersion(source.status, now) || !isUnsettled(now)) {
+      source.status = now;
+      copyOnce(source, target, path);
+      if (::fstat(source.descriptor.get(), &now) != 0) throw FileFailure{errno, path};
+      if (isSameVersion(source.status, now)) return;
+      if (::ftruncate(target, 0) != 0) throw FileFailure{errno, path};
+    }
     if (repeats == kMaxRepeats) {
       throw FileFailure{EBUSY, path,
                         translated("is being changed over and over while it is copied")};
     }
     source.status = now;
-    if (::ftruncate(target, 0) != 0) throw FileFailure{errno, path};
   }
 }
 

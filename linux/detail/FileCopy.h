@@ -23,9 +23,10 @@ struct OpenedItem {
 /// being opened. Throws FileFailure.
 OpenedItem openItem(int folder, const std::string& name, const std::string& path, Links links);
 
-/// Copies what a file holds; holes stay holes. A file whose size or time is another one afterwards
-/// is copied again, three times at most; then it fails with EBUSY. One that grows meanwhile is
-/// copied up to the size it had. Throws FileFailure.
+/// Copies what a file holds; holes stay holes. A file that was written to within the last moments
+/// is waited for, and one whose size or time is another one afterwards is copied again, both three
+/// times at most; then it fails with EBUSY. One that grows meanwhile is copied up to the size it
+/// had. Throws FileFailure.
 KORVANE_EXPORT void copyContent(OpenedItem& source, int target, const std::string& path);
 
 }  // namespace korvane
