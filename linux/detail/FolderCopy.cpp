@@ -7,10 +7,11 @@
 #include <array>
 #include <cerrno>
 #include <climits>
-#include <filesystem>
+#include <memory>
 #include <utility>
 #include <vector>
 
+#include "linux/detail/FolderWalk.h"
 #include "platform/detail/Translation.h"
 
 namespace korvane {
@@ -58,17 +59,10 @@ struct FolderTooLarge : FileFailure {};
 
 /// Whether more lies below a folder than so many entries; no where that cannot be told.
 bool holdsMore(int folder, std::size_t maxEntries) {
-  namespace fs = std::filesystem;
-  const fs::path path = "/proc/self/fd/" + std::to_string(folder) + "/.";
-  std::error_code error;
-  fs::recursive_directory_iterator entry(path, fs::directory_options::skip_permission_denied,
-                                         error);
   std::size_t count = 0;
-  while (!error && entry != fs::recursive_directory_iterator()) {
-    if (++count > maxEntries) return true;
-    entry.increment(error);
-  }
-  return false;
+  return walkFolder(folder, [&](int, const std::string&) {
+    return ++count > maxEntries ? FolderWalk::stop : FolderWalk::goOn;
+  });
 }
 
 /// Copies the tree below one folder, going down and up again. Holds a descriptor for each of the

@@ -4,42 +4,32 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <filesystem>
-#include <system_error>
-
 #include "linux/detail/FileDescriptor.h"
+#include "linux/detail/FolderWalk.h"
 #include "linux/detail/UnfinishedNames.h"
 
 namespace korvane {
 namespace {
 
-namespace fs = std::filesystem;
-
 bool isAfter(const timespec& a, const timespec& b) {
   return a.tv_sec != b.tv_sec ? a.tv_sec > b.tv_sec : a.tv_nsec > b.tv_nsec;
 }
 
-bool isUnread(const fs::path& path) {
+bool isUnread(int folder, const std::string& name) {
   struct stat status = {};
-  return ::lstat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode) && status.st_size > 0 &&
-         !isAfter(status.st_atim, status.st_ctim);
+  return ::fstatat(folder, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0 &&
+         S_ISREG(status.st_mode) && status.st_size > 0 && !isAfter(status.st_atim, status.st_ctim);
 }
 
 }  // namespace
 
 bool holdsUnreadFiles(const std::string& folder) {
-  std::error_code error;
-  fs::recursive_directory_iterator entry(folder, fs::directory_options::skip_permission_denied,
-                                         error);
-  while (!error && entry != fs::recursive_directory_iterator()) {
-    if (isUnfinishedName(entry->path().filename().native())) {
-      entry.disable_recursion_pending();
-    } else if (isUnread(entry->path())) {
-      return true;
-    }
-    entry.increment(error);
-  }
-  return false;
+  const FileDescriptor opened(
+      ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+  return opened && walkFolder(opened.get(), [](int place, const std::string& name) {
+           if (isUnfinishedName(name)) return FolderWalk::goOnOutside;
+           return isUnread(place, name) ? FolderWalk::stop : FolderWalk::goOn;
+         });
 }
 
 bool keepsAccessTimes(const std::string& folder) {
