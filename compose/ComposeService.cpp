@@ -14,6 +14,7 @@
 #include "compose/Composition.h"
 #include "compose/Telling.h"
 #include "linux/detail/GLibPointer.h"
+#include "linux/detail/SessionBus.h"
 #include "platform/detail/Translation.h"
 
 namespace korvane {
@@ -206,12 +207,10 @@ void Service::waitForIdle() {
 }
 
 int Service::run() {
-  GErrorSlot error;
-  const GObjectPointer<GDBusConnection> bus(
-      g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, error.out()));
+  std::string reason;
+  const auto bus = connectService(reason);
   if (!bus) {
-    tellFailure(ComposeError(ComposeError::Kind::failed,
-                             translated("there is no session bus: {0}", error.message())));
+    tellFailure(ComposeError(ComposeError::Kind::failed, reason));
     return 1;
   }
   const std::unique_ptr<GDBusNodeInfo, Free> node(

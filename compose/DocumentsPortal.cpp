@@ -6,6 +6,7 @@
 
 #include "linux/detail/FileDescriptor.h"
 #include "linux/detail/GLibPointer.h"
+#include "linux/detail/SessionBus.h"
 
 namespace korvane {
 namespace {
@@ -18,7 +19,8 @@ constexpr guint32 kReuseExisting = 1;
 
 std::optional<std::string> documentFor(const std::string& path, const std::string& application) {
   const FileDescriptor file(::open(path.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
-  const GObjectPointer<GDBusConnection> bus(g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, nullptr));
+  GErrorSlot ignored;
+  const auto bus = connectToSessionBus(kBusPatience, ignored);
   if (!file || !bus) return std::nullopt;
   const GObjectPointer<GUnixFDList> files(g_unix_fd_list_new());
   const int index = g_unix_fd_list_append(files.get(), file.get(), nullptr);

@@ -39,7 +39,7 @@ ShareOutcome outcomeOfMessage() {
   } catch (const std::bad_alloc&) {
     return failure(ShareOutcome::Status::notOpened, translated("there is not enough memory"));
   } catch (const std::exception& error) {
-    return failure(ShareOutcome::Status::notOpened, error.what());
+    return failure(ShareOutcome::Status::notOpened, textOf(error));
   }
 }
 

@@ -189,7 +189,7 @@ int share(const Arguments& arguments) {
     outcome =
         ended(Status::notOpened, translated("the share"), translated("there is not enough memory"));
   } catch (const std::exception& error) {
-    outcome = ended(Status::notOpened, translated("the share"), error.what());
+    outcome = ended(Status::notOpened, translated("the share"), textOf(error));
   }
   notice->end();
   const int status = tell(outcome, arguments);

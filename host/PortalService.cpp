@@ -19,6 +19,7 @@
 #include "host/Program.h"
 #include "linux/detail/ContainerRoot.h"
 #include "linux/detail/GLibPointer.h"
+#include "linux/detail/SessionBus.h"
 #include "linux/detail/Workspace.h"
 #include "platform/NSUserNotificationCenter.h"
 #include "platform/detail/Translation.h"
@@ -221,10 +222,9 @@ void Service::onDone(Call* call) {
 }
 
 int Service::run() {
-  GErrorSlot error;
-  bus_.reset(g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, error.out()));
-  if (!bus_)
-    return fail(kProgram, kFailed, translated("there is no session bus: {0}", error.message()));
+  std::string reason;
+  bus_ = connectService(reason);
+  if (!bus_) return fail(kProgram, kFailed, reason);
   const GDBusInterfaceVTable table{&Service::onCall, nullptr, nullptr, {}};
   g_dbus_connection_register_object(bus_.get(), kObject, node_->interfaces[0], &table, this,
                                     nullptr, nullptr);

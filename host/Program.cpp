@@ -60,6 +60,14 @@ int fail(std::string_view program, int status, std::string_view line) noexcept {
   return status;
 }
 
+std::string textOf(const std::exception& error) {
+  const auto* const systemError = dynamic_cast<const std::system_error*>(&error);
+  if (systemError && systemError->code() == std::errc::resource_unavailable_try_again) {
+    return translated("there is not enough memory, or too many threads or files are open");
+  }
+  return error.what();
+}
+
 void writeOut(std::string_view text) {
   if (const int error = writeAll(STDOUT_FILENO, text)) {
     throw std::system_error(error, std::generic_category(),
@@ -93,7 +101,7 @@ int runProgram(const CommandLine& line, int argc, char* argv[], const std::funct
   } catch (const std::bad_alloc&) {
     return fail(line.program, kFailed, translationOf("there is not enough memory"));
   } catch (const std::exception& error) {
-    return fail(line.program, kFailed, error.what());
+    return fail(line.program, kFailed, textOf(error));
   }
 }
 

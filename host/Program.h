@@ -1,5 +1,6 @@
 #pragma once
 
+#include <exception>
 #include <functional>
 #include <string>
 #include <string_view>
@@ -26,6 +27,9 @@ int runProgram(const CommandLine& line, int argc, char* argv[], const std::funct
 /// Writes a line "PROGRAM: LINE" to standard error, made safe for a terminal. Needs no memory where
 /// there is none. Gives the status.
 int fail(std::string_view program, int status, std::string_view line) noexcept;
+
+/// What an exception tells people: its text, or plain words where no thread could be started.
+std::string textOf(const std::exception& error);
 
 /// Writes the text to standard output, at once. Throws std::system_error where it cannot be
 /// written.

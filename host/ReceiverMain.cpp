@@ -18,6 +18,7 @@
 #include "host/Program.h"
 #include "host/ReceivedReport.h"
 #include "linux/detail/GLibPointer.h"
+#include "linux/detail/SessionBus.h"
 #include "model/ExtensionMessage.h"
 #include "platform/NSURL.h"
 #include "platform/detail/Translation.h"
@@ -153,11 +154,10 @@ int serve(const Options& options) {
   if (!g_dbus_is_name(options.name.c_str()) || g_dbus_is_unique_name(options.name.c_str())) {
     throw InputError(translated("\"{0}\" is not a bus name", options.name));
   }
-  GErrorSlot error;
-  GDBusConnection* bus = g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, error.out());
-  if (!bus) {
-    return fail(kProgram, kFailed, translated("there is no session bus: {0}", error.message()));
-  }
+  std::string reason;
+  const auto connection = connectService(reason);
+  if (!connection) return fail(kProgram, kFailed, reason);
+  GDBusConnection* const bus = connection.get();
 
   Service service;
   service.options = options;
@@ -184,7 +184,6 @@ int serve(const Options& options) {
   g_bus_unown_name(name);
   g_dbus_node_info_unref(node);
   g_main_loop_unref(service.loop);
-  g_object_unref(bus);
   return service.status;
 }
 

@@ -9,7 +9,6 @@ namespace korvane {
 namespace {
 
 constexpr int kFileManagerTimeout = 10'000;
-constexpr std::chrono::milliseconds kBusTimeout{5'000};
 
 std::string uriOf(const std::string& path) {
   const GPointer<char> uri(g_filename_to_uri(path.c_str(), nullptr, nullptr));
@@ -20,7 +19,7 @@ std::string uriOf(const std::string& path) {
 
 bool showInFileManager(const std::string& path, const Activation& activation) {
   GErrorSlot error;
-  const auto bus = connectToSessionBus(kBusTimeout, error);
+  const auto bus = connectToSessionBus(kBusPatience, error);
   if (bus) {
     // One file: with several, some file managers open a window for each.
     const std::string uri = uriOf(path);

@@ -123,6 +123,7 @@ BusAnswer openOverBus(const std::string& identifier, const std::vector<NSURL>& u
   if (error.is(G_IO_ERROR, G_IO_ERROR_CANCELLED)) {
     return {BusAnswer::refused, translated("the session bus does not answer")};
   }
+  if (error.is(G_IO_ERROR, G_IO_ERROR_NO_SPACE)) return {BusAnswer::refused, error.message()};
   if (!connection) return {BusAnswer::unreachable, {}};
   if (arraySize(urls) > kMaxArray) {
     return {BusAnswer::refused,

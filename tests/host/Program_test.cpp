@@ -4,8 +4,10 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <fstream>
 #include <new>
+#include <system_error>
 
 #include "host/InputError.h"
 #include "tests/support/ChildProcess.h"
@@ -53,6 +55,12 @@ TEST_F(ProgramTest, WhatIsThrownHasItsLine) {
   EXPECT_EQ(errors, "a-program: there is not enough memory\n");
   EXPECT_EQ(run([]() -> int { throw std::runtime_error("why"); }), kFailed);
   EXPECT_EQ(errors, "a-program: why\n");
+  EXPECT_EQ(run([]() -> int {
+              throw std::system_error(EAGAIN, std::generic_category());  // no thread, for one
+            }),
+            kFailed);
+  EXPECT_EQ(errors,
+            "a-program: there is not enough memory, or too many threads or files are open\n");
   EXPECT_EQ(run([] { return 7; }, {"--nonsense"}), kUsage);
 }
 
