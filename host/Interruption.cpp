@@ -75,9 +75,9 @@ Interruption::~Interruption() {
     ::sigaction(signal, nullptr, &now);
     if (now.sa_handler == handle) std::signal(signal, SIG_DFL);
   }
-  handOn(kNoSignal);
+  ::close(std::exchange(ends[1], -1));  // its end tells so, and cannot fail as a write can
   watcher_.join();
-  for (const int end : ends) ::close(end);
+  ::close(std::exchange(ends[0], -1));
 }
 
 }  // namespace korvane

@@ -1,8 +1,10 @@
 #include "host/Interruption.h"
 
 #include <gtest/gtest.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <csignal>
 
 #include "tests/support/ChildProcess.h"
@@ -47,6 +49,19 @@ TEST(Interruption, AnIgnoredSignalStaysIgnored) {
                 ::raise(SIGHUP);
               }
               ::raise(SIGHUP);
+              return !isCalled;
+            }),
+            0);
+}
+
+TEST(Interruption, ItsEndDoesNotHangOnAWriteThatFails) {
+  EXPECT_EQ(testing::inChild([] {
+              ::alarm(20);
+              bool isCalled = false;
+              {
+                const Interruption interruption([&] { isCalled = true; });
+                if (!testing::failCall(SYS_write, EIO)) return false;
+              }
               return !isCalled;
             }),
             0);

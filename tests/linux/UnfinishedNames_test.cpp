@@ -1,8 +1,13 @@
 #include "linux/detail/UnfinishedNames.h"
 
 #include <gtest/gtest.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
+#include <cerrno>
 #include <set>
+
+#include "support/ChildProcess.h"
 
 namespace korvane {
 namespace {
@@ -14,6 +19,17 @@ TEST(UnfinishedNames, AreKnownAgainAndNeverTheSame) {
     EXPECT_TRUE(isUnfinishedName(name)) << name;
     EXPECT_TRUE(names.insert(name).second) << name;
   }
+}
+
+TEST(UnfinishedNames, AreMadeWhereNothingIsRandomToo) {
+  EXPECT_EQ(testing::inChild([] {
+              ::alarm(20);
+              if (!testing::failCall(SYS_getrandom, EPERM)) return false;
+              std::set<std::string> names;
+              for (int i = 0; i < 1000; ++i) names.insert(unfinishedName());
+              return names.size() == 1000 && isUnfinishedName(*names.begin());
+            }),
+            0);
 }
 
 TEST(UnfinishedNames, OthersAreNone) {

@@ -3,14 +3,20 @@
 // Work in a process of its own: as an ordinary user, under limits, or until it is killed.
 
 #include <fcntl.h>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
 #include <poll.h>
 #include <sched.h>
 #include <signal.h>
+#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
+#include <cstddef>
+#include <cstdint>
 #include <fstream>
 #include <functional>
 #include <stdexcept>
@@ -46,6 +52,19 @@ inline int inChildAsOrdinaryUser(const std::function<bool()>& work) {
     if (::geteuid() == 0 && (::setgid(kNobody) != 0 || ::setuid(kNobody) != 0)) return false;
     return work();
   });
+}
+
+/// Lets a system call of the calling thread, and of those that it starts, fail from now on.
+inline bool failCall(long number, int error) {
+  std::array<sock_filter, 4> program{{
+      {BPF_LD | BPF_W | BPF_ABS, 0, 0, offsetof(seccomp_data, nr)},
+      {BPF_JMP | BPF_JEQ | BPF_K, 0, 1, static_cast<std::uint32_t>(number)},
+      {BPF_RET | BPF_K, 0, 0, SECCOMP_RET_ERRNO | static_cast<std::uint32_t>(error)},
+      {BPF_RET | BPF_K, 0, 0, SECCOMP_RET_ALLOW},
+  }};
+  const sock_fprog filter{program.size(), program.data()};
+  return ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 &&
+         ::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &filter) == 0;
 }
 
 inline bool setLimit(int resource, rlim_t value) {
