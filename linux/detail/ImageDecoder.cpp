@@ -15,6 +15,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <new>
 #include <optional>
 #include <string_view>
 #include <system_error>
@@ -108,10 +109,12 @@ bool feedUntilEnd(const Process& process, FileDescriptor socket, const NSData& e
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
     if (left.count() <= 0) return false;
     pollfd events[2] = {{process.watch(), POLLIN, 0}, {socket.get(), POLLOUT, 0}};
-    const int ready = poll(events, socket ? 2 : 1, static_cast<int>(left.count()));
+    const bool isWatched = process.watch() >= 0;
+    const auto pause = isWatched ? left : std::min(left, Process::kPause);
+    const int ready = poll(events, socket ? 2 : 1, static_cast<int>(pause.count()));
     if (ready < 0 && errno != EINTR) return false;
+    if (events[0].revents != 0 || (!isWatched && process.hasEnded())) return true;
     if (ready <= 0) continue;
-    if (events[0].revents != 0) return true;
     const ssize_t count = send(socket.get(), encoded.data() + sent, encoded.size() - sent,
                                MSG_DONTWAIT | MSG_NOSIGNAL);
     if (count > 0) sent += static_cast<std::size_t>(count);
@@ -123,7 +126,8 @@ bool feedUntilEnd(const Process& process, FileDescriptor socket, const NSData& e
 // The bytes of a file in memory that nobody can change.
 class SealedBytes {
  public:
-  // Nothing is mapped where the file cannot be sealed, or is longer than anything allowed.
+  // Nothing is mapped where the file cannot be sealed, or is longer than anything allowed. Throws
+  // std::bad_alloc where there is no room for it.
   explicit SealedBytes(int file) {
     constexpr int kSeals = F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_WRITE | F_SEAL_SEAL;
     struct stat status {};
@@ -133,7 +137,8 @@ class SealedBytes {
     }
     size_ = static_cast<std::size_t>(status.st_size);
     void* mapped = mmap(nullptr, size_, PROT_READ, MAP_SHARED, file, 0);
-    if (mapped != MAP_FAILED) bytes_ = static_cast<const std::uint8_t*>(mapped);
+    if (mapped == MAP_FAILED) throw std::bad_alloc();
+    bytes_ = static_cast<const std::uint8_t*>(mapped);
   }
   ~SealedBytes() {
     if (bytes_ != nullptr) munmap(const_cast<std::uint8_t*>(bytes_), size_);

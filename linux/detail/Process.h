@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <optional>
 
@@ -15,6 +16,9 @@ namespace korvane {
 /// A child process that was started; killed, if it still runs, and collected when this goes.
 class Process {
  public:
+  /// Between two looks at one that has no descriptor.
+  static constexpr std::chrono::milliseconds kPause{10};
+
   explicit Process(pid_t process)
       : process_(process), watch_(static_cast<int>(syscall(SYS_pidfd_open, process, 0))) {}
   ~Process() {
@@ -25,8 +29,15 @@ class Process {
   Process(const Process&) = delete;
   Process& operator=(const Process&) = delete;
 
-  /// Readable once the process has ended.
+  /// Readable once the process has ended; -1 where there is no descriptor for it (an old kernel, a
+  /// sandbox, too many open files).
   int watch() const { return watch_.get(); }
+  /// Whether it has ended; it is not collected by that.
+  bool hasEnded() const {
+    siginfo_t info{};
+    return waitid(P_PID, static_cast<id_t>(process_), &info, WEXITED | WNOHANG | WNOWAIT) != 0 ||
+           info.si_pid == process_;
+  }
 
   /// Waits for the end; what waitpid tells of it. Nothing where somebody else collected the
   /// process.

@@ -61,7 +61,10 @@ std::optional<ProgramOutput> outputOfProgram(std::vector<std::string> command,
     pollfd events[] = {{output.get(), POLLIN, 0},
                        {errors.get(), POLLIN, 0},
                        {isOpen ? -1 : process.watch(), POLLIN, 0}};
-    const int ready = poll(events, std::size(events), static_cast<int>(left.count()));
+    const bool isWatched = isOpen || process.watch() >= 0;
+    if (!isWatched && process.hasEnded()) break;
+    const auto pause = isWatched ? left : std::min(left, Process::kPause);
+    const int ready = poll(events, std::size(events), static_cast<int>(pause.count()));
     if (ready < 0 && errno != EINTR) return std::nullopt;
     if (ready <= 0) continue;
     if (events[0].revents != 0) readSome(output, result.output, maxSize + 1);

@@ -2,17 +2,22 @@
 
 #include <gtest/gtest.h>
 #include <sys/resource.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
+#include <cerrno>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <new>
 #include <string>
 #include <string_view>
 #include <thread>
 #include <vector>
 
 #include "formats/images/DecodedPicture.h"
+#include "support/ChildProcess.h"
 #include "support/Places.h"
 #include "support/TemporaryFolder.h"
 
@@ -91,6 +96,40 @@ TEST_F(ImageDecoderTest, AnotherProgramMayAnswer) {
   ASSERT_TRUE(bitmap) << why;
   EXPECT_EQ(*bitmap, (Bitmap{2, 1, 3, 6, {'a', 'b', 'c', 'd', 'e', 'f'}}));
 }
+
+TEST_F(ImageDecoderTest, AProcessWithoutADescriptorIsWaitedForToo) {
+  EXPECT_EQ(testing::inChild([&] {
+              ::alarm(60);  // the decoder's patience is longer
+              std::string why;
+              return testing::failCall(SYS_pidfd_open, ENOSYS) &&
+                     ImageDecoder{ImageDecoder::installedProgram(), kPatience}.decode(picture,
+                                                                                      why) &&
+                     failureOf(pythonDecoder("time.sleep(0.1)")) != "" &&
+                     failureOf(pythonDecoder("os.kill(os.getpid(), 11)")) != "";
+            }),
+            0);
+}
+
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+TEST_F(ImageDecoderTest, NoRoomForItsAnswerIsWantOfMemory) {
+  constexpr rlim_t kAnswer = rlim_t{256} << 20;
+  const ImageDecoder decoder = pythonDecoder("os.truncate(1, " + std::to_string(kAnswer) + ")");
+  EXPECT_EQ(testing::inChild([&] {
+              rlim_t pages = 0;
+              std::ifstream("/proc/self/statm") >> pages;
+              const auto pageSize = static_cast<rlim_t>(::sysconf(_SC_PAGESIZE));
+              if (!testing::setLimit(RLIMIT_AS, pages * pageSize + kAnswer / 2)) return false;
+              std::string why;
+              try {
+                decoder.decode(picture, why);
+              } catch (const std::bad_alloc&) {
+                return true;
+              }
+              return false;
+            }),
+            0);
+}
+#endif
 
 // The process is not trusted: whatever it says is checked, and however it ends is told.
 TEST_F(ImageDecoderTest, WhatDoesNotFitTogetherIsRefused) {
