@@ -34,6 +34,8 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr const char* kProgramName = "korvane-image-decoder";
+// Of the processor: a process that is ended after less has not come to its limit, which is five.
+constexpr std::chrono::seconds kLongTime{2};
 
 std::string errorText(int error) { return std::generic_category().message(error); }
 
@@ -171,21 +173,23 @@ const char* reason(DecodeStatus status) {
   }
 }
 
-// Of a process that ended by itself but not well.
-std::string reasonOfEnd(int status) {
+// Of a process that ended by itself but not well, after so much of the processor's time.
+std::string reasonOfEnd(int status, std::chrono::microseconds processorTime) {
   if (!WIFSIGNALED(status))
     return translated("the program that decodes pictures could not decode this one");
-  switch (WTERMSIG(status)) {
-    case SIGXCPU:
-    case SIGKILL:
-      return translated("decoding the picture takes too long");
+  const int signal = WTERMSIG(status);
+  // The limit on that time ends it by SIGKILL. So does the system where memory runs out.
+  if (signal == SIGXCPU || (signal == SIGKILL && processorTime > kLongTime)) {
+    return translated("decoding the picture takes too long");
+  }
+  switch (signal) {
     case SIGSYS:
       return translated("the picture made the program that decodes it try what it may not do");
     default:
       return translated(
           "the program that decodes pictures ended by itself on this one ({0}), for want of memory "
           "perhaps",
-          strsignal(WTERMSIG(status)));
+          strsignal(signal));
   }
 }
 
@@ -223,7 +227,7 @@ std::shared_ptr<const Bitmap> ImageDecoder::decode(const NSData& encoded, std::s
   const std::optional<int> status = process.status();
   const SealedBytes bytes(output.get());
   if (status && *status != 0) {
-    why = reasonOfEnd(*status);
+    why = reasonOfEnd(*status, process.processorTime());
     return nullptr;
   }
   DecodedPicture picture = readDecodedPicture(bytes.get());

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <sys/resource.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -44,18 +45,25 @@ class Process {
   std::optional<int> status() {
     int status = 0;
     pid_t collected = 0;
+    rusage used{};
     do {
-      collected = waitpid(process_, &status, 0);
+      collected = wait4(process_, &status, 0, &used);
     } while (collected < 0 && errno == EINTR);
     ended_ = true;
     if (collected != process_) return std::nullopt;
+    for (const timeval& time : {used.ru_utime, used.ru_stime}) {
+      processorTime_ += std::chrono::seconds(time.tv_sec) + std::chrono::microseconds(time.tv_usec);
+    }
     return status;
   }
+  /// What it took of the processor, known with the status.
+  std::chrono::microseconds processorTime() const { return processorTime_; }
 
  private:
   pid_t process_;
   FileDescriptor watch_;
   bool ended_ = false;
+  std::chrono::microseconds processorTime_{};
 };
 
 }  // namespace korvane

@@ -209,6 +209,9 @@ TEST_F(ImageDecoderTest, HoweverItDiesThePictureAloneIsLost) {
   EXPECT_EQ(failureOf(decoderOf("#!/bin/sh\nexit 3\n")),
             "the program that decodes pictures could not decode this one");
   EXPECT_EQ(failureOf(decoderOf("#!/bin/sh\nkill -KILL $$\n")),
+            "the program that decodes pictures ended by itself on this one (Killed), for want of "
+            "memory perhaps");
+  EXPECT_EQ(failureOf(decoderOf("#!/bin/sh\nulimit -t 3\nwhile :; do :; done\n")),
             "decoding the picture takes too long");
   EXPECT_EQ(failureOf(decoderOf("#!/bin/sh\nkill -XCPU $$\n")),
             "decoding the picture takes too long");
