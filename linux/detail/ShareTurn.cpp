@@ -148,6 +148,9 @@ ShareTurn::ShareTurn(const std::optional<std::string>& container, const std::str
   if (!file_) return;
   // Whatever lies there now was not handed over, or was taken.
   forgetHandOver();
+  // The note of the hand-over has its place before the files of this share fill the disk. Not every
+  // file system can, and then the note may find none.
+  (void)::fallocate(file_.get(), FALLOC_FL_KEEP_SIZE, 0, static_cast<off_t>(kMaxNotes));
   removeAbandonedFolders(folder_.substr(0, folder_.rfind('/')));
   removeAbandonedFolders(path_.substr(0, path_.rfind('/') + 1));
 }

@@ -389,6 +389,22 @@ TEST_F(ShareTurnTest, ADiskInMemoryNotesReading) {
   }
 }
 
+TEST_F(ShareTurnTest, FilesThatFillTheDiskLeaveRoomForTheNote) {
+  const int status = onOwnDisk(folder.path("data"), 0, [&] {
+    shareBefore();
+    read(staging + "/file");
+    const auto second = turn();
+    if (!second->isOurs()) return false;
+    stage("unread", "content");
+    std::ofstream all(staging + "/all", std::ios::binary);
+    while (all << std::string(4096, 'x') << std::flush) {
+    }
+    return second->noteHandOver() == std::nullopt && contentOf(lockFile).size() > 10;
+  });
+  if (status == kNoMount) GTEST_SKIP() << "this user cannot mount a disk";
+  EXPECT_EQ(status, 0);
+}
+
 // What killed shares left.
 
 TEST_F(ShareTurnTest, FoldersThatAKilledShareLeftAreRemoved) {
