@@ -1,10 +1,12 @@
 #include "host/Handover.h"
 
+#include <chrono>
 #include <utility>
 
 #include "extension/ConstVars.h"
 #include "extension/ExtensionUtilities.h"
 #include "linux/detail/FetchFolder.h"
+#include "linux/detail/FileTree.h"
 #include "linux/detail/ShareTurn.h"
 #include "linux/detail/TakenAside.h"
 #include "linux/detail/UnfinishedNames.h"
@@ -113,6 +115,9 @@ void removeUnfinishedAttachments() {
     std::optional<NSError> ignored;  // its load may have been quicker
     files->removeItemAtURL(staging->URLByAppendingPathComponent(name), ignored);
   }
+  // The files of the message before this one may be on their way out.
+  constexpr std::chrono::seconds kLongestRemoval{2};
+  awaitRemovals(kLongestRemoval);
 }
 
 }  // namespace korvane

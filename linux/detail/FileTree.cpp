@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <memory>
+#include <mutex>
 #include <system_error>
 #include <vector>
 
@@ -137,6 +138,12 @@ int renameWithoutReplacing(int folder, const std::string& from, const std::strin
   return ::renameat(folder, from.c_str(), folder, to.c_str()) == 0 ? 0 : errno;
 }
 
+/// Locked while a folder that was renamed aside is removed.
+std::timed_mutex& removals() {
+  static auto* const mutex = new std::timed_mutex;  // threads may outlive what is static
+  return *mutex;
+}
+
 }  // namespace
 
 NSError FileFailure::error() const {
@@ -178,7 +185,12 @@ HeldFolder::HeldFolder(int folder, const std::string& name)
   if (descriptor_) (void)::flock(descriptor_.get(), LOCK_EX | LOCK_NB);
 }
 
+void awaitRemovals(std::chrono::milliseconds limit) {
+  const std::unique_lock wait(removals(), limit);
+}
+
 void removeEntryAtOnce(const FilePlace& place) {
+  const std::lock_guard isRemoving(removals());
   const int folder = place.folder.get();
   struct stat status = {};
   const HeldFolder held(folder, place.name);

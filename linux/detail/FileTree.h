@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <string>
 
 #include "linux/detail/FileDescriptor.h"
@@ -40,11 +41,14 @@ void makePrivate(int file, const std::string& path);
 /// Removes an entry of a folder, with all it holds if it is a folder. Links are removed, not
 /// followed; folders that deny their owner access are opened up first. The depth has no bound and
 /// costs no descriptors. Throws FileFailure.
-void removeEntry(int folder, const std::string& name, const std::string& path);
+KORVANE_EXPORT void removeEntry(int folder, const std::string& name, const std::string& path);
 
 /// The same in one step for everybody else: a folder gets an unfinished name first. Where it cannot
 /// be removed, what is left of it has its own name again. Throws FileFailure.
-void removeEntryAtOnce(const FilePlace& place);
+KORVANE_EXPORT void removeEntryAtOnce(const FilePlace& place);
+
+/// Waits, for so long at most, until no such removal is going on in this process.
+KORVANE_EXPORT void awaitRemovals(std::chrono::milliseconds limit);
 
 /// A folder of an unfinished name, as long as this lives: others know by it that it is not left
 /// over from somebody who was killed.
