@@ -13,6 +13,7 @@
 #include <utility>
 
 #include "host/InputError.h"
+#include "host/LoneSurrogates.h"
 #include "host/URLText.h"
 #include "platform/detail/Translation.h"
 #include "text/Base64.h"
@@ -128,6 +129,9 @@ std::string readBrowserMessage(int file) {
 }
 
 ShareRequest requestOfBrowserMessage(std::string_view json) {
+  // Those that a page has cut in two.
+  const std::optional<std::string> repaired = withoutLoneSurrogates(json);
+  if (repaired) json = *repaired;
   FieldReader reader;
   Json::sax_parse(json.begin(), json.end(), &reader);
   Fields fields = reader.take();

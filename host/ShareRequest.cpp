@@ -2,12 +2,12 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <nlohmann/json.hpp>
 #include <utility>
 
 #include "host/InputError.h"
 #include "host/JSONWriter.h"
+#include "host/LoneSurrogates.h"
 #include "platform/detail/Translation.h"
 #include "text/ASCII.h"
 #include "text/Base64.h"
@@ -366,36 +366,6 @@ class RequestBuilder final : public nlohmann::json_sax<Json> {
   std::string unknown_;
   std::size_t unknownCount_ = 0;
 };
-
-/// The half of a surrogate pair that an escape at this place stands for; 0 for anything else.
-unsigned surrogateAt(std::string_view json, std::size_t at) {
-  constexpr std::size_t kEscape = 6;
-  const std::string_view escape = json.substr(std::min(at, json.size()), kEscape);
-  unsigned code = 0;
-  if (escape.size() < kEscape || !escape.starts_with("\\u")) return 0;
-  const char* const end = escape.data() + kEscape;
-  const auto [stop, error] = std::from_chars(escape.data() + 2, end, code, 16);
-  return error == std::errc() && stop == end && code >= 0xD800 && code <= 0xDFFF ? code : 0;
-}
-
-/// The text with every escape of half of a surrogate pair made one of U+FFFD, in its place; nothing
-/// where there is none.
-std::optional<std::string> withoutLoneSurrogates(std::string_view json) {
-  std::optional<std::string> repaired;
-  for (std::size_t at = 0; (at = json.find('\\', at)) != std::string_view::npos;) {
-    const unsigned first = surrogateAt(json, at);
-    if (first == 0) {
-      at += 2;
-    } else if (first < 0xDC00 && surrogateAt(json, at + 6) >= 0xDC00) {
-      at += 12;
-    } else {
-      if (!repaired) repaired.emplace(json);
-      repaired->replace(at + 2, 4, "fffd");
-      at += 6;
-    }
-  }
-  return repaired;
-}
 
 }  // namespace
 

@@ -125,6 +125,15 @@ TEST(BrowserMessage, APictureThatCannotBeDecodedIsItsLossAlone) {
   }
 }
 
+TEST(BrowserMessage, HalfASurrogatePairIsAReplacementCharacter) {
+  const ShareRequest request = requestOfBrowserMessage(
+      R"({"url": "https://a.example/", "title": "a \ud83d b", "text": "\ude00"})");
+  ASSERT_EQ(request.items.size(), 1U);
+  EXPECT_EQ(request.items[0].title, "a \uFFFD b");
+  ASSERT_EQ(request.items[0].contents.size(), 1U);
+  EXPECT_EQ(request.items[0].contents[0].bytes, "\uFFFD");
+}
+
 TEST(BrowserMessage, OtherMessagesAreRefused) {
   for (const char* json : {
            "",
