@@ -184,6 +184,21 @@ bool RunWatch::leaveOut(std::string item, std::string reason) {
   return true;
 }
 
+void RunWatch::folderFailed(std::string path, std::string reason) {
+  const std::lock_guard lock(mutex_);
+  failedFolder_ = {std::move(path), std::move(reason)};
+}
+
+std::optional<std::string> RunWatch::folderFailure(std::string_view pathInside) const {
+  const std::lock_guard lock(mutex_);
+  const auto& [path, reason] = failedFolder_;
+  const std::size_t slash = pathInside.rfind('/');
+  if (path.empty() || slash == pathInside.npos || pathInside.substr(0, slash) != path) {
+    return std::nullopt;
+  }
+  return reason;
+}
+
 void RunWatch::errorLogged() noexcept {
   if (work_.delivery) {
     work_.delivery->failed = true;

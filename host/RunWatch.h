@@ -112,6 +112,10 @@ class RunWatch : public std::enable_shared_from_this<RunWatch> {
   /// Something inside the thing that the calling thread delivers, an entry of a folder, is left
   /// out. False where the thread delivers nothing: then there is nobody to tell.
   bool leaveOut(std::string item, std::string reason);
+  /// A folder could not be made, and why.
+  void folderFailed(std::string path, std::string reason);
+  /// Why the folder that something lies in could not be made; absent where none failed.
+  std::optional<std::string> folderFailure(std::string_view pathInside) const;
   /// An error line was logged on the calling thread.
   void errorLogged() noexcept;
   void jobQueued(bool isBackground);
@@ -184,6 +188,7 @@ class RunWatch : public std::enable_shared_from_this<RunWatch> {
   bool awake_ = false;          // the background job has slept, and does not sleep
   bool closed_ = false;
   bool textFailed_ = false;
+  std::pair<std::string, std::string> failedFolder_;  // its path, and why
   bool cancelled_ = false;
   std::string preparing_;
 };

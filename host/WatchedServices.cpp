@@ -138,7 +138,11 @@ class WatchedFiles : public NSFileManager {
   }
   bool createDirectoryAtURL(const NSURL& url, bool withIntermediateDirectories,
                             std::optional<NSError>& error) override {
-    return files_->createDirectoryAtURL(url, withIntermediateDirectories, error);
+    if (files_->createDirectoryAtURL(url, withIntermediateDirectories, error)) return true;
+    std::string path = url.fileSystemRepresentation();
+    while (path.ends_with('/')) path.pop_back();
+    if (const auto run = RunScope::current()) run->folderFailed(path, reasonOf(error, path));
+    return false;
   }
   bool copyItemAtPath(std::string_view source, std::string_view destination,
                       std::optional<NSError>& error) override {
@@ -168,7 +172,12 @@ class WatchedFiles : public NSFileManager {
     const auto run = RunScope::current();
     if (!run) return done;
     if (!done) {
-      run->blame(reasonOf(error, source));
+      // Without its folder all that the step itself can tell is that there is none.
+      const auto failure = run->folderFailure(destination);
+      const bool lacksFolder =
+          failure && !files_->directoryExistsAtPath(destination.substr(0, destination.rfind('/')));
+      run->blame(lacksFolder ? translated("the staging folder cannot be used: {0}", *failure)
+                             : reasonOf(error, source));
       return false;
     }
     if (run->commit()) return true;

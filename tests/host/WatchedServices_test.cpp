@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 
+#include <cerrno>
+
 #include "platform/Dispatch.h"
 #include "tests/support/FakeShare.h"
 
@@ -83,6 +85,43 @@ TEST_F(WatchedServices, WhyAFileIsNotStagedIsNoted) {
   EXPECT_THAT(run->missing(),
               ElementsAre(MissingThing{"one", "No such file or directory"},
                           MissingThing{"four", "there is no container for attachments"}));
+}
+
+/// Files on a disk that has no room for a folder.
+class FullDisk : public testing::MemoryFiles {
+ public:
+  bool createDirectoryAtURL(const NSURL& url, bool, std::optional<NSError>& error) override {
+    error = NSError::withErrno(ENOSPC, url.fileSystemRepresentation());
+    return false;
+  }
+  bool directoryExistsAtPath(std::string_view path) override { return path == "/there"; }
+  bool copyItemAtPath(std::string_view, std::string_view destination,
+                      std::optional<NSError>& error) override {
+    error = NSError::withErrno(ENOENT, std::string(destination));
+    return false;
+  }
+};
+
+TEST_F(WatchedServices, WithoutTheStagingFolderItsOwnReasonIsNoted) {
+  platform.services.fileManager = std::make_shared<FullDisk>();
+  Platform::install(watchedServices(platform.services));
+  files = NSFileManager::defaultManager();
+  const RunScope scope(run);
+  const auto copy = [&](const std::string& destination) {
+    run->deliverStaged(run->add(destination, ""), [&] {
+      std::optional<NSError> error;
+      files->copyItemAtPath("/a", destination, error);
+    });
+  };
+  copy("/Share/a");
+  std::optional<NSError> error;
+  EXPECT_FALSE(files->createDirectoryAtURL(NSURL::fileURLWithPath("/Share"), true, error));
+  copy("/Share/b");
+  copy("/there/c");
+  ASSERT_THAT(run->missing(), SizeIs(3));
+  EXPECT_THAT(run->missing()[0].reason, HasSubstr("No such file or directory"));
+  EXPECT_EQ(run->missing()[1].reason, "the staging folder cannot be used: No space left on device");
+  EXPECT_THAT(run->missing()[2].reason, HasSubstr("No such file or directory"));
 }
 
 TEST_F(WatchedServices, TheDesktopsReasonReachesTheRun) {
