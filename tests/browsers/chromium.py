@@ -113,6 +113,23 @@ class Chromium:
                  self.run(self.tab, 'location.href') != 'about:blank')
         self.call('Page.bringToFront', self.tab)
 
+    def open_tab(self):
+        """Goes on in a new tab, until it is closed."""
+        self.before = self.tab, self.tab_target
+        known = {target['targetId'] for target in self.tab_targets()}
+        self.new_page = self.call('Target.createTarget', url='about:blank')['targetId']
+        [self.tab_target] = {target['targetId'] for target in self.tab_targets()} - known
+        self.tab = self.attach(self.new_page)
+        self.call('Page.enable', self.tab)
+
+    def close_tab(self):
+        self.call('Target.closeTarget', targetId=self.new_page)
+        self.tab, self.tab_target = self.before
+        self.call('Page.bringToFront', self.tab)
+
+    def tab_targets(self):
+        return self.call('Target.getTargets', filter=[{'type': 'tab'}])['targetInfos']
+
     def in_page(self, script):
         return self.run(self.tab, script)
 

@@ -78,6 +78,18 @@ class Firefox:
         self.call('Marionette:SetContext', value='content')
         self.call('WebDriver:Navigate', url=address)
 
+    def open_tab(self):
+        """Goes on in a new tab, until it is closed."""
+        self.call('Marionette:SetContext', value='content')
+        self.before = self.call('WebDriver:GetWindowHandle')['value']
+        new = self.call('WebDriver:NewWindow', type='tab', focus=True)['handle']
+        self.call('WebDriver:SwitchToWindow', handle=new, focus=True)
+
+    def close_tab(self):
+        self.call('Marionette:SetContext', value='content')
+        self.call('WebDriver:CloseWindow')
+        self.call('WebDriver:SwitchToWindow', handle=self.before, focus=True)
+
     def in_page(self, script):
         return self.in_context('content', 'return ' + script)
 

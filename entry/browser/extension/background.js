@@ -111,7 +111,8 @@ async function show(tab, badge, lines) {
     await api.action.setTitle({title: lines ? `${NAME}\n${lines}` : NAME, ...where});
     await api.action.setBadgeText({text: badge, ...where});
   } catch {
-    // The tab is gone, and nobody looks at its button.
+    // The tab is gone. What went wrong is told in every tab then, until the next share begins.
+    if (tab && lines) await show(undefined, badge, lines);
   }
 }
 
@@ -125,6 +126,7 @@ async function ask(message) {
 }
 
 async function share(tab, info) {
+  await show(undefined, '', '');
   await show(tab, '…', '');
   const notes = new Set();
   const message = await messageOf({tab, info, notes});
