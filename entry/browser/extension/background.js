@@ -20,6 +20,7 @@ const LONGEST_WAIT = 20000;
  */
 async function callInPage({tab, info, notes}, func, ...args) {
   if (tab?.id === undefined) return []; // what was clicked is the browser's own
+  if (notes.has('pageSilent')) return []; // it was waited for already
   const target = info?.frameId === undefined ? {tabId: tab.id, allFrames: true}
                                              : {tabId: tab.id, frameIds: [info.frameId]};
   const tooLong = new Promise((resolve) => setTimeout(resolve, LONGEST_WAIT, null));
