@@ -47,16 +47,18 @@ std::string dropIn() {
 
 int enable() {
   if (const auto version = oldVersion()) {
-    const char* desktop = std::getenv("XDG_CURRENT_DESKTOP");  // NOLINT(concurrency-mt-unsafe)
+    const char* variable = std::getenv("XDG_CURRENT_DESKTOP");  // NOLINT(concurrency-mt-unsafe)
+    std::string desktop = variable && *variable ? variable : "GNOME";
+    // Where somebody has set it for the whole session.
+    const std::string own = portalName() + ":";
+    if (!desktop.starts_with(own)) desktop = std::string(own).append(desktop);
     fail(kProgram, kFailed,
          translated("xdg-desktop-portal {0} has no setting for this (1.18 has): it asks the first "
                     "portal that is made for the desktop. Nothing was changed. Write these two "
                     "lines into {1} instead, and log in again:",
                     *version, dropIn()));
     fail(kProgram, kFailed, "[Service]");
-    return fail(kProgram, kFailed,
-                "Environment=XDG_CURRENT_DESKTOP=" + portalName() + ":" +
-                    (desktop && *desktop ? desktop : "GNOME"));
+    return fail(kProgram, kFailed, "Environment=XDG_CURRENT_DESKTOP=" + desktop);
   }
   if (const auto path = setting().enable()) {
     say({translated("The mails of other programs go to the mail client now: {0} was written.",

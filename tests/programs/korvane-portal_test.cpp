@@ -78,6 +78,9 @@ TEST_F(PortalOptions, AnOlderPortalNeedsSomethingElse) {
     EXPECT_EQ(disabled.status, 0);
     EXPECT_THAT(disabled.output, HasSubstr("xdg-desktop-portal.service.d/korvane.conf"));
   }
+  // Where that was done for the whole session.
+  desktop.set("XDG_CURRENT_DESKTOP", "korvane:KDE");
+  EXPECT_THAT(run("--enable").errors, HasSubstr("Environment=XDG_CURRENT_DESKTOP=korvane:KDE\n"));
 }
 
 TEST_F(PortalOptions, WrongUsage) {
