@@ -385,7 +385,7 @@ std::optional<LinkScanner::Link> LinkScanner::atAtSign(std::size_t at) {
     return std::nullopt;
   }
   Link link{*begin, host->end, "mailto:"};
-  // A mailbox with "%" in its name, which is no escape: "user%host@a.example" (RFC 6068).
+  // A mailbox with "%" in its name, which is not an escape: "user%host@a.example" (RFC 6068).
   std::string_view rest = slice(*begin, at);
   for (std::size_t percent; (percent = rest.find('%')) != rest.npos;) {
     appendEncoded(link.url, rest.substr(0, percent));
