@@ -30,24 +30,24 @@ constexpr Words kWorldEndings = " com org net edu gov mil ";
 // of files ("build.map", "main.inc").
 constexpr Words kKnownEndings =
     " academy adult aero agency amsterdam art asia bayern berlin bike biz blog boutique "
-    "brussels cafe cam camp capetown capital careers casa cloud club codes community company "
+    "brussels cafe cam camp capetown capital careers casa cloud club community company "
     "computer cool coop dance dating deals delivery dental dev digital doctor engineering "
-    "enterprises estate expert farm fashion finance fitness football foundation fun fyi garden "
-    "gay gift gifts golf google gratis guru hamburg haus healthcare holiday homes horse "
-    "hospital hotel icu immo industries ink institute insure international investments jetzt "
-    "kaufen kitchen kiwi koeln land lighting loans lol london luxury marketing mba melbourne "
-    "mobi moda moe money monster mortgage moscow museum network ngo ninja nrw nyc ong online "
-    "paris party pet photography pizza plumbing porn productions quebec recipes rehab "
+    "enterprises estate expert farm fashion finance fitness football foundation fun fyi "
+    "garden gay gift gifts golf google gratis guru hamburg haus healthcare holiday homes "
+    "horse hospital hotel icu immo industries ink institute insure international investments "
+    "jetzt kaufen kitchen kiwi koeln land life lighting loans lol london luxury marketing "
+    "mba melbourne mobi moda moe money monster mortgage moscow museum ngo ninja nrw nyc ong "
+    "online paris party pet photography pizza plumbing porn productions quebec recipes rehab "
     "reisen rent repair restaurant rocks ruhr saarland salon sarl school schule scot sexy "
-    "shoes shop singles ski social software solutions studio supplies surf surgery swiss "
-    "sydney systems tattoo taxi tech technology tennis theater tienda tips tires tirol today "
-    "tokyo town toys travel tube university vacations vegas ventures vet viajes villas vin vip "
-    "vlaanderen vodka vote voyage wales webcam website wedding wien wiki wine works world wtf "
-    "xyz yoga youtube zuerich ";
+    "shoes shop singles ski social software solutions studio supplies surf surgery "
+    "swiss sydney systems tattoo taxi tech technology tennis theater tienda tips tires tirol "
+    "today tokyo town toys travel tube university vacations vegas ventures vet viajes villas "
+    "vin vip vlaanderen vodka vote voyage wales webcam website wedding wien wiki wine works "
+    "wtf xyz yoga youtube zuerich ";
 
 // Endings that are nothing else: no word of code or of a sentence, and no file's.
 constexpr Words kPlainEndings =
-    " ae ar au az ba bd bg bh biz bo br ch cl cr cy cz de dk dz ee es eu fi fr gr hk hu ie il "
+    " ae az ba bd bg bh biz bo br ch cl cr cy cz de dk dz ee es eu fi fr gr hk hu ie il "
     "ir jo jp ke kr kw kz lb lk lu lv ma mx ng nl nz pe ph pk pt qa ro ru sg si sk su th tn tw "
     "ua ug uk uy uz ve vn za ";
 
@@ -63,8 +63,12 @@ constexpr Words kOtherwiseKnownEndings =
     " ac "   // Autoconf: configure.ac
     " ad "   // X resources: XTerm.ad
     " am "   // Automake: Makefile.am
+    " ar "   // archives of objects
     " as "   // ActionScript; "import numpy.as"
+    " au "   // sounds: sound.au
     " bb "   // BitBake
+    " bf "   // programs of eight signs: prog.bf
+    " bm "   // bitmaps: xlogo.bm
     " bz "   // archives cut short
     " cc "   // C++
     " cd "   // Debian's list of the packages on a disk
@@ -76,12 +80,14 @@ constexpr Words kOtherwiseKnownEndings =
     " do "   // Stata, ModelSim; "task.do"
     " ec "   // embedded SQL
     " gi "   // modules of GObject's introspection
+    " gl "   // OpenGL
     " gn "   // BUILD.gn
     " gp "   // gnuplot
     " gs "   // Ghostscript, scripts of tables
     " gt "   // "a.gt", greater than
     " id "   // "user.id"
     " in "   // Autoconf: config.h.in
+    " is "   // "Object.is", "this.is"
     " la "   // libtool
     " lc "   // locales
     " ls "   // LiveScript
@@ -99,6 +105,7 @@ constexpr Words kOtherwiseKnownEndings =
     " np "   // NumPy
     " nr "   // nroff
     " pa "   // PulseAudio: default.pa
+    " pk "   // keys of tables: "node.pk"
     " pl "   // Perl
     " pm "   // Perl
     " ps "   // PostScript
@@ -116,18 +123,37 @@ constexpr Words kOtherwiseKnownEndings =
     " td "   // TableGen
     " tf "   // Terraform
     " tk "   // Tk
+    " to "   // "mail.to", "down.to"
     " tt "   // templates
     " tz "   // modules of time zones: dateutil.tz
     " vc ";  // Visual C++: Makefile.vc
 
+// Endings with which a name of two labels is a file or a member far more often than a domain:
+// "at" (tests of Autotest: basic.at) and countries whose domains stand bare in few texts.
+constexpr Words kSeldomEndings =
+    " af ag al ao aq at ax bi bj bn bs bt bv bw cg cv dj dm er et fj fk fo gf gh gm gq gu gw "
+    "gy hm hn ht iq jm ki km kn kp ky lr mg mh mn mq mr mu mv mw my mz na nf ni om pf pg pn "
+    "pr rw sb sd sj sm sn sr sy sz tc tg tj tl tm tp va vg vi vu wf ye yt zm zw ";
+
+// Languages and libraries "for .NET".
+constexpr Words kDotNet = " ado asp msvc vb vc vs ";
+
+// Endings that are operations on what has a name of one letter.
+constexpr Words kComparisons = " ge le lt se ue ";
+
 // Domains on such endings that stand bare in many texts.
 constexpr Words kWellKnown =
-    " 0x0.st aka.ms allegro.pl archive.ph bit.ly brew.sh bsky.app bun.sh crt.sh docs.rs esm.sh "
-    "gazeta.pl gov.pl gopkg.in interia.pl libera.chat now.sh o2.pl onet.pl ow.ly rustup.rs "
-    "turbo.build transfer.sh tvn24.pl typst.app wp.pl wttr.in ";
+    " 0x0.st about.me aka.ms allegro.pl amzn.to apa.at archive.is archive.ph atv.at bit.ly "
+    "brew.sh bsky.app bun.sh conf.au crt.sh derstandard.at dev.to docs.rs esm.sh g.co "
+    "gazeta.pl geizhals.at gmx.at gopkg.in gov.pl heute.at hex.pm i.ua interia.pl is.gd j.mp "
+    "jabber.network kleinezeitung.at krone.at kurier.at libera.chat mbl.is now.sh o2.pl "
+    "oe24.at oebb.at onet.pl orf.at ow.ly pagekite.me post.at pre-commit.ci rubydoc.info "
+    "rustup.rs ruv.is sr.ht t.cn t.co t.me transfer.sh turbo.build tvn24.pl typst.app v.gd "
+    "visir.is willhaben.at wko.at wp.pl wttr.in zackzack.at ";
 
 // Second-level names below which a country's domains stand, if the public suffix list says so.
-constexpr Words kSecondLevels = " ac co com edu ed go gob gouv gov gv mil ne net or org sch ";
+constexpr Words kSecondLevels =
+    " ac asn co com edu ed go gob gouv gov gv id mil ne net or org sch ";
 
 // First words of two that are a document's name, whatever the ending; the others only where they
 // stand in capitals.
@@ -138,33 +164,42 @@ constexpr Words kDocumentsInCapitals =
 
 // First words of two that are code, a file or an abbreviation; the endings of all the world aside.
 constexpr Words kCode =
-    " an any app append arg args array as atlocal autoconf bar baz builder cfg class client "
-    "cluster color conf config console cookbook core ctx data date db debug default dest dev "
-    "dir dirent doc document dst edge el elem element emacs email entry env err error et ev "
-    "event example expect file files fmt foo form format fs func gas gc gcc gdb gdk gio glib "
-    "gmp gtk gui head host html http https hw image img import in index info inspect io item "
-    "items java javax json jump kernel key kotlin lib list local log logger logging main make "
-    "map math message mod model module mount mpfr msg my name net node np num obj object opt "
-    "options opts os out output page paint param params parent path pd platform plt pos "
-    "position pr proc process promise prop props proxy ptr qux raw read ref regex remote "
-    "report reporter req request res resp response result ret return root route row sample "
-    "scala scanners script self server session settings sort spam spec sql src start state std "
-    "str stream string struct style super switch sys system table target temp template test "
-    "tests testsuite texinfo text that this time tmp token torch trait tree tx type types "
-    "typing url user users util utils val value values var vec verify vm vs win window worker ";
+    " an any app append apps arg args array as atlocal autoconf bar baz builder cfg class "
+    "client cluster color conf config console cookbook core ctx data date datetime db debug "
+    "default dest dev dir dirent doc document dst edge el elem element emacs email entry env "
+    "err error et ev event example expect file files fmt foo form format fs func gas gc gcc "
+    "gdb gdk gio glib gmp group gtk gui head host html http https hw image img import in "
+    "index info inspect io item items java javax json jump kernel key kotlin lib list local "
+    "log logger logging main make map math message meta mod model module mount mpfr msg my "
+    "name net node np num obj object opt options opts os out output page paint param params "
+    "parent path pd platform plt pos position pr proc process promise prop props proxy ptr "
+    "qux raw read ref regex remote report reporter req request res resp response result ret "
+    "return root route row sample scala scanners script self server session settings sort "
+    "spam spec sql src start state std str stream string struct style super switch sys "
+    "system table target temp template test tests testsuite texinfo text that this time tmp "
+    "token torch trait tree tx type types typing url user users util utils val value values "
+    "var vec verify vm vs webdriver win window worker ";
 
 // The same at the beginning of longer names.
 constexpr Words kCodeOfAnyLength =
-    " android androidx array configure document java javax kotlin object process promise scala "
-    "self std "
-    "string sun sys system this typing window ";
+    " android androidx array configure datetime document java javax kotlin object process "
+    "promise scala selenium self std string sun sys system this typing window ";
+
+// Words of a sentence that do not begin a domain: "that.is", where a space was forgotten.
+constexpr Words kSmallWords =
+    " about after all also although an and are as at because been before but by can could "
+    "did do does done each for from get had has have he her here him his how if into is its "
+    "just let like may more most must no nor not of on once only or other our over said self "
+    "she should since so some such than that the their them then there these they this those "
+    "though too under until up was we were what when where whether which while who why will "
+    "with without would yes yet you your ";
 
 // Labels before the last one that are the first of two endings of a file, or part of code:
 // "config.mak.dev", "sensors.conf.eg", "Array.prototype.at".
 constexpr Words kInnerEndings =
-    " bak c cfg conf config cpp css h hpp htm html in ini js json log logger mak man md min msg "
-    "orig po pot "
-    "path prototype py rst sh spec tar templates tex tmpl ts txt xml yaml yml ";
+    " bak c cfg cm conf config cpp css h help hpp htm html in ini js json lang languages "
+    "locale log logger mak man md mgmt min msg orig path po pot prototype py rst sh spec src "
+    "tar templates tex tmpl ts txt user version xml yaml yml ";
 
 // Labels with which reversed names begin: "com.example.app".
 constexpr Words kReversedBeginnings =
@@ -202,6 +237,14 @@ bool isReversed(std::string_view first, std::string_view topLabel, std::size_t l
   return labels > 3 || !(topLabel == "io" || isAmong(topLabel, kPlainEndings));
 }
 
+// Whether every label begins with a capital.
+bool beginsWithCapitals(std::string_view name) {
+  for (std::size_t at = 0; at < name.size(); ++at) {
+    if ((at == 0 || name[at - 1] == '.') && !isUpper(name[at])) return false;
+  }
+  return true;
+}
+
 // Capitals that words of a sentence or of code have, and domains have not. Those of all the world
 // are known to be written as names: "GitHub.com", but not "System.Net".
 bool hasOddCapitals(std::string_view name, std::string_view topLabel, bool world) {
@@ -219,6 +262,10 @@ bool hasOddCapitals(std::string_view name, std::string_view topLabel, bool world
   }
   const std::string top = lowercase(topLabel);
   if (isAmong(top, kPlainEndings)) {
+    // Modules of Haskell: "TextShow.TH", "Lambdabot.Monad.LB".
+    const auto labels = std::count(name.begin(), name.end(), '.') + 1;
+    if (topLabel == "TH" || (labels > 2 && beginsWithCapitals(name) && isUpper(topLabel[1])))
+      return true;
     // "ZackZack.at", "Publico.PT", but not "INSTALL.FR" nor "done.De".
     const auto inTop = std::count_if(topLabel.begin(), topLabel.end(), isUpper);
     return noLower || (inTop != 0 && static_cast<std::size_t>(inTop) != topLabel.size());
@@ -282,14 +329,20 @@ bool isBareDomain(const BareHost& host) {
   const char next = host.rest.empty() ? ' ' : host.rest[0];
   const char second = host.rest.size() < 2 ? ' ' : host.rest[1];
   if (next == ':' && (isDigit(second) || second == ':')) return false;
+  if (top == "net" && labels == 2 && isAmong(first, kDotNet)) return false;
   if (world) return true;
 
   const bool hasPath = next == '/';  // "url.md#class-url" is a place in a file
   const bool plain = isAmong(top, kPlainEndings);
-  if (labels == 2 ? !wellKnown && !hasPath && isAmong(first, plain ? kFilesOfLanguages : kCode)
-                  : isAmong(first, kCodeOfAnyLength)) {
-    return false;
+  if (labels == 2 && !wellKnown && !hasPath) {
+    if (isAmong(top, kSeldomEndings)) return false;
+    // "a.lt", a comparison.
+    if (first.size() == 1 && isAmong(top, kComparisons)) return false;
+    if (isAmong(first, kSmallWords) || isAmong(first, plain ? kFilesOfLanguages : kCode)) {
+      return false;
+    }
   }
+  if (labels > 2 && isAmong(first, kCodeOfAnyLength)) return false;
   if (labels > 2) {
     const std::string_view inner = std::string_view(name).substr(parent, lastDot - parent);
     if (isAmong(inner, kInnerEndings)) return false;
