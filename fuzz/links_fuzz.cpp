@@ -66,11 +66,16 @@ void check(std::string_view text, const NSTextCheckingResult& match) {
   // Line breaks in angle brackets, other scripts and what is escaped: a host in Punycode aside,
   // nothing but the scheme is new.
   if (url.find("xn--") != std::string::npos) return;
+  const bool isOfScheme = written.find(':') != std::string_view::npos;
   std::string expected;
   bool ascii = true;
   for (const char c : written) {
     ascii = ascii && isASCII(c);
     if (c != '\r' && c != '\n' && c != ' ' && c != '\t') expected += c;
+    // A "%" of a bare mailbox is no escape.
+    if (c == '%' && scheme != nullptr && scheme->form == LinkForm::mail && !isOfScheme) {
+      expected += "25";
+    }
   }
   if (!ascii) return;  // other scripts may have letters that ASCII stands for
   const std::string left = skeleton(url);
