@@ -34,7 +34,8 @@ if(KORVANE_FUZZ AND CMAKE_CXX_COMPILER_ID MATCHES Clang)
   target_link_options(korvane_options INTERFACE ${fuzzed})
 endif()
 if(KORVANE_COVERAGE)
-  target_compile_options(korvane_options INTERFACE --coverage -O0)
+  # Threads count in the same counters.
+  target_compile_options(korvane_options INTERFACE --coverage -O0 -fprofile-update=atomic)
   target_link_options(korvane_options INTERFACE --coverage)
 endif()
 

@@ -403,7 +403,7 @@ int open(const std::string& identifier, const std::string& options, const char* 
       [](std::string_view reason) { std::cerr << reason << std::endl; },
       std::getenv("NO_PATIENCE")
           ? WorkspaceLimits{std::chrono::milliseconds(500), std::chrono::milliseconds(500)}
-          : WorkspaceLimits{});
+          : WorkspaceLimits{std::chrono::minutes(10), std::chrono::minutes(10)});
   platform.services.workspace = workspace;
   const std::string extension = "extension:";
   if (identifier.starts_with(extension)) {
