@@ -7,6 +7,7 @@
 #include <sys/stat.h>
 
 #include <cerrno>
+#include <condition_variable>
 #include <cstdint>
 #include <filesystem>
 #include <memory>
@@ -138,11 +139,31 @@ int renameWithoutReplacing(int folder, const std::string& from, const std::strin
   return ::renameat(folder, from.c_str(), folder, to.c_str()) == 0 ? 0 : errno;
 }
 
-/// Locked while a folder that was renamed aside is removed.
-std::timed_mutex& removals() {
-  static auto* const mutex = new std::timed_mutex;  // threads may outlive what is static
-  return *mutex;
+/// The removals of folders that were renamed aside, as far as they are going on.
+struct Removals {
+  std::mutex mutex;
+  std::condition_variable noneIsLeft;
+  int count = 0;
+};
+
+Removals& removals() {
+  static auto* const all = new Removals;  // threads may outlive what is static
+  return *all;
 }
+
+class Removal {
+ public:
+  Removal() {
+    const std::lock_guard lock(removals().mutex);
+    ++removals().count;
+  }
+  ~Removal() {
+    const std::lock_guard lock(removals().mutex);
+    if (--removals().count == 0) removals().noneIsLeft.notify_all();
+  }
+  Removal(const Removal&) = delete;
+  Removal& operator=(const Removal&) = delete;
+};
 
 }  // namespace
 
@@ -186,11 +207,12 @@ HeldFolder::HeldFolder(int folder, const std::string& name)
 }
 
 void awaitRemovals(std::chrono::milliseconds limit) {
-  const std::unique_lock wait(removals(), limit);
+  std::unique_lock lock(removals().mutex);
+  (void)removals().noneIsLeft.wait_for(lock, limit, [] { return removals().count == 0; });
 }
 
 void removeEntryAtOnce(const FilePlace& place) {
-  const std::lock_guard isRemoving(removals());
+  const Removal isGoingOn;
   const int folder = place.folder.get();
   struct stat status = {};
   const HeldFolder held(folder, place.name);
