@@ -139,23 +139,15 @@ std::shared_ptr<const Platform> Platform::current() {
 }
 
 void Platform::install(Platform platform) {
-  const Platform none;
-  const auto fill = [&](auto service) {
-    if (!(platform.*service)) platform.*service = none.*service;
+  const auto fill = [&](auto... service) {
+    if ((... && (platform.*service != nullptr))) return;
+    const Platform plain;
+    ((platform.*service = platform.*service ? platform.*service : plain.*service), ...);
   };
-  fill(&Platform::bundle);
-  fill(&Platform::fileManager);
-  fill(&Platform::fileCoordinator);
-  fill(&Platform::propertyLists);
-  fill(&Platform::images);
-  fill(&Platform::html);
-  fill(&Platform::dates);
-  fill(&Platform::links);
-  fill(&Platform::workspace);
-  fill(&Platform::notifications);
-  fill(&Platform::log);
-  fill(&Platform::clock);
-  fill(&Platform::queue);
+  fill(&Platform::bundle, &Platform::fileManager, &Platform::fileCoordinator,
+       &Platform::propertyLists, &Platform::images, &Platform::html, &Platform::dates,
+       &Platform::links, &Platform::workspace, &Platform::notifications, &Platform::log,
+       &Platform::clock, &Platform::queue);
   auto next = std::make_shared<const Platform>(std::move(platform));
   Installed& slot = installed();
   std::lock_guard lock(slot.mutex);
